@@ -1,0 +1,69 @@
+# The few building blocks that every CMakeLists.txt of the tree uses.
+
+# Options shared by all targets of our own.
+add_library(qx_options INTERFACE)
+target_compile_features(qx_options INTERFACE cxx_std_20)
+target_compile_options(qx_options INTERFACE
+    -Wall -Wextra -Werror
+    # Assertions print __FILE__: keep the path of the build machine out of the product.
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+target_include_directories(qx_options INTERFACE
+    "${PROJECT_SOURCE_DIR}/include"
+    "${PROJECT_SOURCE_DIR}/filters/lib/source")
+if(WIN32)
+    target_compile_definitions(qx_options INTERFACE
+        UNICODE _UNICODE NOMINMAX STRSAFE_NO_DEPRECATE _WIN32_WINNT=0x0601)
+    target_link_options(qx_options INTERFACE -static)
+else()
+    # The Win32 record types come from Wine's headers; wide characters have 16 bits as on Windows.
+    target_compile_options(qx_options INTERFACE -fshort-wchar -isystem /usr/include/wine/wine/windows)
+    target_compile_definitions(qx_options INTERFACE UNICODE _UNICODE NOMINMAX QX_NATIVE=1)
+    target_include_directories(qx_options INTERFACE "${PROJECT_SOURCE_DIR}/tests/native")
+    if(QX_SANITIZE)
+        target_compile_options(qx_options INTERFACE
+            "-fsanitize=${QX_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        target_link_options(qx_options INTERFACE "-fsanitize=${QX_SANITIZE}")
+    endif()
+endif()
+
+# What goes into the product: no exceptions, no run-time type information.
+add_library(qx_product_options INTERFACE)
+target_link_libraries(qx_product_options INTERFACE qx_options)
+target_compile_options(qx_product_options INTERFACE -fno-exceptions -fno-rtti)
+
+# qx_library(NAME [SOURCES file...] [WINDOWS_SOURCES file...] [LIBS target...])
+# A static library of the product. WINDOWS_SOURCES are left out of the native build.
+function(qx_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;WINDOWS_SOURCES;LIBS")
+    set(files ${arg_SOURCES})
+    if(WIN32)
+        list(APPEND files ${arg_WINDOWS_SOURCES})
+    endif()
+    set(present)
+    foreach(file IN LISTS files)
+        if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
+            list(APPEND present ${file})
+        endif()
+    endforeach()
+    if(NOT present)
+        add_library(${name} INTERFACE)
+        target_link_libraries(${name} INTERFACE ${arg_LIBS})
+        return()
+    endif()
+    add_library(${name} STATIC ${present})
+    target_link_libraries(${name} PRIVATE qx_product_options PUBLIC ${arg_LIBS})
+endfunction()
+
+# qx_test(NAME SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
+# A GoogleTest program that CTest runs (under Wine in the cross build).
+function(qx_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBS;LABELS")
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBS} qx_test_support gtest_main gtest qx_options)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+    add_test(NAME ${name} COMMAND ${name})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 300)
+    endif()
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+endfunction()

@@ -1,0 +1,80 @@
+#pragma once
+/// Format queries, row pitches, planes, offsets and rectangles: what every function of the image library
+/// shares. No state, no allocation; any thread.
+
+#include "dstl/WinAPI/Platform.h"
+
+/// Format codes. YUV: the FOURCC. RGB: the first 32 bits of the DirectShow subtype GUID.
+enum eFourcc : DWORD
+{
+    FOURCC_RGB8 = 0xE436EB7A,
+    FOURCC_RGB565 = 0xE436EB7B,
+    FOURCC_RGB555 = 0xE436EB7C,
+    FOURCC_RGB24 = 0xE436EB7D,
+    FOURCC_RGB32 = 0xE436EB7E,
+    FOURCC_ARGB32 = 0x773C9AC0,
+    FOURCC_YUY2 = 0x32595559,
+    FOURCC_UYVY = 0x59565955,
+    FOURCC_HDYC = 0x43594448,
+    FOURCC_YVYU = 0x55595659,
+    FOURCC_I420 = 0x30323449,
+    FOURCC_YV12 = 0x32315659,
+    FOURCC_YVU9 = 0x39555659,
+    FOURCC_IYU2 = 0x32555949,
+    FOURCC_NV12 = 0x3231564E,
+    FOURCC_Y422 = 0x32323459,
+    FOURCC_Y444 = 0x34343459,
+    FOURCC_v210 = 0x30313276,
+    FOURCC_r210 = 0x30313272
+};
+
+/// Picture descriptor.
+struct PicProps
+{
+    DWORD fccType;  ///< format code
+    LONG nWidth;    ///< pixels, greater than 0
+    LONG nHeight;   ///< rows, never 0; RGB: positive is bottom-up, negative top-down; YUV: always top-down
+    LONG nRowWidth; ///< allocated row length in pixels; 0 means nWidth, otherwise not less than nWidth
+};
+
+/// Absolute height that does not overflow for the lowest value.
+constexpr DWORD AbsHeight(LONG nHeight) noexcept
+{
+    return nHeight < 0 ? 0u - static_cast<DWORD>(nHeight) : static_cast<DWORD>(nHeight);
+}
+
+/// True for r210, ARGB32 and the five codes 0xE436EB7A to 0xE436EB7E.
+bool IsRGBFormat(DWORD fccType) noexcept;
+
+/// True for v210 and r210; an unknown code asserts and answers false.
+bool Is10Bit(DWORD fccType) noexcept;
+
+/// Bits a pixel as sizes and pitches count them; 0 for an unknown code. NV12 counts 16 here on purpose.
+DWORD GetBitCount(DWORD fccType) noexcept;
+
+/// True when the library can work on the descriptor. Each output is optional and written only on success.
+bool GetPicFormat(const PicProps* _pProps, bool* pbYUVFormat, bool* pbPlanar, DWORD* pdwBitCount) noexcept;
+
+/// Row pitch in bytes; 0 for a null pointer.
+DWORD GetPicRowBytes(const PicProps* _pProps) noexcept;
+
+/// Row pitch in bytes from nRowWidth as it stands, without falling back to nWidth; 0 for a null pointer.
+DWORD GetPicRowBytes10(const PicProps* _pProps) noexcept;
+
+/// Frame size in bytes; 0 for a null pointer or an unknown format.
+DWORD GetPicSize(const PicProps* _pProps) noexcept;
+
+/// Byte offset and row pitch of each plane (Y or the only one, U, V). With bPlanarYUV packed YUV is seen as
+/// three planes. Entries of planes that the format lacks stay as the caller set them.
+/// \param pbMirror optional: true for a bottom-up picture
+bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], bool* pbMirror, bool bPlanarYUV) noexcept;
+
+/// Byte offset of pixel (x, y) within each plane, y counted in memory rows.
+bool GetPicOffsets(const PicProps* _pProps, LONG x, LONG y, DWORD arrOffset[3], bool bPlanarYUV) noexcept;
+
+/// Clips two rectangles against their pictures and rounds columns to even where a side is YUV.
+/// \param bScale the rectangles may differ in size
+/// \param _prcInput, _prcOutput optional: null means the whole picture
+/// \return S_OK; S_FALSE when a rectangle lies outside its picture; E_INVALIDARG
+HRESULT NormalizeRects(const PicProps* _pInputProps, const PicProps* _pOutputProps, RECT* psrcRect, RECT* pdstRect,
+                       bool bScale, const RECT* _prcInput, const RECT* _prcOutput) noexcept;
