@@ -54,6 +54,14 @@ function(qx_library name)
     target_link_libraries(${name} PRIVATE qx_product_options PUBLIC ${arg_LIBS})
 endfunction()
 
+# Programs of the cross build run under Wine, in a prefix of the build folder that the fixture wine_prefix makes.
+if(WIN32 AND NOT CMAKE_HOST_WIN32)
+    set(QX_TEST_ENVIRONMENT
+        "WINEPREFIX=${PROJECT_BINARY_DIR}/wine"
+        "WINEDEBUG=-all"
+        "WINEDLLOVERRIDES=mscoree,mshtml=d$<SEMICOLON>winemenubuilder.exe,winedbg.exe=d")
+endif()
+
 # qx_test(NAME SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
 # A GoogleTest program that CTest runs (under Wine in the cross build).
 function(qx_test name)
@@ -66,4 +74,8 @@ function(qx_test name)
         set(arg_TIMEOUT 300)
     endif()
     set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
+    if(QX_TEST_ENVIRONMENT)
+        set_tests_properties(${name} PROPERTIES
+            ENVIRONMENT "${QX_TEST_ENVIRONMENT}" FIXTURES_REQUIRED wine_prefix)
+    endif()
 endfunction()

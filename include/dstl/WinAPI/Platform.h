@@ -9,6 +9,8 @@
 #include <windows.h>
 #include <objbase.h>
 
+#undef GetClassName // the name of an operation of ours
+
 /// The last error as an HRESULT; E_FAIL where a call failed without setting one.
 inline HRESULT DSTLLastError() noexcept
 {

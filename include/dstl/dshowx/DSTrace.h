@@ -29,6 +29,12 @@ inline constexpr size_t cchTraceLine = 1024;
 /// Writes one line to the log. Longer texts are cut to 1,022 characters. %s takes wide text, %hs narrow text.
 void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noexcept;
 
+/// A pointer as the log prints it where a line has room for 32 bits: the low half.
+inline unsigned TracePtr(const void* p) noexcept
+{
+    return static_cast<unsigned>(reinterpret_cast<UINT_PTR>(p));
+}
+
 /// Reports a failed condition to the log and to g_pfnDebugReport, and lets the caller go on.
 /// \return 1 when the condition holds, 5 after a report, 4 after a report that asked for a break.
 int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszExpression) noexcept;
