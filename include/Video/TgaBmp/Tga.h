@@ -1,0 +1,117 @@
+#pragma once
+/// Reader of the Truevision TGA file format (Truevision TGA File Format Specification, version 2.0).
+
+#include "dstl/WinAPI/Platform.h"
+
+#include <memory>
+
+/// What a loaded picture is made of.
+enum eTGAMode : DWORD
+{
+    eTGAMode_None = 0,
+    eTGAMode_ColMap = 1,
+    eTGAMode_TrueColor = 2,
+    eTGAMode_BW = 3
+};
+
+/// Header of a TGA file, its fields at their natural alignment.
+struct TGAHeader
+{
+    BYTE nIdLength;      ///< bytes of the image ID, which is skipped
+    BYTE nColMapType;    ///< not 0: the file has a colour map
+    BYTE nImageType;     ///< 1 colour-mapped, 2 true-colour, 3 black-and-white; 9 to 11 the same run-length
+                         ///< encoded
+    WORD nColMapFirst;   ///< first index of the colour map; never applied
+    WORD nColMapEntries; ///< entries of the colour map
+    BYTE nColMapDepth;   ///< bits of an entry
+    WORD nOriginX;       ///< never used
+    WORD nOriginY;       ///< never used
+    WORD nWidth;         ///< pixels
+    WORD nHeight;        ///< rows
+    BYTE nBitDepth;      ///< bits of a stored pixel, 1 to 32
+    BYTE fImageDesc;     ///< bits 0-3 alpha bits, 0x10 right to left, 0x20 top row first, 0xC0 interleave
+};
+
+/// One TGA file in memory. LoadFile reads it, ConvertToBmp turns it into a packed bottom-up bitmap, any
+/// number of times. Errors and warnings are traced. Made to live on the stack; not thread-safe.
+class CTga
+{
+public:
+    CTga() noexcept = default;
+    ~CTga() = default;
+    CTga(const CTga&) = delete;
+    CTga& operator=(const CTga&) = delete;
+
+    /// Frees the buffers and zeroes every member.
+    void Clear() noexcept;
+
+    /// Reads a file in place of what was held. A failed load leaves the object empty.
+    HRESULT LoadFile(const wchar_t* pszTgaFile) noexcept;
+
+    /// Converts the loaded picture. Black-and-white pictures are refused.
+    /// \param fccType FOURCC_RGB24, FOURCC_RGB32 or FOURCC_ARGB32
+    /// \param pBmp out: Rows() rows of (Columns() * bytes + 3) & ~3 bytes, bytes being 3 or 4; bottom row
+    /// first.
+    ///        Bytes behind the last pixel of a row are not written
+    /// \param pAlpha out, may be null: Rows() rows of (Columns() + 3) & ~3 bytes; 255 without alpha bits
+    HRESULT ConvertToBmp(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept;
+
+    DWORD Columns() const noexcept { return m_header.nWidth; }
+    DWORD Rows() const noexcept { return m_header.nHeight; }
+    /// Bytes of a stored pixel.
+    DWORD Depth() const noexcept { return m_cbDepth; }
+    /// Stored pixels in file order, rows not aligned.
+    const BYTE* Image() const noexcept { return m_pImage.get(); }
+    eTGAMode Mode() const noexcept { return m_eMode; }
+    DWORD BitsPerColour() const noexcept
+    {
+        return m_eMode == eTGAMode_ColMap ? m_header.nColMapDepth : m_header.nBitDepth;
+    }
+    bool IsTopOrigin() const noexcept { return (m_header.fImageDesc & 0x20) != 0; }
+    bool HasAlpha() const noexcept { return (m_header.fImageDesc & 0x0F) != 0; }
+    const TGAHeader& Header() const noexcept { return m_header; }
+
+    /// The 32 bits at the start of an entry, little-endian, whatever the size of an entry. What lies behind
+    /// the colour map reads as zero.
+    DWORD ColMapEntry(DWORD idx) const noexcept;
+
+protected:
+    /// Parses the file from its start.
+    HRESULT ReadFile(HANDLE hFile) noexcept;
+    /// Decodes the packets of a run-length encoded image into m_pImage.
+    /// \param pcbRead out, may be null: bytes consumed from the file; 0 on failure
+    HRESULT ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept;
+    /// Reads exactly cb bytes: the only door to the file's contents.
+    HRESULT Read(HANDLE hFile, DWORD cb, void* pbBuf) noexcept;
+    /// Moves to another place of the file; S_FALSE, without moving, for the distance 0.
+    HRESULT SetPosition(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noexcept;
+
+    HRESULT Convert_ColMap(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept;
+    HRESULT Convert_TrueColor(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept;
+    HRESULT Convert_BW(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept;
+
+    TGAHeader m_header{};
+    eTGAMode m_eMode = eTGAMode_None;
+    DWORD m_cbColMapEntry = 0; ///< bytes of a colour map entry, 1 to 4
+    std::unique_ptr<BYTE[]> m_pColMap;
+    DWORD m_cbDepth = 0; ///< bytes of a stored pixel, 1 to 4
+    DWORD m_cbImage = 0; ///< bytes of m_pImage without the slack behind it
+    std::unique_ptr<BYTE[]> m_pImage;
+
+private:
+    HRESULT CheckOutput(DWORD fccType, const BYTE* pBmp) const noexcept;
+    HRESULT ReadHeader(HANDLE hFile) noexcept;
+    HRESULT CheckHeader() const noexcept;
+    HRESULT ReadColMap(HANDLE hFile, DWORD* pcbRead) noexcept;
+    HRESULT ReadImage(HANDLE hFile, DWORD* pcbRead) noexcept;
+    HRESULT ReadFooter(HANDLE hFile, DWORD cbRest) noexcept;
+    /// Takes up to cb bytes from the read-ahead, then from the file. \return false after a failed call
+    bool ReadSome(HANDLE hFile, DWORD cb, BYTE* pbBuf, DWORD* pcbRead) noexcept;
+    void DropReadAhead() noexcept;
+    template <class TNextPixel>
+    void ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept;
+
+    std::unique_ptr<BYTE[]> m_pAhead; ///< bytes read from the file and not yet asked for
+    DWORD m_cbAhead = 0;              ///< bytes in m_pAhead
+    DWORD m_nAhead = 0;               ///< the first of them that was not asked for
+};
