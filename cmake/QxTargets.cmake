@@ -17,7 +17,7 @@ if(WIN32)
 else()
     # The Win32 record types come from Wine's headers; wide characters have 16 bits as on Windows.
     target_compile_options(qx_options INTERFACE -fshort-wchar -isystem /usr/include/wine/wine/windows)
-    target_compile_definitions(qx_options INTERFACE UNICODE _UNICODE NOMINMAX QX_NATIVE=1)
+    target_compile_definitions(qx_options INTERFACE UNICODE _UNICODE WINE_UNICODE_NATIVE NOMINMAX QX_NATIVE=1)
     target_include_directories(qx_options INTERFACE "${PROJECT_SOURCE_DIR}/tests/native")
     if(QX_SANITIZE)
         target_compile_options(qx_options INTERFACE

@@ -8,6 +8,10 @@
 #include <amvideo.h>
 #include <dvdmedia.h>
 #include <uuids.h>
+#include <wmcodecdsp.h>
 
 #include <cguid.h>
 #include <unknwn.h>
+
+// cguid.h only declares it.
+extern "C" const IID GUID_NULL = {};
