@@ -1,0 +1,124 @@
+#pragma once
+/// Allocator negotiation of an output pin: the downstream pin's allocator is tried first, our own after it.
+///
+/// What the concrete pin T supplies:
+///  - it is a CPin (name, m_lock, m_crsLink, IsConnected) and a CMTSingle (m_theMediaType)
+///  - `PicProps m_picOutput`: the output picture, whose size in bytes the buffers have to hold
+/// It may hide any operation of CStdAllocator with its own of the same name.
+
+#include "dstl/WinAPI/Atl.h"
+
+#include <strmif.h>
+
+#include "Common/Common.h"
+#include "dstl/dshowx/AllocatorProps.h"
+#include "dstl/dshowx/DSTypes.h"
+
+class CPin;
+
+/// Where an allocator comes from. An output pin uses only the last two.
+enum eAllocSrc : DWORD
+{
+    eAS_None = 0,
+    eAS_Upstream = 1,
+    eAS_Internal = 2,
+    eAS_Downstream = 3
+};
+
+/// "upstream", "downstream", and "internal" for everything else.
+LPCWSTR AllocSrcName(eAllocSrc eSrc) noexcept;
+
+/// The filter's own allocator.
+class CGreedMemoryAllocator
+{
+public:
+    /// \param ppAllocator receives a counted allocator; null on failure
+    static HRESULT Create(IMemAllocator** ppAllocator) noexcept;
+};
+
+/// The outcome of the negotiation, and the steps that do not depend on the pin's class.
+class CAllocatorMatchBase
+{
+public:
+    ALLOCATOR_PROPERTIES m_rgPropsOut{}; ///< properties of the attached allocator as it reported them
+    CComPtr<IMemAllocator> m_spAllocOut; ///< the attached allocator; written under the pin's m_crsLink
+    bool m_bActive = false;              ///< whether this pin has committed it
+    eAllocSrc m_eAllocSrc = eAS_None;    ///< where it came from
+
+protected:
+    /// Lines of one of the two attempts, one for each step.
+    struct MatchTexts
+    {
+        LPCWSTR pszObtain;
+        LPCWSTR pszSetProperties;
+        LPCWSTR pszTestProps;
+        LPCWSTR pszNotify;
+    };
+    static const MatchTexts s_rgExternTexts;
+    static const MatchTexts s_rgOurTexts;
+
+    /// Writes the line of a step that did not answer S_OK and turns its result into a failure.
+    static HRESULT MatchFailed(CPin& pin, LPCWSTR pszText, HRESULT hr) noexcept;
+    /// SetProperties with a zeroed answer. \param hrObtained the result of obtaining the allocator
+    static HRESULT MatchSetProperties(CPin& pin, const MatchTexts& rgTexts, HRESULT hrObtained,
+                                      IMemAllocator* pAllocator, ALLOCATOR_PROPERTIES* pProps,
+                                      ALLOCATOR_PROPERTIES* pActual) noexcept;
+    static HRESULT MatchNotify(CPin& pin, const MatchTexts& rgTexts, HRESULT hrTested,
+                               IMemInputPin* pMemInput, IMemAllocator* pAllocator, BOOL bReadOnly) noexcept;
+
+    void Attach(CPin& pin, IMemAllocator* pAllocator, eAllocSrc eSrc) noexcept;
+    HRESULT Activate(CPin& pin, bool bActivate) noexcept;
+
+    friend class COutputPinBase;
+    /// Takes the allocator out and resets the rest; the caller holds m_crsLink and decommits afterwards.
+    void TakeOut(CComPtr<IMemAllocator>& spAllocator) noexcept;
+};
+
+/// The attempts with one allocator each. \tparam T the pin
+template <class T>
+class CAllocatorMatch : public CAllocatorMatchBase
+{
+public:
+    /// Tries the allocator that the downstream pin offers.
+    HRESULT MatchExternAllocator(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps,
+                                 BOOL bReadOnly) noexcept;
+    /// Tries the pin's own allocator, which the downstream pin is told of.
+    HRESULT MatchOurAllocator(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps, BOOL bReadOnly) noexcept;
+    /// Keeps an agreed allocator.
+    void AttachAllocator(IMemAllocator* pAllocator, eAllocSrc eSrc) noexcept
+    {
+        Attach(Pin(), pAllocator, eSrc);
+    }
+    /// Commits or decommits the agreed allocator. Twice the same does nothing the second time.
+    HRESULT AllocatorActivate(bool bActivate) noexcept { return Activate(Pin(), bActivate); }
+
+private:
+    T& Pin() noexcept { return *static_cast<T*>(this); }
+    HRESULT Match(const MatchTexts& rgTexts, HRESULT hrObtained, IMemAllocator* pAllocator, eAllocSrc eSrc,
+                  IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps, BOOL bReadOnly) noexcept;
+};
+
+/// The policy of an output pin: what is asked for, what is accepted, which allocator comes first.
+/// \tparam T the pin \tparam bReadOnlySamples what NotifyAllocator is told; 0: samples are written to
+/// afterwards
+template <class T, BOOL bReadOnlySamples>
+class CStdAllocator : public CAllocatorMatch<T>
+{
+public:
+    /// Agrees an allocator with the downstream pin. On success m_spAllocOut is set.
+    HRESULT AllocatorAgree(IMemInputPin* pMemInput) noexcept;
+    /// The request: the larger of the downstream pin's wishes and the default, raised to the pin's own
+    /// demand.
+    HRESULT AllocatorGetProps(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps) noexcept;
+    /// Raises a request to what the media type and the output picture need.
+    HRESULT AllocatorDecideProps(ALLOCATOR_PROPERTIES* pProps) noexcept;
+    HRESULT AllocatorTestProps(const ALLOCATOR_PROPERTIES* pRequest,
+                               const ALLOCATOR_PROPERTIES* pActual) noexcept
+    {
+        return ::AllocatorTestProps(*pRequest, *pActual);
+    }
+    HRESULT AllocatorCreate(IMemAllocator** ppAllocator) noexcept
+    {
+        return CGreedMemoryAllocator::Create(ppAllocator);
+    }
+};

@@ -1,0 +1,236 @@
+#pragma once
+/// The generic output pin: connection, choice of media type and allocator, delivery.
+///
+/// What the concrete pin T supplies, beside its COM map with IPin:
+///  - `LPCWSTR GetClassName() const noexcept override`: the name in its trace lines
+///  - `void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept`: makes pmt the current type
+///  (CMTSingle::SetMediaType)
+///    and derives what depends on it; called with the pin's lock held, or on the worker
+///  - `PicProps m_picOutput` (DSAllocators.h)
+///  - bases COutputPin<T, TFilter>, IPinImpl<T>, CStdAllocator<T, 0>, CMTSingle, in this order
+/// What the concrete filter TFilter supplies to its pin:
+///  - `bool QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept`
+///  - FilterState(), IBaseFilter and the hooks of CSourceFilter (DSFilters.h)
+///
+/// Locks, in this order: the filter's m_lock, the pin's m_lock. m_crsLink is a leaf: it is held for counted
+/// copies and for stores of the link's pointers only.
+
+#include "dstl/WinAPI/Atl.h"
+
+#include <atomic>
+
+#include <strmif.h>
+#include <vfwmsgs.h>
+
+#include "dstl/WinAPI/Wrappers.h"
+#include "dstl/dshowx/DSAllocators.h"
+#include "dstl/dshowx/DSEnums.h"
+#include "dstl/dshowx/DSTrace.h"
+#include "dstl/dshowx/DSTypes.h"
+#include "dstl/dshowx/DSWrappers.h"
+
+/// What a pin is without its filter: direction, name, peer, locks.
+class CPin
+{
+public:
+    CPin() noexcept = default;
+    CPin(const CPin&) = delete;
+    CPin& operator=(const CPin&) = delete;
+
+    /// The name in trace lines.
+    virtual LPCWSTR GetClassName() const noexcept = 0;
+    virtual ~CPin() = default;
+
+    /// "Out" or "In".
+    LPCWSTR DirectionName() const noexcept { return m_ePinDir == PINDIR_OUTPUT ? L"Out" : L"In"; }
+    /// Whether there is a peer.
+    bool IsConnected() const noexcept { return GetPeer() != nullptr; }
+    /// A counted copy of the peer, for any thread; null when not connected.
+    CComPtr<IPin> GetPeer() const noexcept;
+    /// Whether a peer's direction differs from this pin's.
+    bool CheckDirection(IPin* pPeer) const noexcept;
+    bool IsCounterpart(IPin* pPeer) const noexcept { return CheckDirection(pPeer); }
+
+    PIN_DIRECTION m_ePinDir = PINDIR_OUTPUT;
+    wchar_t m_szName[cchDSName] = {};          ///< name and identifier
+    CComPtr<IPin> m_spConnected;               ///< the peer; written under m_lock and m_crsLink
+    mutable CComAutoCriticalSection m_lock;    ///< guards connection and format
+    mutable CComAutoCriticalSection m_crsLink; ///< leaf; guards the pointers of the link
+
+protected:
+    /// Stores or drops the peer. The old one is released outside the leaf lock.
+    void SetPeer(IPin* pPeer) noexcept;
+};
+
+/// A pin's only media type. Copies may be taken on any thread while the worker stores a new type.
+class CMTSingle
+{
+public:
+    /// Stores a deep copy; null, or a type that cannot be copied, stores the empty type.
+    void SetMediaType(const AM_MEDIA_TYPE* pmt) noexcept;
+    /// A copy in mt. \return S_OK, or a failure that leaves mt empty
+    HRESULT CopyMediaType(CMType& mt) const noexcept;
+    /// The enumerator's view: a fresh copy in task memory for index 0 of a type that is set.
+    /// \return S_OK, S_FALSE behind the end, E_OUTOFMEMORY
+    HRESULT GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept;
+
+    CMType m_theMediaType; ///< the current type; written through SetMediaType alone
+
+private:
+    mutable CComAutoCriticalSection m_crsType; ///< leaf
+};
+
+/// What the code that does not depend on the concrete classes asks of them; COutputPin answers. It is a table
+/// of its own, so that the object's primary table holds the name accessor and the destructor only.
+class COutputPinHooks
+{
+protected:
+    ~COutputPinHooks() = default;
+
+public:
+    virtual IPin* HookPin() noexcept = 0;
+    virtual CMTSingle& HookMediaType() noexcept = 0;
+    virtual CAllocatorMatchBase& HookAllocator() noexcept = 0;
+    virtual bool HookHasFilter() const noexcept = 0;
+    /// State_Stopped without a filter.
+    virtual FILTER_STATE HookFilterState() const noexcept = 0;
+    virtual bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept = 0;
+    virtual void HookApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept = 0;
+    virtual HRESULT HookAllocatorAgree(IMemInputPin* pMemInput) noexcept = 0;
+    /// The filter's own hooks; see CSourceFilter.
+    virtual HRESULT HookCompleteConnect(IPin* pReceivePin) noexcept = 0;
+    virtual HRESULT HookNoTypes(HRESULT hr) noexcept = 0;
+    virtual void HookDisconnect() noexcept = 0;
+};
+
+/// Connection and delivery of an output pin.
+class COutputPinBase : public CPin, public COutputPinHooks
+{
+public:
+    /// Connection, called by IPinImpl.
+    HRESULT ConnectTo(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept;
+    HRESULT DisconnectPeer() noexcept;
+
+    /// An empty sample of the agreed allocator. \param dwFlags of IMemAllocator::GetBuffer
+    HRESULT GetSample(IMediaSample** ppSample, DWORD dwFlags) noexcept;
+    /// Hands a sample to the downstream pin. \return what Receive answers, VFW_E_NOT_SAMPLE_CONNECTION
+    /// without peer
+    HRESULT SendSample(IMediaSample* pSample) noexcept;
+    /// Takes over a media type that the downstream filter has attached to a sample.
+    /// \return S_OK after a change, what GetMediaType answers without one, VFW_E_INVALIDMEDIATYPE after a
+    /// refusal
+    HRESULT SetMediaTypeFromSample(IMediaSample* pSample) noexcept;
+
+    /// Whether an allocator has been agreed; any thread.
+    bool HasAllocator() noexcept { return GetAllocator() != nullptr; }
+    /// A counted copy of the agreed allocator, for any thread.
+    CComPtr<IMemAllocator> GetAllocator() noexcept;
+
+    CComPtr<IMemInputPin> m_spMemInput; ///< the peer's input; written under m_crsLink
+
+protected:
+    HRESULT TryTypes(IPin* pReceivePin) noexcept;
+    HRESULT AgreeExternMT(IPin* pReceivePin) noexcept;
+    HRESULT AgreeInnerMT(IPin* pReceivePin) noexcept;
+    HRESULT TryMediaTypes(IPin* pReceivePin, IEnumMediaTypes* pEnum) noexcept;
+    HRESULT AttemptConnection(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept;
+    HRESULT ExecConnection(IPin* pReceivePin) noexcept;
+    HRESULT AgreeAllocator() noexcept;
+    void BreakConnection() noexcept;
+};
+
+/// The link to the owning filter. \tparam T the pin \tparam TFilter the filter
+template <class T, class TFilter>
+class CPinBase : public COutputPinBase
+{
+public:
+    using FilterClass = TFilter;
+
+    /// The owning filter, not counted; null after the filter has gone.
+    std::atomic<TFilter*> m_pFilter = nullptr;
+
+    /// The filter's state, without any lock: the worker asks too. State_Stopped without a filter.
+    FILTER_STATE FilterState() const noexcept
+    {
+        TFilter* const pFilter = m_pFilter;
+        return pFilter != nullptr ? pFilter->FilterState() : State_Stopped;
+    }
+    /// Whether the filter accepts a type.
+    bool QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept
+    {
+        TFilter* const pFilter = m_pFilter;
+        if (pFilter == nullptr)
+        {
+            trace(atlTraceGeneral, eTL_Error,
+                  L"###Err### %s QueryAcceptMT(): link between filter and pin is broken\n", GetClassName());
+            return false;
+        }
+        return pFilter->QueryAcceptMT(pmt);
+    }
+};
+
+/// An output pin. \tparam T the pin \tparam TFilter the filter
+template <class T, class TFilter>
+class COutputPin : public CPinBase<T, TFilter>
+{
+    IPin* HookPin() noexcept override { return static_cast<T*>(this); }
+    CMTSingle& HookMediaType() noexcept override { return *static_cast<T*>(this); }
+    CAllocatorMatchBase& HookAllocator() noexcept override { return *static_cast<T*>(this); }
+    bool HookHasFilter() const noexcept override { return this->m_pFilter != nullptr; }
+    FILTER_STATE HookFilterState() const noexcept override { return this->FilterState(); }
+    bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept override
+    {
+        return static_cast<T*>(this)->QueryAcceptMT(pmt);
+    }
+    void HookApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept override
+    {
+        static_cast<T*>(this)->ApplyOutputType(pmt);
+    }
+    HRESULT HookAllocatorAgree(IMemInputPin* pMemInput) noexcept override
+    {
+        return static_cast<T*>(this)->AllocatorAgree(pMemInput);
+    }
+    HRESULT HookCompleteConnect(IPin* pReceivePin) noexcept override
+    {
+        TFilter* const pFilter = this->m_pFilter;
+        return pFilter != nullptr ? pFilter->Filter_CompleteConnect(pReceivePin) : S_OK;
+    }
+    HRESULT HookNoTypes(HRESULT hr) noexcept override
+    {
+        TFilter* const pFilter = this->m_pFilter;
+        return pFilter != nullptr ? pFilter->Filter_NoTypes(hr) : VFW_E_NO_ACCEPTABLE_TYPES;
+    }
+    void HookDisconnect() noexcept override
+    {
+        TFilter* const pFilter = this->m_pFilter;
+        if (pFilter != nullptr)
+            pFilter->Filter_Disconnect();
+    }
+};
+
+/// IPin of an output pin. \tparam T the pin, a CPinBase
+template <class T>
+class IPinImpl : public IPin
+{
+public:
+    STDMETHOD(Connect)(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept override;
+    STDMETHOD(ReceiveConnection)(IPin* pConnector, const AM_MEDIA_TYPE* pmt) noexcept override;
+    STDMETHOD(Disconnect)() noexcept override;
+    STDMETHOD(ConnectedTo)(IPin** ppPin) noexcept override;
+    STDMETHOD(ConnectionMediaType)(AM_MEDIA_TYPE* pmt) noexcept override;
+    STDMETHOD(QueryPinInfo)(PIN_INFO* pInfo) noexcept override;
+    STDMETHOD(QueryDirection)(PIN_DIRECTION* pPinDir) noexcept override;
+    STDMETHOD(QueryId)(LPWSTR* Id) noexcept override;
+    STDMETHOD(QueryAccept)(const AM_MEDIA_TYPE* pmt) noexcept override;
+    STDMETHOD(EnumMediaTypes)(IEnumMediaTypes** ppEnum) noexcept override;
+    STDMETHOD(QueryInternalConnections)(IPin** apPin, ULONG* nPin) noexcept override;
+    STDMETHOD(EndOfStream)() noexcept override;
+    STDMETHOD(BeginFlush)() noexcept override;
+    STDMETHOD(EndFlush)() noexcept override;
+    STDMETHOD(NewSegment)(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) noexcept override;
+
+    virtual LPCWSTR GetClassName() const noexcept = 0;
+
+private:
+    T& Pin() noexcept { return *static_cast<T*>(this); }
+};

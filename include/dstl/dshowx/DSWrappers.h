@@ -1,0 +1,51 @@
+#pragma once
+/// Small helpers that filter, pins and enumerators share.
+
+#include "dstl/WinAPI/Atl.h"
+
+#include <strmif.h>
+
+#include "dstl/dshowx/DSTypes.h"
+
+/// Characters of a filter's or a pin's name, terminator included, as FILTER_INFO and PIN_INFO have them.
+inline constexpr size_t cchDSName = 128;
+
+/// Copies a name into a field of 128 characters, cut to fit and always terminated; null counts as empty.
+void CopyDSName(wchar_t (&szDst)[cchDSName], LPCWSTR pszSrc) noexcept;
+
+/// A bare media type in task memory that a call has handed out, freed with its format block and pUnk.
+class CMediaTypeHolder
+{
+public:
+    CMediaTypeHolder() noexcept = default;
+    ~CMediaTypeHolder() { MTDelete(m_pmt); }
+    CMediaTypeHolder(const CMediaTypeHolder&) = delete;
+    CMediaTypeHolder& operator=(const CMediaTypeHolder&) = delete;
+
+    operator const AM_MEDIA_TYPE*() const noexcept { return m_pmt; }
+    /// For a call that fills it; only while empty.
+    AM_MEDIA_TYPE** operator&() noexcept { return &m_pmt; }
+
+private:
+    AM_MEDIA_TYPE* m_pmt = nullptr;
+};
+
+/// A bare media type on the stack that a call has filled: format block and pUnk are freed.
+class CMediaTypeRecord : public AM_MEDIA_TYPE
+{
+public:
+    CMediaTypeRecord() noexcept : AM_MEDIA_TYPE{} {}
+    ~CMediaTypeRecord() { MTFree(this); }
+    CMediaTypeRecord(const CMediaTypeRecord&) = delete;
+    CMediaTypeRecord& operator=(const CMediaTypeRecord&) = delete;
+};
+
+/// Asks an object for an interface; *pp has to be null.
+/// \return E_POINTER for a null pp, E_NOINTERFACE for a null p, else what the object answers
+HRESULT DSTLQueryInterface(IUnknown* p, REFIID riid, void** pp) noexcept;
+
+template <class TInterface>
+HRESULT DSTLQuery(IUnknown* p, TInterface** pp) noexcept
+{
+    return DSTLQueryInterface(p, __uuidof(TInterface), reinterpret_cast<void**>(pp));
+}
