@@ -1,0 +1,92 @@
+#pragma once
+/// Handles, events, the worker thread, and a wait that keeps a message queue alive.
+
+#include "dstl/dshowx/DSTrace.h"
+
+#include <atomic>
+
+/// Owns one handle.
+class CHandle
+{
+public:
+    CHandle() noexcept = default;
+    explicit CHandle(HANDLE h) noexcept : m_h(h) {}
+    CHandle(const CHandle&) = delete;
+    CHandle& operator=(const CHandle&) = delete;
+    virtual ~CHandle() { Close(); }
+
+    void Close() noexcept;
+    /// Takes a handle over and closes the one held.
+    void Attach(HANDLE h) noexcept;
+    /// Hands the handle out; the caller closes it.
+    HANDLE Detach() noexcept;
+
+    /// Use of a handle that must be there.
+    operator HANDLE() const noexcept
+    {
+        DSASSERT(m_h != NULL);
+        return m_h;
+    }
+
+    HANDLE m_h = nullptr;
+};
+
+/// An unnamed event.
+class CEvent : public CHandle
+{
+public:
+    /// Makes the event, not signalled, in the place of an earlier one. \return whether there is one
+    bool Create(bool bManualReset) noexcept;
+    bool Set() noexcept;
+    bool Reset() noexcept;
+};
+
+/// What a thread runs; the result becomes the thread's exit code.
+using PFNTHREADPROC = DWORD (*)(void* pObject);
+
+/// A thread handle and the start of a thread.
+class CBaseThread
+{
+public:
+    CBaseThread() noexcept = default;
+    CBaseThread(const CBaseThread&) = delete;
+    CBaseThread& operator=(const CBaseThread&) = delete;
+
+    HANDLE m_hThread = nullptr; ///< null when there is no thread
+    DWORD m_dwThreadId = 0;
+
+protected:
+    ~CBaseThread() = default;
+
+    /// Makes the thread, suspended.
+    HRESULT ThreadStart(void* pObject, PFNTHREADPROC pfnThreadProc, unsigned nStackSize) noexcept;
+};
+
+/// A worker thread with its wake event. InitThread, Stop and destruction belong to one owner.
+class CSimpleThread : public CBaseThread
+{
+public:
+    CSimpleThread() noexcept = default;
+    ~CSimpleThread();
+
+    /// Ends any earlier thread and starts pfnThreadProc( pObject ) in a new one.
+    /// \param nStackSize bytes, 0 for the usual size
+    HRESULT InitThread(void* pObject, PFNTHREADPROC pfnThreadProc, unsigned nStackSize) noexcept;
+
+    /// Ends the thread: clears m_bRun, wakes the thread and waits for its end.
+    /// \param dwWait milliseconds \param bTerminate kills a thread that did not end in time
+    /// \param bMessageLoop handles window messages meanwhile
+    void Stop(DWORD dwWait, bool bTerminate, bool bMessageLoop) noexcept;
+
+    /// Signals the wake event. Wakes while the thread is busy collapse into one. \return false without a
+    /// thread
+    bool Wake() noexcept;
+
+    HANDLE m_hEvent = nullptr;       ///< the wake event, automatic reset
+    std::atomic<bool> m_bRun{false}; ///< the thread's procedure loops while this is true
+};
+
+/// Waits for a handle and handles the messages of the calling thread meanwhile.
+/// \param dwTimeout milliseconds or INFINITE \param bQuitOnWmQuit ends the wait at WM_QUIT, which is reposted
+/// \return 0 when signalled, 1 at the timeout or a quit, a failure code otherwise
+HRESULT DSWaitWithMessageLoop(HANDLE hHandle, DWORD dwTimeout, bool bQuitOnWmQuit) noexcept;
