@@ -37,6 +37,12 @@ struct PicProps
     LONG nRowWidth; ///< allocated row length in pixels; 0 means nWidth, otherwise not less than nWidth
 };
 
+/// Allocated row length in pixels.
+constexpr LONG PicRow(const PicProps& pic) noexcept
+{
+    return pic.nRowWidth != 0 ? pic.nRowWidth : pic.nWidth;
+}
+
 /// Absolute height that does not overflow for the lowest value.
 constexpr DWORD AbsHeight(LONG nHeight) noexcept
 {
@@ -55,26 +61,33 @@ DWORD GetBitCount(DWORD fccType) noexcept;
 /// True when the library can work on the descriptor. Each output is optional and written only on success.
 bool GetPicFormat(const PicProps* _pProps, bool* pbYUVFormat, bool* pbPlanar, DWORD* pdwBitCount) noexcept;
 
-/// Row pitch in bytes; 0 for a null pointer.
+/// Row pitch in bytes, of the first plane for a planar format; packed rows are padded to 4 bytes. 0 for a
+/// null pointer. Like all sizes here the result keeps the low 32 bits.
 DWORD GetPicRowBytes(const PicProps* _pProps) noexcept;
 
 /// Row pitch in bytes from nRowWidth as it stands, without falling back to nWidth; 0 for a null pointer.
 DWORD GetPicRowBytes10(const PicProps* _pProps) noexcept;
 
-/// Frame size in bytes; 0 for a null pointer or an unknown format.
+/// Frame size in bytes; 0 for a null pointer, an unknown format or a negative row length. A frame of 4 GiB or
+/// more keeps the low 32 bits only; GetPicPlanes refuses such a picture, so that no function works on it.
 DWORD GetPicSize(const PicProps* _pProps) noexcept;
 
 /// Byte offset and row pitch of each plane (Y or the only one, U, V). With bPlanarYUV packed YUV is seen as
 /// three planes. Entries of planes that the format lacks stay as the caller set them.
 /// \param pbMirror optional: true for a bottom-up picture
-bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], bool* pbMirror, bool bPlanarYUV) noexcept;
+/// \return false for what GetPicFormat refuses, and for a frame of 4 GiB or more, whose end no offset reaches
+bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], bool* pbMirror,
+                  bool bPlanarYUV) noexcept;
 
-/// Byte offset of pixel (x, y) within each plane, y counted in memory rows.
+/// Byte offset of pixel (x, y) within each plane, y counted in memory rows. Rows of RGB8 count without
+/// padding. On an odd y a 4:2:0 chroma offset stands in the middle of a chroma row; both are deliberate.
 bool GetPicOffsets(const PicProps* _pProps, LONG x, LONG y, DWORD arrOffset[3], bool bPlanarYUV) noexcept;
 
-/// Clips two rectangles against their pictures and rounds columns to even where a side is YUV.
-/// \param bScale the rectangles may differ in size
+/// Clips two rectangles against their pictures and rounds columns to even where a side is YUV. What one side
+/// loses the other loses too, scaled by the ratio of their sizes.
+/// \param psrcRect, pdstRect receive the rectangles on S_OK and S_FALSE; either can come out empty with S_OK
+/// \param bScale the rectangles may differ in size; otherwise both are cut to the smaller width and height
 /// \param _prcInput, _prcOutput optional: null means the whole picture
 /// \return S_OK; S_FALSE when a rectangle lies outside its picture; E_INVALIDARG
-HRESULT NormalizeRects(const PicProps* _pInputProps, const PicProps* _pOutputProps, RECT* psrcRect, RECT* pdstRect,
-                       bool bScale, const RECT* _prcInput, const RECT* _prcOutput) noexcept;
+HRESULT NormalizeRects(const PicProps* _pInputProps, const PicProps* _pOutputProps, RECT* psrcRect,
+                       RECT* pdstRect, bool bScale, const RECT* _prcInput, const RECT* _prcOutput) noexcept;
