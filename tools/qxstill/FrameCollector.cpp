@@ -1,0 +1,61 @@
+#include "FrameCollector.h"
+#include <cwchar>
+#include <utility>
+
+FrameCollector::FrameCollector(std::wstring folder, long wanted)
+    : m_folder(std::move(folder)), m_wanted(wanted), m_done(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+{
+}
+
+FrameCollector::~FrameCollector()
+{
+    CloseHandle(m_done);
+}
+
+HRESULT FrameCollector::OnFrame(IMediaSample* sample)
+{
+    if (m_count >= m_wanted || FAILED(m_result))
+        return S_FALSE;
+    if (!sample)
+        return E_POINTER;
+
+    const HRESULT hr = m_folder.empty() ? S_OK : Write(sample, m_count + 1);
+    if (FAILED(hr))
+    {
+        m_result = hr;
+        SetEvent(m_done);
+        return hr;
+    }
+    LARGE_INTEGER now = {};
+    QueryPerformanceCounter(&now);
+    if (m_count == 0)
+        m_firstTick = now.QuadPart;
+    m_lastTick = now.QuadPart;
+    if (++m_count == m_wanted)
+        SetEvent(m_done);
+    return S_OK;
+}
+
+HRESULT FrameCollector::Write(IMediaSample* sample, long number)
+{
+    // A frame that brings a type of its own begins a new format.
+    AM_MEDIA_TYPE* type = nullptr;
+    if (sample->GetMediaType(&type) == S_OK && type)
+    {
+        const bool known = ReadVideoFormat(*type, m_format);
+        CoTaskMemFree(type->pbFormat);
+        if (type->pUnk)
+            type->pUnk->Release();
+        CoTaskMemFree(type);
+        if (!known)
+            return VFW_E_INVALIDMEDIATYPE;
+    }
+    BYTE* bits = nullptr;
+    const HRESULT hr = sample->GetPointer(&bits);
+    if (FAILED(hr))
+        return hr;
+    wchar_t name[32] = {};
+    _snwprintf(name, 31, L"\\frame-%04ld.bmp", number);
+    return WriteFrameAsBmp(m_folder + name, m_format, bits,
+                           static_cast<size_t>(sample->GetActualDataLength()));
+}

@@ -1,0 +1,12 @@
+#pragma once
+/// Result codes in words.
+
+#include "dstl/WinAPI/Platform.h"
+#include <string>
+
+/// The constant's name, for instance "VFW_E_NOT_STOPPED"; null for a code that the table does not know.
+const char* HResultName(HRESULT hr);
+
+/// Name, number and the platform's text on one line, as far as there are any:
+/// "VFW_E_NOT_STOPPED (0x80040224): The operation could not be performed because the filter is not stopped."
+std::string HResultText(HRESULT hr);

@@ -1,0 +1,116 @@
+// qxstill: a host for the still-picture source filter on the command line.
+
+#include "dstl/WinAPI/Platform.h"
+#include "ChartCommand.h"
+#include "Failure.h"
+#include "GrabCommand.h"
+#include <CLI/CLI.hpp>
+#include <shellapi.h>
+#include <fcntl.h>
+#include <io.h>
+#include <cstdio>
+
+namespace
+{
+constexpr int g_exitFailed = 1;
+constexpr int g_exitUsage = 2;
+
+// The arguments in UTF-8, last one first, as the parser wants them; without the program's name.
+std::vector<std::string> Arguments()
+{
+    int count = 0;
+    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = count - 1; wide && i > 0; --i)
+        arguments.push_back(ToUtf8(wide[i]));
+    LocalFree(wide);
+    return arguments;
+}
+
+void AddGrab(CLI::App& app, GrabOptions& options)
+{
+    CLI::App* grab = app.add_subcommand(
+        "grab", "Show a picture through the filter in a filter graph and write the frames that come out as "
+                "BMP files. "
+                "Prints the agreed media type, the allocator, the frames and the time. The filter has to be "
+                "registered (regsvr32 QXStillSource.dll).");
+    grab->add_option("--picture", options.picture, "Picture file, or any other name that the filter knows")
+        ->required();
+    grab->add_option("--out", options.out, "Folder for the frames; made if missing")->required();
+    grab->add_option("--frames", options.frames, "How many frames")
+        ->check(CLI::Range(1L, 1000000L))
+        ->capture_default_str();
+    grab->add_option("--format", options.format,
+                     "Pixel format to ask for, as RGB32 or UYVY (default: the picture's)");
+    grab->add_option("--size", options.size, "Frame size to ask for, as 720x576 (default: the picture's)");
+    grab->add_option("--rate", options.rate, "Frames a second to ask for (default: 25)")
+        ->check(CLI::PositiveNumber);
+    grab->add_option("--sink", options.sink,
+                     "End of the graph: the platform's sample grabber and null renderer, the sink of this "
+                     "program, or auto: the first, and the second where the first does not connect")
+        ->check(CLI::IsMember({"auto", "platform", "own"}))
+        ->capture_default_str();
+    grab->add_option("--timeout", options.timeout, "Seconds without a frame after which to give up")
+        ->check(CLI::Range(0.1, 86400.0))
+        ->capture_default_str();
+    grab->final_callback([&options] { RunGrab(options); });
+}
+
+void AddChart(CLI::App& app, ChartOptions& options)
+{
+    CLI::App* chart = app.add_subcommand("chart", "Draw a test chart into a TGA file.");
+    chart->add_option("--out", options.out, "File to write")->required();
+    chart->add_option("--width", options.width, "Pixels")->check(CLI::Range(1, 65535))->capture_default_str();
+    chart->add_option("--height", options.height, "Pixels")
+        ->check(CLI::Range(1, 65535))
+        ->capture_default_str();
+    chart->add_option("--bits", options.bits, "Bits a pixel: 24, or 32 with a ramp of transparency")
+        ->check(CLI::IsMember({24, 32}))
+        ->capture_default_str();
+    chart->add_flag("--rle", options.runLength, "Run-length encoded");
+    chart->add_flag("--top", options.topOrigin, "Rows stored from the top");
+    chart->final_callback([&options] { RunChart(options); });
+}
+
+// A message of the parser on one line.
+std::string OneLine(std::string text)
+{
+    for (char& c : text)
+    {
+        if (c == '\n' || c == '\r')
+            c = ' ';
+    }
+    return text;
+}
+} // namespace
+
+int main()
+{
+    SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+
+    CLI::App app("A host for the still-picture source filter QXStillSource.", "qxstill");
+    app.require_subcommand(1);
+    GrabOptions grab;
+    ChartOptions chart;
+    AddGrab(app, grab);
+    AddChart(app, chart);
+    try
+    {
+        app.parse(Arguments());
+        return 0;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        if (error.get_exit_code() == 0)
+            return app.exit(error); // help was asked for
+        std::fprintf(stderr, "qxstill: %s (qxstill --help tells the usage)\n", OneLine(error.what()).c_str());
+        return g_exitUsage;
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "qxstill: %s\n", error.what());
+        return g_exitFailed;
+    }
+}
