@@ -1,0 +1,441 @@
+#include "dstl/dshowx/DSVideo.h"
+
+#include "dstl/dshowx/DSTrace.h"
+
+#include <climits>
+#include <cstddef>
+#include <cstring>
+
+// Subtype, bits, luma samples for each chroma sample across and down, offsets, steps, planar, YUV.
+const VideoFormat rgFormat[nVideoFormats] = {
+    {&MEDIASUBTYPE_YUY2, 16, 2, 1, {0, 1, 3}, {2, 4, 4}, 0, 1},
+    {&MEDIASUBTYPE_UYVY, 16, 2, 1, {1, 0, 2}, {2, 4, 4}, 0, 1},
+    {&MEDIASUBTYPE_YV12, 12, 2, 2, {0, 0, 0}, {1, 1, 1}, 1, 1},
+    {&MEDIASUBTYPE_YVYU, 16, 2, 1, {0, 3, 1}, {2, 4, 4}, 0, 1},
+    {&guidSubtypeI420, 12, 2, 2, {0, 0, 0}, {1, 1, 1}, 1, 1},
+    {&guidSubtypeIYU2, 24, 1, 1, {2, 1, 0}, {3, 3, 3}, 0, 1},
+    {&MEDIASUBTYPE_RGB32, 32, 1, 1, {2, 1, 0}, {4, 4, 4}, 0, 0},
+    {&MEDIASUBTYPE_ARGB32, 32, 1, 1, {2, 1, 0}, {4, 4, 4}, 0, 0},
+    {&MEDIASUBTYPE_RGB24, 24, 1, 1, {2, 1, 0}, {3, 3, 3}, 0, 0},
+    {&MEDIASUBTYPE_RGB565, 16, 1, 1, {1, 0, 0}, {2, 2, 2}, 0, 0},
+    {&MEDIASUBTYPE_RGB555, 16, 1, 1, {1, 0, 0}, {2, 2, 2}, 0, 0},
+    {&guidSubtypeHDYC, 16, 2, 1, {1, 0, 2}, {2, 4, 4}, 0, 1},
+    {&guidSubtypev210, 20, 2, 1, {1, 0, 2}, {2, 4, 4}, 0, 1},
+    {&guidSubtyper210, 32, 1, 1, {0, 1, 2}, {4, 4, 4}, 0, 0}, // RGB, though it is a FOURCC
+    {&guidSubtypeNV12, 12, 2, 2, {0, 0, 0}, {1, 1, 1}, 1, 1},
+};
+
+namespace
+{
+/// Aspect that a fresh VIDEOINFOHEADER2 gets, whatever the size: who needs another overwrites it.
+constexpr DWORD dwDefaultAspectX = 4;
+constexpr DWORD dwDefaultAspectY = 3;
+
+constexpr size_t nHeaderShift = 48;  ///< place of the bitmap header in a VIDEOINFOHEADER
+constexpr size_t nHeader2Shift = 72; ///< and in a VIDEOINFOHEADER2
+static_assert(offsetof(VIDEOINFOHEADER, bmiHeader) == nHeaderShift && sizeof(VIDEOINFOHEADER) == 88);
+static_assert(offsetof(VIDEOINFOHEADER2, bmiHeader) == nHeader2Shift && sizeof(VIDEOINFOHEADER2) == 112);
+static_assert(sizeof(BITMAPINFOHEADER) == 40);
+
+bool IsPlanarYUV(const VideoFormat& rgEntry) noexcept
+{
+    return rgEntry.bYUV && rgEntry.bPlanar;
+}
+
+/// The subtype that a bitmap header stands for, or null.
+const GUID* SubtypeFromBitCount(WORD biBitCount) noexcept
+{
+    switch (biBitCount)
+    {
+    case 32:
+        return &MEDIASUBTYPE_RGB32;
+    case 24:
+        return &MEDIASUBTYPE_RGB24;
+    case 16:
+        return &MEDIASUBTYPE_RGB565;
+    default:
+        return nullptr;
+    }
+}
+
+/// How the format block of a type holds its picture.
+enum class eBlock
+{
+    Missing, ///< no video type, no block, or another format type
+    Short,   ///< smaller than its record, which has been asserted
+    Whole
+};
+
+/// What a whole block says about the picture. Copied out, as a foreign block need not be aligned.
+struct BlockSize
+{
+    LONGLONG nTargetWidth; ///< width of rcTarget; 64 bits, as any rectangle may stand there
+    LONG nRowWidth;
+    LONG nHeight;
+};
+
+eBlock ReadBlock(const AM_MEDIA_TYPE* pmt, BlockSize* pSize) noexcept
+{
+    if (pmt->majortype != MEDIATYPE_Video || !pmt->pbFormat)
+        return eBlock::Missing;
+
+    size_t nShift = 0;
+    if (pmt->formattype == FORMAT_VideoInfo)
+    {
+        DSASSERT(pmt->cbFormat >= sizeof(VIDEOINFOHEADER));
+        if (pmt->cbFormat < sizeof(VIDEOINFOHEADER))
+            return eBlock::Short;
+        nShift = nHeaderShift;
+    }
+    else if (pmt->formattype == FORMAT_VideoInfo2)
+    {
+        DSASSERT(pmt->cbFormat >= sizeof(VIDEOINFOHEADER2));
+        if (pmt->cbFormat < sizeof(VIDEOINFOHEADER2))
+            return eBlock::Short;
+        nShift = nHeader2Shift;
+    }
+    else
+    {
+        return eBlock::Missing;
+    }
+
+    RECT rcTarget;
+    memcpy(&rcTarget, pmt->pbFormat + offsetof(VIDEOINFOHEADER, rcTarget), sizeof(rcTarget));
+    static_assert(offsetof(VIDEOINFOHEADER, rcTarget) == offsetof(VIDEOINFOHEADER2, rcTarget));
+    BITMAPINFOHEADER bmiHeader;
+    memcpy(&bmiHeader, pmt->pbFormat + nShift, sizeof(bmiHeader));
+
+    pSize->nTargetWidth = static_cast<LONGLONG>(rcTarget.right) - rcTarget.left;
+    pSize->nRowWidth = bmiHeader.biWidth;
+    pSize->nHeight = bmiHeader.biHeight;
+    return eBlock::Whole;
+}
+
+/// Settles the width: an empty target means the whole row.
+/// \return false for an empty picture or a target that is wider than a row
+bool SettleWidth(const BlockSize& rgSize, LONG* pnWidth) noexcept
+{
+    if (rgSize.nRowWidth == 0 || rgSize.nHeight == 0)
+        return false;
+    const LONGLONG nWidth = rgSize.nTargetWidth != 0 ? rgSize.nTargetWidth : rgSize.nRowWidth;
+    if (nWidth > rgSize.nRowWidth || nWidth < LONG_MIN)
+        return false;
+    *pnWidth = static_cast<LONG>(nWidth);
+    return true;
+}
+} // namespace
+
+int FindFormat(DWORD fccType) noexcept
+{
+    for (int i = 0; i < nVideoFormats; ++i)
+        if (rgFormat[i].Code() == fccType)
+            return i;
+    return -1;
+}
+
+int FindSubtype(const GUID& guidSub) noexcept
+{
+    for (int i = 0; i < nVideoFormats; ++i)
+        if (*rgFormat[i].pSubtype == guidSub)
+            return i;
+    return -1;
+}
+
+int CheckSize(DWORD fccType, LONG nWidth, LONG nHeight, LONG nRowWidth) noexcept
+{
+    if (nWidth == 0 || nHeight == 0)
+        return -1;
+    if (nRowWidth != 0 && nRowWidth < nWidth)
+        return -1;
+    const int nIndex = FindFormat(fccType);
+    if (nIndex < 0)
+        return -1;
+
+    const VideoFormat& rgEntry = rgFormat[nIndex];
+    if (nWidth % rgEntry.nHorzYtoUV != 0 || nRowWidth % rgEntry.nHorzYtoUV != 0 ||
+        nHeight % rgEntry.nVertYtoUV != 0)
+        return -1;
+    return nIndex;
+}
+
+DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept
+{
+    DSASSERT_TEXT(nWidth % rgEntry.nHorzYtoUV == 0, "nWidth % rgFormat.nHorzYtoUV == 0");
+
+    if (IsPlanarYUV(rgEntry))
+        return static_cast<DWORD>(nWidth);
+
+    // 64 bits hold every product; the result is their low half.
+    const LONGLONG nWide = nWidth;
+    LONGLONG cbRow = 0;
+    switch (rgEntry.Code())
+    {
+    case FOURCC_v210: // groups of 48 pixels in 128 bytes
+        cbRow = (nWide + 47) / 48 * 128;
+        break;
+    case FOURCC_r210: // groups of 64 pixels in 256 bytes
+        cbRow = (nWide + 63) / 64 * 256;
+        break;
+    default:
+        cbRow = nWide * rgEntry.nBitCount / 8;
+        break;
+    }
+    return static_cast<DWORD>((cbRow + 3) & ~3LL);
+}
+
+DWORD ImageSize(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
+{
+    DSASSERT_TEXT(nHeight % rgEntry.nVertYtoUV == 0, "nHeight % rgFormat.nVertYtoUV == 0");
+
+    const DWORD nRows = AbsHeight(nHeight);
+    DWORD cbImage = nRows * RowBytes(rgEntry, nWidth);
+    if (IsPlanarYUV(rgEntry))
+        cbImage += static_cast<DWORD>(nWidth / rgEntry.nHorzYtoUV) * (nRows / rgEntry.nVertYtoUV) * 2;
+    return cbImage;
+}
+
+HRESULT ImageSizeOf(DWORD fccType, LONG nWidth, LONG nHeight, DWORD* pcbImageSize) noexcept
+{
+    DSASSERT(pcbImageSize != NULL);
+    if (!pcbImageSize)
+        return E_POINTER;
+    *pcbImageSize = 0;
+    const int nIndex = FindFormat(fccType);
+    if (nIndex < 0)
+        return E_INVALIDARG;
+    *pcbImageSize = ImageSize(rgFormat[nIndex], nWidth, nHeight);
+    return S_OK;
+}
+
+HRESULT MakeBmpHeader(DWORD fccType, LONG nWidth, LONG nHeight, BITMAPINFOHEADER* pBmpHeader) noexcept
+{
+    DSASSERT(pBmpHeader != NULL);
+    if (!pBmpHeader)
+        return E_POINTER;
+    const int nIndex = FindFormat(fccType);
+    if (nIndex < 0)
+        return E_INVALIDARG;
+
+    const VideoFormat& rgEntry = rgFormat[nIndex];
+    *pBmpHeader = {};
+    pBmpHeader->biSize = sizeof(BITMAPINFOHEADER);
+    pBmpHeader->biWidth = nWidth;
+    pBmpHeader->biHeight = nHeight;
+    pBmpHeader->biPlanes = 1;
+    pBmpHeader->biBitCount = rgEntry.nBitCount;
+    pBmpHeader->biCompression = rgEntry.bYUV ? fccType : static_cast<DWORD>(BI_RGB);
+    pBmpHeader->biSizeImage = ImageSize(rgEntry, nWidth, nHeight);
+    return S_OK;
+}
+
+HRESULT MTCreate(CMType* pmt, const GUID& guidMajor, const GUID& guidSub, const GUID& guidFormat, ULONG cb,
+                 const BYTE* pb) noexcept
+{
+    DSASSERT(pmt != NULL);
+    if (!pmt)
+        return E_POINTER;
+
+    BYTE* pbFormat = nullptr;
+    if (cb != 0)
+    {
+        pbFormat = MTAllocFormat(cb, pb);
+        if (!pbFormat)
+            return E_OUTOFMEMORY;
+    }
+    const GUID guidFormatKept = guidFormat; // it may be the one of the type that Reset clears
+    pmt->Reset(guidMajor, guidSub);
+    pmt->formattype = guidFormatKept;
+    pmt->cbFormat = cb;
+    pmt->pbFormat = pbFormat;
+    return S_OK;
+}
+
+HRESULT MTCreateVideo(CMType* pmt, DWORD fccType, const GUID& guidFormat, LONG nWidth, LONG nHeight,
+                      LONG nRowWidth) noexcept
+{
+    const bool bHeader2 = guidFormat == FORMAT_VideoInfo2;
+    if (!bHeader2 && guidFormat != FORMAT_VideoInfo)
+        return E_INVALIDARG;
+    const int nIndex = CheckSize(fccType, nWidth, nHeight, nRowWidth);
+    if (nIndex < 0)
+        return E_INVALIDARG;
+    if (nRowWidth == 0)
+        nRowWidth = nWidth;
+
+    union
+    {
+        VIDEOINFOHEADER rgInfo;
+        VIDEOINFOHEADER2 rgInfo2;
+        BYTE arrBytes[sizeof(VIDEOINFOHEADER2)];
+    } block;
+    memset(&block, 0, sizeof(block));
+
+    if (nRowWidth != nWidth)
+    {
+        // A height of LONG_MIN has no positive counterpart and stays.
+        const RECT rcPicture = {0, 0, nWidth, static_cast<LONG>(AbsHeight(nHeight))};
+        if (bHeader2)
+            block.rgInfo2.rcSource = block.rgInfo2.rcTarget = rcPicture;
+        else
+            block.rgInfo.rcSource = block.rgInfo.rcTarget = rcPicture;
+    }
+    if (bHeader2)
+    {
+        block.rgInfo2.dwPictAspectRatioX = dwDefaultAspectX;
+        block.rgInfo2.dwPictAspectRatioY = dwDefaultAspectY;
+    }
+    BITMAPINFOHEADER& bmiHeader = bHeader2 ? block.rgInfo2.bmiHeader : block.rgInfo.bmiHeader;
+    HRESULT hr = MakeBmpHeader(fccType, nRowWidth, nHeight, &bmiHeader);
+    if (FAILED(hr))
+        return hr;
+
+    hr = MTCreate(pmt, MEDIATYPE_Video, *rgFormat[nIndex].pSubtype, guidFormat,
+                  bHeader2 ? sizeof(VIDEOINFOHEADER2) : sizeof(VIDEOINFOHEADER), block.arrBytes);
+    if (FAILED(hr))
+        return hr;
+    pmt->lSampleSize = bmiHeader.biSizeImage;
+    return S_OK;
+}
+
+HRESULT MTHelp::MTCreateVideo(CMType* pmt, const GUID& guidFormat, const BITMAPINFO* pBMPInfo) noexcept
+{
+    DSASSERT(pBMPInfo != NULL);
+    if (!pBMPInfo)
+        return E_INVALIDARG;
+    const BITMAPINFOHEADER& bmiHeader = pBMPInfo->bmiHeader;
+    DSASSERT(bmiHeader.biSize >= sizeof(BITMAPINFOHEADER));
+    if (bmiHeader.biSize < sizeof(BITMAPINFOHEADER))
+        return E_INVALIDARG;
+
+    const bool bHeader2 = guidFormat == FORMAT_VideoInfo2;
+    if (!bHeader2 && guidFormat != FORMAT_VideoInfo)
+        return E_INVALIDARG;
+
+    GUID guidSub = FourccSubtype(bmiHeader.biCompression);
+    switch (bmiHeader.biCompression)
+    {
+    case BI_RGB:
+    {
+        const GUID* pSubtype = SubtypeFromBitCount(bmiHeader.biBitCount);
+        if (!pSubtype)
+        {
+            DSASSERT_TEXT(false, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount");
+            return E_INVALIDARG;
+        }
+        guidSub = *pSubtype;
+        break;
+    }
+    case BI_RLE8:
+    case BI_RLE4:
+    case BI_BITFIELDS:
+        DSASSERT_TEXT(false, "MTHelp::MTCreateVideo() : Unsupported BMP::biCompression");
+        return E_INVALIDARG;
+    default: // a FOURCC
+        break;
+    }
+
+    // The header may be longer than the plain one; a length that no block can hold has no memory either.
+    const size_t nShift = bHeader2 ? nHeader2Shift : nHeaderShift;
+    const ULONGLONG cbBlock = static_cast<ULONGLONG>(nShift) + bmiHeader.biSize;
+    if (cbBlock > MAXDWORD)
+        return E_OUTOFMEMORY;
+    const HRESULT hr =
+        MTCreate(pmt, MEDIATYPE_Video, guidSub, guidFormat, static_cast<ULONG>(cbBlock), nullptr);
+    if (FAILED(hr))
+        return hr;
+    memcpy(pmt->pbFormat + nShift, pBMPInfo, bmiHeader.biSize);
+    pmt->lSampleSize = bmiHeader.biSizeImage;
+    return S_OK;
+}
+
+int MTGetFormat(const AM_MEDIA_TYPE* pmt, LONG* pnWidth, LONG* pnHeight, LONG* pnRowWidth) noexcept
+{
+    DSASSERT(pmt != NULL);
+    if (!pmt)
+        return -1;
+
+    BlockSize rgSize;
+    LONG nWidth = 0;
+    if (ReadBlock(pmt, &rgSize) != eBlock::Whole || !SettleWidth(rgSize, &nWidth))
+        return -1;
+    const int nIndex = FindSubtype(pmt->subtype);
+    if (nIndex < 0)
+        return -1;
+
+    const VideoFormat& rgEntry = rgFormat[nIndex];
+    LONG nHeight = rgSize.nHeight;
+    if (nHeight < 0 && rgEntry.bYUV) // YUV pictures have no bottom-up form
+    {
+        if (nHeight == LONG_MIN) // nor has this height a positive one
+            return -1;
+        nHeight = -nHeight;
+    }
+    if (nWidth % rgEntry.nHorzYtoUV != 0 || rgSize.nRowWidth % rgEntry.nHorzYtoUV != 0 ||
+        nHeight % rgEntry.nVertYtoUV != 0)
+        return -1;
+
+    if (pnWidth)
+        *pnWidth = nWidth;
+    if (pnHeight)
+        *pnHeight = nHeight;
+    if (pnRowWidth)
+        *pnRowWidth = rgSize.nRowWidth;
+    return nIndex;
+}
+
+int MTGetPicProps(const AM_MEDIA_TYPE* pmt, PicProps* pPicProps) noexcept
+{
+    DSASSERT(pPicProps != NULL);
+    if (!pPicProps)
+        return E_POINTER;
+    const int nIndex = MTGetFormat(pmt, &pPicProps->nWidth, &pPicProps->nHeight, &pPicProps->nRowWidth);
+    if (nIndex >= 0)
+        pPicProps->fccType = rgFormat[nIndex].Code();
+    return nIndex;
+}
+
+HRESULT MTGetVideoSize(const AM_MEDIA_TYPE* pmt, PicProps* pPicProps) noexcept
+{
+    if (!pmt || !pPicProps)
+        return E_POINTER;
+    *pPicProps = {};
+
+    BlockSize rgSize;
+    switch (ReadBlock(pmt, &rgSize))
+    {
+    case eBlock::Missing:
+        return VFW_E_INVALID_MEDIA_TYPE;
+    case eBlock::Short:
+        return -1;
+    case eBlock::Whole:
+        break;
+    }
+    LONG nWidth = 0;
+    if (!SettleWidth(rgSize, &nWidth))
+        return VFW_E_INVALID_MEDIA_TYPE;
+
+    pPicProps->fccType = pmt->subtype.Data1;
+    pPicProps->nWidth = nWidth;
+    pPicProps->nHeight = rgSize.nHeight;
+    pPicProps->nRowWidth = rgSize.nRowWidth;
+    return S_OK;
+}
+
+BITMAPINFOHEADER* MTGetBmpHeader(const AM_MEDIA_TYPE* pmt) noexcept
+{
+    if (!pmt || pmt->majortype != MEDIATYPE_Video || !pmt->pbFormat)
+        return nullptr;
+    if (pmt->formattype == FORMAT_VideoInfo && pmt->cbFormat >= sizeof(VIDEOINFOHEADER))
+        return &reinterpret_cast<VIDEOINFOHEADER*>(pmt->pbFormat)->bmiHeader;
+    if (pmt->formattype == FORMAT_VideoInfo2 && pmt->cbFormat >= sizeof(VIDEOINFOHEADER2))
+        return &reinterpret_cast<VIDEOINFOHEADER2*>(pmt->pbFormat)->bmiHeader;
+    return nullptr;
+}
+
+REFERENCE_TIME* MTGetFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
+{
+    static_assert(offsetof(VIDEOINFOHEADER, AvgTimePerFrame) == offsetof(VIDEOINFOHEADER2, AvgTimePerFrame));
+    if (!MTGetBmpHeader(pmt))
+        return nullptr;
+    return &reinterpret_cast<VIDEOINFOHEADER*>(pmt->pbFormat)->AvgTimePerFrame;
+}
