@@ -1,0 +1,72 @@
+#include "imgconverter/Block.h"
+
+#include "dstl/dshowx/DSTrace.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// Where a picture's planes and its rectangle lie, in bytes.
+struct Layout
+{
+    DWORD arrShift[3] = {};
+    DWORD arrStep[3] = {};
+    DWORD arrOffset[3] = {};
+    bool bMirror = false;
+};
+
+/// The memory row that a rectangle starts in: a bottom-up picture keeps the last row shown first.
+LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept
+{
+    return bMirror ? static_cast<LONG>(AbsHeight(pic.nHeight) - static_cast<DWORD>(rc.bottom)) : rc.top;
+}
+
+template <class TByte>
+void Place(PicBlock<TByte>& block, TByte* pbFrame, const Layout& layout) noexcept
+{
+    for (int i = 0; i < 3; i++)
+    {
+        block.arrPixels[i] = pbFrame + (size_t{layout.arrShift[i]} + layout.arrOffset[i]);
+        block.arrStep[i] = static_cast<ptrdiff_t>(layout.arrStep[i]);
+    }
+    block.bMirror = layout.bMirror;
+}
+
+} // namespace
+
+HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const PicProps* pInputProps,
+                   const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput) noexcept
+{
+    Layout src;
+    Layout dst;
+    if (!GetPicPlanes(pInputProps, src.arrShift, src.arrStep, &src.bMirror, false) ||
+        !GetPicPlanes(pOutputProps, dst.arrShift, dst.arrStep, &dst.bMirror, false))
+        return E_INVALIDARG;
+
+    RECT srcRect;
+    RECT dstRect;
+    const HRESULT hr =
+        NormalizeRects(pInputProps, pOutputProps, &srcRect, &dstRect, false, prcInput, prcOutput);
+    if (hr != S_OK)
+        return hr;
+    DSASSERT(srcRect.right - srcRect.left == dstRect.right - dstRect.left);
+    DSASSERT(srcRect.bottom - srcRect.top == dstRect.bottom - dstRect.top);
+
+    const LONG nSrcRow = FirstMemoryRow(*pInputProps, srcRect, src.bMirror);
+    const LONG nDstRow = FirstMemoryRow(*pOutputProps, dstRect, dst.bMirror);
+    if (!GetPicOffsets(pInputProps, srcRect.left, nSrcRow, src.arrOffset, false) ||
+        !GetPicOffsets(pOutputProps, dstRect.left, nDstRow, dst.arrOffset, false))
+        return E_FAIL;
+
+    blocks.roi = {srcRect.right - srcRect.left, srcRect.bottom - srcRect.top};
+    if (blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
+    {
+        // The first pixel of an empty rectangle can lie behind the frame; nobody may even point there.
+        std::fill_n(src.arrOffset, 3, 0);
+        std::fill_n(dst.arrOffset, 3, 0);
+    }
+    Place(blocks.src, pbInput, src);
+    Place(blocks.dst, pbOutput, dst);
+    return S_OK;
+}
