@@ -4,7 +4,7 @@
 #include "dstl/WinAPI/Platform.h"
 #include "dstl/WinAPI/Containers.h"
 
-#include <atlbase.h>
+#include "dstl/WinAPI/Atl.h"
 
 /// Owned names; a null BSTR in it never occurs, an empty name is an empty string.
 using CFileNames = CSimpleArray2<CComBSTR>;

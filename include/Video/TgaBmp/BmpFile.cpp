@@ -1,0 +1,90 @@
+#include "Video/TgaBmp/BmpFile.h"
+
+#include "dstl/WinAPI/File.h"
+#include "dstl/dshowx/BmpHeader.h"
+#include "dstl/dshowx/DSTrace.h"
+
+#include <cstring>
+
+namespace
+{
+HRESULT ReadExactly(HANDLE hFile, void* pBuf, DWORD cb) noexcept
+{
+    DWORD cbRead = 0;
+    if (!ReadPieces(hFile, pBuf, cb, &cbRead))
+        return DSTLLastError();
+    return cbRead == cb ? S_OK : E_FAIL;
+}
+
+HRESULT ReadBmp(HANDLE hFile, BITMAPINFOHEADER* pBmpInfo, CTaskBytes& pPicture) noexcept
+{
+    BITMAPFILEHEADER rgBmpFileHdr{};
+    HRESULT hr = ReadExactly(hFile, &rgBmpFileHdr, sizeof(rgBmpFileHdr));
+    if (FAILED(hr))
+        return hr;
+    if (rgBmpFileHdr.bfType != wBmpType || rgBmpFileHdr.bfOffBits < cbBmpHeaders ||
+        rgBmpFileHdr.bfOffBits >= rgBmpFileHdr.bfSize)
+        return E_FAIL;
+
+    BITMAPINFOHEADER rgBmpInfo{};
+    hr = ReadExactly(hFile, &rgBmpInfo, sizeof(rgBmpInfo));
+    if (FAILED(hr))
+        return hr;
+    if (!TestAndCorrectBmpHeader(&rgBmpInfo) ||
+        ULONGLONG{rgBmpFileHdr.bfOffBits} + rgBmpInfo.biSizeImage > rgBmpFileHdr.bfSize)
+        return E_FAIL;
+
+    if (rgBmpFileHdr.bfOffBits > cbBmpHeaders)
+    {
+        LONG lDistanceToMoveHigh = 0;
+        const DWORD dwPosition = SetFilePointer(hFile, static_cast<LONG>(rgBmpFileHdr.bfOffBits),
+                                                &lDistanceToMoveHigh, FILE_BEGIN);
+        if (dwPosition == INVALID_SET_FILE_POINTER && GetLastError() != ERROR_SUCCESS)
+            return DSTLLastError();
+        if (lDistanceToMoveHigh != 0 || dwPosition != rgBmpFileHdr.bfOffBits)
+            return E_FAIL;
+    }
+
+    const DWORD cbBlock = PictureBlockSize(rgBmpInfo);
+    if (cbBlock == 0)
+        return E_OUTOFMEMORY;
+    pPicture.Alloc(cbBlock);
+    if (!pPicture)
+        return E_OUTOFMEMORY;
+    hr = ReadExactly(hFile, pPicture.Get(), rgBmpInfo.biSizeImage);
+    if (FAILED(hr))
+        return hr;
+    std::memset(pPicture.Get() + rgBmpInfo.biSizeImage, 0, cbBlock - rgBmpInfo.biSizeImage);
+    *pBmpInfo = rgBmpInfo;
+    return S_OK;
+}
+} // namespace
+
+HRESULT LoadBmpFile(const wchar_t* pszFileName, BITMAPINFOHEADER* pBmpHeader, BYTE** ppPicture) noexcept
+{
+    if (!DSASSERT(pszFileName != NULL))
+        return E_INVALIDARG;
+    if (!DSASSERT(pBmpHeader != NULL))
+        return E_INVALIDARG;
+    if (!DSASSERT(ppPicture != NULL))
+        return E_POINTER;
+
+    *pBmpHeader = BITMAPINFOHEADER{};
+    *ppPicture = NULL;
+    SetLastError(ERROR_SUCCESS);
+    // No sharing, unlike the TGA reader, and to stay so.
+    CFileHandle file(CreateFileW(pszFileName, GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL));
+    if (!file.IsOpen())
+        return DSTLLastError();
+
+    BITMAPINFOHEADER rgBmpInfo{};
+    CTaskBytes pPicture;
+    const HRESULT hr = ReadBmp(file.Get(), &rgBmpInfo, pPicture);
+    if (FAILED(hr))
+        return hr;
+    if (!file.Close())
+        return DSTLLastError();
+    *pBmpHeader = rgBmpInfo;
+    *ppPicture = pPicture.Detach();
+    return S_OK;
+}

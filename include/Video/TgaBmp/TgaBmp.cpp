@@ -1,0 +1,154 @@
+#include "Video/TgaBmp/TgaBmp.h"
+
+#include "Common/Common.h"
+#include "Video/TgaBmp/BmpFile.h"
+#include "Video/TgaBmp/Tga.h"
+#include "dstl/WinAPI/File.h"
+#include "dstl/dshowx/DSTrace.h"
+
+#include <cstring>
+
+HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi, BYTE** ppBmp,
+                   BYTE** ppAlpha, bool bForceAlpha) noexcept
+{
+    if (!DSASSERT(pszFile != NULL))
+        return E_INVALIDARG;
+    if (!DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
+        return E_INVALIDARG;
+    if (!DSASSERT(pbmi != NULL))
+        return E_INVALIDARG;
+    if (!DSASSERT(ppBmp != NULL))
+        return E_POINTER;
+
+    *pbmi = BITMAPINFOHEADER{};
+    *ppBmp = NULL;
+    if (ppAlpha != NULL)
+        *ppAlpha = NULL;
+
+    CTga tga;
+    HRESULT hr = tga.LoadFile(pszFile);
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.LoadFile( '%s' )=0x%X\n", pszFile,
+              hr);
+        return hr;
+    }
+
+    BITMAPINFOHEADER bmi{};
+    bmi.biSize = sizeof(bmi);
+    bmi.biWidth = static_cast<LONG>(tga.Columns());
+    bmi.biHeight = static_cast<LONG>(tga.Rows());
+    bmi.biPlanes = 1;
+    bmi.biBitCount = fccType == FOURCC_RGB24 ? 24 : 32;
+    bmi.biCompression = BI_RGB;
+    const DWORD cbRow = ((tga.Columns() * bmi.biBitCount) / 8 + 3) & ~3u;
+    const ULONGLONG cbImage = ULONGLONG{cbRow} * tga.Rows();
+    if (cbImage > MAXDWORD) // sizes are counted in 32 bits
+        return E_OUTOFMEMORY;
+    bmi.biSizeImage = static_cast<DWORD>(cbImage);
+    CTaskBytes pBmp(bmi.biSizeImage);
+    if (!pBmp)
+        return E_OUTOFMEMORY;
+
+    CTaskBytes pAlpha;
+    if (ppAlpha != NULL && (tga.HasAlpha() || bForceAlpha))
+    {
+        pAlpha.Alloc(size_t{(tga.Columns() + 3) & ~3u} * tga.Rows());
+        if (!pAlpha)
+            return E_OUTOFMEMORY;
+    }
+
+    hr = tga.ConvertToBmp(fccType, pBmp.Get(), pAlpha.Get());
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.ConvertToBmp()=0x%X\n", hr);
+        return hr;
+    }
+    *pbmi = bmi;
+    *ppBmp = pBmp.Detach();
+    if (ppAlpha != NULL)
+        *ppAlpha = pAlpha.Detach();
+    return S_OK;
+}
+
+namespace
+{
+HRESULT SaveTraced(const wchar_t* pszFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
+{
+    const HRESULT hr = SaveBmpToFile(pszFile, bmi, pBmp);
+    if (FAILED(hr)) // the doubled bracket is deliberate: the text is known by it
+        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaToBmpFile(): SaveBmpToFile(( '%s' )=0x%X\n", pszFile,
+              hr);
+    return hr;
+}
+} // namespace
+
+HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
+                     const wchar_t* pszAlphaFile) noexcept
+{
+    if (!DSASSERT(pszBmpFile != NULL))
+        return E_INVALIDARG;
+
+    BITMAPINFOHEADER bmi;
+    CTaskBytes pBmp;
+    CTaskBytes pAlpha;
+    HRESULT hr = TgaBmpConv(pszTgaFile, FOURCC_ARGB32, &bmi, pBmp.Out(), pAlpha.Out(), true);
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaToBmpFile(): TgaBmpConv( '%s' )=0x%X\n", pszTgaFile,
+              hr);
+        return hr;
+    }
+    hr = SaveTraced(pszBmpFile, bmi, pBmp.Get());
+    if (FAILED(hr) || pszAlphaFile == NULL)
+        return hr;
+
+    const size_t nWidth = static_cast<size_t>(bmi.biWidth);
+    const size_t cbAlphaRow = (nWidth + 3) & ~size_t{3};
+    BYTE* pbOut = pBmp.Get();
+    for (LONG y = 0; y < bmi.biHeight; ++y)
+    {
+        const BYTE* pbAlpha = pAlpha.Get() + y * cbAlphaRow;
+        for (size_t x = 0; x < nWidth; ++x, pbOut += 4)
+            std::memset(pbOut, pbAlpha[x], 4);
+    }
+    return SaveTraced(pszAlphaFile, bmi, pBmp.Get());
+}
+
+HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
+{
+    if (!DSASSERT(pszBmpFile != NULL))
+        return E_INVALIDARG;
+    if (!DSASSERT(bmi.biSizeImage > 0))
+        return E_INVALIDARG;
+    if (!DSASSERT(pBmp != NULL))
+        return E_INVALIDARG;
+
+    BITMAPFILEHEADER header{};
+    header.bfType = wBmpType;
+    header.bfSize = cbBmpHeaders + bmi.biSizeImage;
+    header.bfOffBits = cbBmpHeaders;
+    BYTE rgHeaders[cbBmpHeaders] = {};
+    std::memcpy(rgHeaders, &header, sizeof(header));
+    std::memcpy(rgHeaders + sizeof(header), &bmi, sizeof(bmi));
+
+    SetLastError(ERROR_SUCCESS);
+    CFileHandle file(
+        CreateFileW(pszBmpFile, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL));
+    if (!file.IsOpen())
+        return DSTLLastError();
+    const struct
+    {
+        const void* p;
+        DWORD cb;
+    } rgPieces[] = {{rgHeaders, sizeof(rgHeaders)}, {pBmp, bmi.biSizeImage}};
+    for (const auto& piece : rgPieces)
+    {
+        DWORD cbWritten = 0;
+        if (!WriteFile(file.Get(), piece.p, piece.cb, &cbWritten, NULL))
+            return DSTLLastError();
+        if (cbWritten != piece.cb)
+            return E_FAIL;
+    }
+    return S_OK;
+}

@@ -1,0 +1,99 @@
+#include "dstl/dshowx/BmpHeader.h"
+
+#include "Common/Common.h"
+#include "dstl/dshowx/DSTrace.h"
+#include "dstl/dshowx/DSVideo.h"
+
+#include <algorithm>
+
+namespace
+{
+struct BitCountCode
+{
+    WORD nBitCount;
+    DWORD fccType;
+};
+
+/// Format codes of pictures without a code of their own; palette pictures have none.
+constexpr BitCountCode rgBitCounts[] = {
+    {32, FOURCC_RGB32},  // MEDIASUBTYPE_RGB32
+    {24, FOURCC_RGB24},  // MEDIASUBTYPE_RGB24
+    {16, FOURCC_RGB565}, // MEDIASUBTYPE_RGB565
+};
+
+/// Up to this width the bytes of a row of any format fit 32 bits.
+constexpr LONG nMaxWidth = 0x3FFFFF00;
+
+/// 0 where the header has no format code.
+DWORD FormatCode(const BITMAPINFOHEADER& bmi) noexcept
+{
+    if (bmi.biCompression != BI_RGB && bmi.biCompression != BI_BITFIELDS)
+        return bmi.biCompression;
+    for (const BitCountCode& entry : rgBitCounts)
+    {
+        if (entry.nBitCount == bmi.biBitCount)
+            return entry.fccType;
+    }
+    return 0;
+}
+
+/// The size by the format's rule; false when it does not fit the 32 bits in which ImageSize counts.
+bool FrameSize(const VideoFormat& format, LONG nWidth, LONG nHeight, DWORD* pcbImage) noexcept
+{
+    if (nWidth <= 0 || nWidth > nMaxWidth)
+        return false;
+    const ULONGLONG nRows = AbsHeight(nHeight);
+    ULONGLONG cb = nRows * RowBytes(format, nWidth);
+    if (format.bYUV && format.bPlanar)
+        cb += (nWidth / format.nHorzYtoUV) * (nRows / format.nVertYtoUV) * 2;
+    if (cb > MAXDWORD)
+        return false;
+    *pcbImage = ImageSize(format, nWidth, nHeight);
+    return true;
+}
+} // namespace
+
+bool TestAndCorrectBmpHeader(BITMAPINFOHEADER* pBmpHeader) noexcept
+{
+    if (!DSASSERT(pBmpHeader != NULL))
+        return false;
+    if (pBmpHeader->biSize != sizeof(BITMAPINFOHEADER))
+        return false;
+
+    const DWORD fccType = FormatCode(*pBmpHeader);
+    const int nFormat = FindFormat(fccType);
+    if (nFormat < 0)
+        return false;
+    if (pBmpHeader->biPlanes != 1 || pBmpHeader->biWidth == 0 || pBmpHeader->biHeight == 0 ||
+        pBmpHeader->biClrUsed != 0 || pBmpHeader->biClrImportant != 0)
+        return false;
+    if (CheckSize(fccType, pBmpHeader->biWidth, pBmpHeader->biHeight, 0) < 0)
+        return false;
+
+    DWORD cbImage = 0;
+    if (!FrameSize(rgFormat[nFormat], pBmpHeader->biWidth, pBmpHeader->biHeight, &cbImage))
+        return false;
+    if (pBmpHeader->biSizeImage != cbImage)
+    {
+        trace(atlTraceGeneral, eTL_Warning,
+              L"WARNING. CPicturePersist::TestAndCorrectBmpHeader(): correcting bad image size: old=%u, "
+              L"new=%u\n",
+              pBmpHeader->biSizeImage, cbImage);
+        pBmpHeader->biSizeImage = cbImage;
+    }
+    return true;
+}
+
+DWORD RecordedPictureSize(const BITMAPINFOHEADER& bmi) noexcept
+{
+    if (bmi.biWidth <= 0)
+        return 0;
+    const ULONGLONG nPixels = ULONGLONG{AbsHeight(bmi.biHeight)} * static_cast<DWORD>(bmi.biWidth);
+    return nPixels <= MAXDWORD / 4 ? static_cast<DWORD>(nPixels * 4) : 0;
+}
+
+DWORD PictureBlockSize(const BITMAPINFOHEADER& bmi) noexcept
+{
+    const DWORD cbRecorded = RecordedPictureSize(bmi);
+    return cbRecorded != 0 ? std::max(cbRecorded, bmi.biSizeImage) : 0;
+}
