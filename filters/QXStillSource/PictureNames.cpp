@@ -1,0 +1,50 @@
+#include "PictureNames.h"
+
+#include "Common/Common.h"
+
+const wchar_t* const arrKeepAspectNames[] = {L"default", L"none", L"letter-box", L"crop", nullptr};
+
+const wchar_t* const arrInterlaceNames[] = {L"auto", L"top", L"bottom", L"progressive", nullptr};
+
+const wchar_t* const pszHttpPrefix = L"http://";
+
+namespace
+{
+
+struct FourccName
+{
+    const wchar_t* pszName;
+    DWORD fcc;
+};
+
+/// In the order in which they are compared. Any other name is a code by its own characters.
+constexpr FourccName arrFourccNames[] = {
+    {L"ARGB32", FOURCC_ARGB32}, {L"RGB32", FOURCC_RGB32},   {L"RGB24", FOURCC_RGB24},
+    {L"RGB565", FOURCC_RGB565}, {L"RGB555", FOURCC_RGB555}, {L"RGB8", FOURCC_RGB8},
+    {L"YUY2", FOURCC_YUY2},     {L"YVYU", FOURCC_YVYU},     {L"UYVY", FOURCC_UYVY},
+    {L"YV12", FOURCC_YV12},     {L"I420", FOURCC_I420},     {L"YVU9", FOURCC_YVU9},
+};
+
+} // namespace
+
+bool FindFourccName(const wchar_t* pszName, PFNCOMPARENAMES pfnCompare, DWORD* pfcc) noexcept
+{
+    for (const FourccName& row : arrFourccNames)
+    {
+        if (pfnCompare(pszName, row.pszName) == 0)
+        {
+            *pfcc = row.fcc;
+            return true;
+        }
+    }
+    return false;
+}
+
+DWORD FourccFromBytes(const char* psz, size_t cch) noexcept
+{
+    constexpr size_t cchFourcc = 4;
+    DWORD fcc = 0;
+    for (size_t i = 0; i < cch && i < cchFourcc; i++)
+        fcc |= static_cast<DWORD>(static_cast<unsigned char>(psz[i])) << (8 * i);
+    return fcc;
+}
