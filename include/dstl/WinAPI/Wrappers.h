@@ -33,8 +33,7 @@ private:
 #ifndef QX_NATIVE
 
 #include "dstl/WinAPI/Threads.h"
-#include "atlbase.h"
-#include "atlcom.h"
+#include "dstl/WinAPI/Atl.h"
 
 /// A recursive lock.
 class CCritSec

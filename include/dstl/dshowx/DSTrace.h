@@ -4,7 +4,8 @@
 
 #include "dstl/WinAPI/Platform.h"
 
-/// Trace categories, named as ATL names them. The log does not show them; a category of value 0 drops the line.
+/// Trace categories, named as ATL names them. The log does not show them; a category of value 0 drops the
+/// line.
 #ifndef __ATLTRACE_H__
 inline constexpr DWORD_PTR atlTraceGeneral = 0x00000001;
 inline constexpr DWORD_PTR atlTraceCOM = 0x00000002;
@@ -49,10 +50,15 @@ using PFNDEBUGREPORT = int (*)(int nReportType, const char* pszFile, int nLine, 
                                const char* pszMessage);
 extern PFNDEBUGREPORT g_pfnDebugReport;
 
+/// Where FormatHr looks first for the text of a code: AMGetErrorTextW, or what a test puts in its place.
+using PFNERRORTEXT = DWORD(WINAPI*)(HRESULT hr, WCHAR* pszText, DWORD cchText);
+extern PFNERRORTEXT g_pfnErrorText;
+
 /// The report type that an assertion names (_CRT_ASSERT).
 inline constexpr int nReportTypeAssert = 2;
 
-/// An assertion that reports the expression itself. Nonzero result: it stands in every build and stops nothing.
+/// An assertion that reports the expression itself. Nonzero result: it stands in every build and stops
+/// nothing.
 #define DSASSERT(expr) ((expr) ? 1 : assertion(false, __FILE__, __LINE__, #expr))
 
 /// An assertion that reports a text of its own.
