@@ -1,12 +1,13 @@
 #pragma once
 /// What becomes of the frames that a sink receives: they are counted, and written to files.
 
+#include "FrameReceiver.h"
 #include "FrameWriter.h"
 #include <atomic>
 #include <string>
 
 /// Takes frames on the streaming thread until it has as many as asked for.
-class FrameCollector
+class FrameCollector final : public FrameReceiver
 {
 public:
     /// @param folder where the files go; it exists. Empty: the frames are only counted.
@@ -16,11 +17,10 @@ public:
     FrameCollector(const FrameCollector&) = delete;
     FrameCollector& operator=(const FrameCollector&) = delete;
 
-    /// The format of the frames that follow; before the graph runs.
-    void SetFormat(const VideoFormat& format) { m_format = format; }
+    void SetFormat(const VideoFormat& format) override { m_format = format; }
 
-    /// One frame. S_FALSE: no more are wanted. A failure has been noted for Result as well.
-    HRESULT OnFrame(IMediaSample* sample);
+    /// A failure is returned and noted for Result as well.
+    HRESULT OnFrame(IMediaSample* sample) override;
 
     long Count() const { return m_count; }
     /// The first failure on the streaming thread; S_OK if there was none.

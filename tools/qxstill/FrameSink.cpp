@@ -57,7 +57,7 @@ private:
 class SinkPin final : public IPin, public IMemInputPin
 {
 public:
-    SinkPin(FrameSink& filter, FrameCollector& collector) : m_filter(filter), m_collector(collector) {}
+    SinkPin(FrameSink& filter, FrameReceiver& receiver) : m_filter(filter), m_receiver(receiver) {}
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override;
@@ -94,7 +94,7 @@ public:
 
 private:
     FrameSink& m_filter;
-    FrameCollector& m_collector;
+    FrameReceiver& m_receiver;
     std::mutex m_lock;      // guards the members below
     std::mutex m_receiving; // held while a sample is taken
     CComPtr<IPin> m_peer;
@@ -106,7 +106,7 @@ private:
 class FrameSink final : public IBaseFilter, public IAMFilterMiscFlags
 {
 public:
-    explicit FrameSink(FrameCollector& collector) : m_pin(*this, collector) {}
+    explicit FrameSink(FrameReceiver& receiver) : m_pin(*this, receiver) {}
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
@@ -250,7 +250,7 @@ STDMETHODIMP SinkPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type)
     const HRESULT hr = m_type.Assign(*type);
     if (FAILED(hr))
         return hr;
-    m_collector.SetFormat(format);
+    m_receiver.SetFormat(format);
     m_peer = peer;
     return S_OK;
 }
@@ -389,7 +389,7 @@ STDMETHODIMP SinkPin::Receive(IMediaSample* sample)
     const std::lock_guard<std::mutex> receiving(m_receiving);
     if (m_filter.IsStopped())
         return VFW_E_WRONG_STATE;
-    return m_flushing ? S_FALSE : m_collector.OnFrame(sample);
+    return m_flushing ? S_FALSE : m_receiver.OnFrame(sample);
 }
 
 STDMETHODIMP SinkPin::ReceiveMultiple(IMediaSample** samples, long count, long* processed)
@@ -540,8 +540,8 @@ void FrameSink::NotifyComplete()
 }
 } // namespace
 
-HRESULT CreateFrameSink(FrameCollector& collector, CComPtr<IBaseFilter>& filter)
+HRESULT CreateFrameSink(FrameReceiver& receiver, CComPtr<IBaseFilter>& filter)
 {
-    filter.Attach(new (std::nothrow) FrameSink(collector));
+    filter.Attach(new (std::nothrow) FrameSink(receiver));
     return filter ? S_OK : E_OUTOFMEMORY;
 }

@@ -233,20 +233,40 @@ std::wstring Tidy(std::wstring text)
     return text;
 }
 
-// The media library knows its own codes and most others; the system knows the rest.
-std::wstring PlatformText(HRESULT hr)
+// The text of the media library. For a code that it does not know it may make one up that only repeats the
+// number, which is no text.
+std::wstring MediaText(HRESULT hr)
 {
-    wchar_t media[MAX_ERROR_TEXT_LEN] = {};
-    if (AMGetErrorTextW(hr, media, MAX_ERROR_TEXT_LEN) != 0)
-        return Tidy(media);
+    wchar_t text[MAX_ERROR_TEXT_LEN] = {};
+    if (AMGetErrorTextW(hr, text, MAX_ERROR_TEXT_LEN) == 0)
+        return {};
+    wchar_t number[16] = {};
+    _snwprintf(number, 15, L"%08x", static_cast<unsigned>(hr));
+    std::wstring lower(text);
+    CharLowerBuffW(lower.data(), static_cast<DWORD>(lower.size()));
+    return lower.find(number) == std::wstring::npos ? Tidy(text) : std::wstring();
+}
 
-    wchar_t* system = nullptr;
+std::wstring SystemText(HRESULT hr)
+{
+    wchar_t* text = nullptr;
     const DWORD length = FormatMessageW(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-        static_cast<DWORD>(hr), 0, reinterpret_cast<wchar_t*>(&system), 0, nullptr);
-    std::wstring text = length != 0 ? Tidy(std::wstring(system, length)) : std::wstring();
-    LocalFree(system);
-    return text;
+        static_cast<DWORD>(hr), 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+    const std::wstring result = length != 0 ? Tidy(std::wstring(text, length)) : std::wstring();
+    LocalFree(text);
+    return result;
+}
+
+// Codes of the interface facility mean different things to different libraries: there the media library comes
+// first, everywhere else the system.
+std::wstring PlatformText(HRESULT hr)
+{
+    const bool mediaFirst = HRESULT_FACILITY(hr) == FACILITY_ITF;
+    const std::wstring text = mediaFirst ? MediaText(hr) : SystemText(hr);
+    if (!text.empty())
+        return text;
+    return mediaFirst ? SystemText(hr) : MediaText(hr);
 }
 } // namespace
 

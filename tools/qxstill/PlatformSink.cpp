@@ -14,7 +14,7 @@ constexpr LONG g_callSampleCB = 0; // which of its two operations the grabber is
 class GrabberCallback final : public ISampleGrabberCB
 {
 public:
-    explicit GrabberCallback(FrameCollector& collector) : m_collector(collector) {}
+    explicit GrabberCallback(FrameReceiver& receiver) : m_receiver(receiver) {}
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override
     {
@@ -34,17 +34,17 @@ public:
             delete this;
         return left;
     }
-    STDMETHODIMP SampleCB(double, IMediaSample* sample) override { return m_collector.OnFrame(sample); }
+    STDMETHODIMP SampleCB(double, IMediaSample* sample) override { return m_receiver.OnFrame(sample); }
     STDMETHODIMP BufferCB(double, BYTE*, long) override { return E_NOTIMPL; }
 
 private:
     ~GrabberCallback() = default;
-    FrameCollector& m_collector;
+    FrameReceiver& m_receiver;
     std::atomic<ULONG> m_references{1};
 };
 } // namespace
 
-HRESULT CreatePlatformSink(FrameCollector& collector, PlatformSink& sink)
+HRESULT CreatePlatformSink(FrameReceiver& receiver, PlatformSink& sink)
 {
     HRESULT hr = sink.grabber.CoCreateInstance(g_sampleGrabber, nullptr, CLSCTX_INPROC_SERVER);
     if (FAILED(hr))
@@ -57,7 +57,7 @@ HRESULT CreatePlatformSink(FrameCollector& collector, PlatformSink& sink)
     if (FAILED(hr))
         return hr;
 
-    GrabberCallback* callback = new (std::nothrow) GrabberCallback(collector);
+    GrabberCallback* callback = new (std::nothrow) GrabberCallback(receiver);
     if (!callback)
         return E_OUTOFMEMORY;
     sink.callback.Attach(callback);

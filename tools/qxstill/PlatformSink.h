@@ -1,7 +1,7 @@
 #pragma once
 /// The platform's end of a graph: its sample grabber, and its null renderer behind it.
 
-#include "FrameCollector.h"
+#include "FrameReceiver.h"
 #include <atlbase.h>
 #include <dshow.h>
 
@@ -12,6 +12,6 @@ struct PlatformSink
     CComPtr<IUnknown> callback;
 };
 
-/// Makes the two filters and sets `collector`, which has to outlive them, to take each sample. Fails with the
+/// Makes the two filters and sets `receiver`, which has to outlive them, to take each sample. Fails with the
 /// platform's result where one of the two is not to be had.
-HRESULT CreatePlatformSink(FrameCollector& collector, PlatformSink& sink);
+HRESULT CreatePlatformSink(FrameReceiver& receiver, PlatformSink& sink);

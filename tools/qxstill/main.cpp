@@ -30,10 +30,10 @@ std::vector<std::string> Arguments()
 void AddGrab(CLI::App& app, GrabOptions& options)
 {
     CLI::App* grab = app.add_subcommand(
-        "grab", "Show a picture through the filter in a filter graph and write the frames that come out as "
-                "BMP files. "
-                "Prints the agreed media type, the allocator, the frames and the time. The filter has to be "
-                "registered (regsvr32 QXStillSource.dll).");
+        "grab",
+        "Show a picture through the filter in a filter graph; write the frames that come out as BMP files.");
+    grab->footer("Prints the agreed media type, the allocator, the frames and the time.\n"
+                 "The filter has to be registered: regsvr32 QXStillSource.dll");
     grab->add_option("--picture", options.picture, "Picture file, or any other name that the filter knows")
         ->required();
     grab->add_option("--out", options.out, "Folder for the frames; made if missing")->required();
