@@ -33,7 +33,7 @@ public:
     /// Sets the length of a sample and copies its bytes.
     /// \param wMask PM_BUFFER copies the bytes and needs PM_ACTLEN; PM_ACTLEN alone sets the length only
     /// \return S_OK; E_INVALIDARG; the sample's failure, or E_FAIL
-    HRESULT CopyBuffer(IMediaSample* pDst, BYTE* pbSrc, long lActual, WORD wMask) noexcept;
+    HRESULT CopyBuffer(IMediaSample* pDst, BYTE* pbSrc, LONG lActual, WORD wMask) noexcept;
 };
 
 /// The snapshot. It lives on the caller's stack for the time of one delivery and belongs to one thread.
@@ -56,7 +56,7 @@ public:
     void SetMediaTime(LONGLONG llMS, LONGLONG llME) noexcept;
     void SetSyncPoint(BOOL bSync) noexcept;
     void SetDiscontinuity(BOOL bDiscont) noexcept;
-    void SetActualDataLength(long lActual) noexcept;
+    void SetActualDataLength(LONG lActual) noexcept;
 
     /// Clears, then reads the wanted properties.
     /// \return S_OK; S_FALSE when some could not be had (never for PM_ALL); E_INVALIDARG; the sample's
@@ -79,4 +79,13 @@ public:
     BYTE* m_pbBuf;        ///< borrowed: the snapshot does not keep the sample alive
     LONG m_cbBuf;         ///< size of that buffer in bytes
     DWORD m_dwStreamId;
+
+private:
+    void LoadTime(IMediaSample* pSrc, WORD wMask) noexcept;
+    void LoadMediaTime(IMediaSample* pSrc) noexcept;
+    HRESULT LoadFlags(IMediaSample* pSrc, WORD wMask) noexcept;
+    HRESULT LoadProperties2(IMediaSample* pSrc, WORD wMask) noexcept;
+    HRESULT LoadMediaType(IMediaSample* pSrc) noexcept;
+    HRESULT LoadBuffer(IMediaSample* pSrc, WORD wMask) noexcept;
+    HRESULT SaveProperties2(IMediaSample* pDst, WORD wSave) noexcept;
 };
