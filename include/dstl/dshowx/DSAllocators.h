@@ -12,6 +12,7 @@
 
 #include "Common/Common.h"
 #include "dstl/dshowx/AllocatorProps.h"
+#include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/DSTypes.h"
 
 class CPin;
@@ -58,15 +59,19 @@ protected:
     static const MatchTexts s_rgOurTexts;
 
     /// Writes the line of a step that did not answer S_OK and turns its result into a failure.
-    static HRESULT MatchFailed(CPin& pin, LPCWSTR pszText, HRESULT hr) noexcept;
-    /// SetProperties with a zeroed answer. \param hrObtained the result of obtaining the allocator
-    static HRESULT MatchSetProperties(CPin& pin, const MatchTexts& rgTexts, HRESULT hrObtained,
+    static HRESULT MatchFailed(const CPin& pin, LPCWSTR pszText, HRESULT hr) noexcept;
+    /// Reports an allocator that could not be obtained, else sets its properties.
+    /// \param hrObtained the result of obtaining the allocator \param pActual zeroed by the caller
+    static HRESULT MatchSetProperties(const CPin& pin, const MatchTexts& rgTexts, HRESULT hrObtained,
                                       IMemAllocator* pAllocator, ALLOCATOR_PROPERTIES* pProps,
                                       ALLOCATOR_PROPERTIES* pActual) noexcept;
-    static HRESULT MatchNotify(CPin& pin, const MatchTexts& rgTexts, HRESULT hrTested,
-                               IMemInputPin* pMemInput, IMemAllocator* pAllocator, BOOL bReadOnly) noexcept;
+    static void TraceAgreementFailed(const CPin& pin, HRESULT hr) noexcept;
+    /// The larger of the downstream pin's requirements and the default request.
+    static void GetRequirements(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps) noexcept;
+    static HRESULT DecideProps(const CMType* pMediaType, const PicProps* pPicture,
+                               ALLOCATOR_PROPERTIES* pProps) noexcept;
 
-    void Attach(CPin& pin, IMemAllocator* pAllocator, eAllocSrc eSrc) noexcept;
+    void Attach(CPin& pin, IMemAllocator* pAllocator, eAllocSrc eAllocSrc) noexcept;
     HRESULT Activate(CPin& pin, bool bActivate) noexcept;
 
     friend class COutputPinBase;
@@ -81,37 +86,88 @@ class CAllocatorMatch : public CAllocatorMatchBase
 public:
     /// Tries the allocator that the downstream pin offers.
     HRESULT MatchExternAllocator(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps,
-                                 BOOL bReadOnly) noexcept;
-    /// Tries the pin's own allocator, which the downstream pin is told of.
-    HRESULT MatchOurAllocator(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps, BOOL bReadOnly) noexcept;
-    /// Keeps an agreed allocator.
-    void AttachAllocator(IMemAllocator* pAllocator, eAllocSrc eSrc) noexcept
+                                 BOOL bReadOnly) noexcept
     {
-        Attach(Pin(), pAllocator, eSrc);
+        DSASSERT(pMemInput != NULL);
+        if (pMemInput == nullptr)
+            return E_POINTER;
+        CComPtr<IMemAllocator> spMemAlloc;
+        const HRESULT hr = pMemInput->GetAllocator(&spMemAlloc);
+        return Match(s_rgExternTexts, hr, spMemAlloc, eAS_Downstream, pMemInput, pProps, bReadOnly);
+    }
+    /// Tries the pin's own allocator, which the downstream pin is told of.
+    HRESULT MatchOurAllocator(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps, BOOL bReadOnly) noexcept
+    {
+        DSASSERT(pMemInput != NULL);
+        if (pMemInput == nullptr)
+            return E_POINTER;
+        CComPtr<IMemAllocator> spMemAlloc;
+        const HRESULT hr = Pin().AllocatorCreate(&spMemAlloc);
+        return Match(s_rgOurTexts, hr, spMemAlloc, eAS_Internal, pMemInput, pProps, bReadOnly);
+    }
+    /// Keeps an agreed allocator.
+    void AttachAllocator(IMemAllocator* pAllocator, eAllocSrc eAllocSrc) noexcept
+    {
+        Attach(Pin(), pAllocator, eAllocSrc);
     }
     /// Commits or decommits the agreed allocator. Twice the same does nothing the second time.
     HRESULT AllocatorActivate(bool bActivate) noexcept { return Activate(Pin(), bActivate); }
 
 private:
     T& Pin() noexcept { return *static_cast<T*>(this); }
+
     HRESULT Match(const MatchTexts& rgTexts, HRESULT hrObtained, IMemAllocator* pAllocator, eAllocSrc eSrc,
-                  IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps, BOOL bReadOnly) noexcept;
+                  IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps, BOOL bReadOnly) noexcept
+    {
+        ALLOCATOR_PROPERTIES rgActual{};
+        HRESULT hr = MatchSetProperties(Pin(), rgTexts, hrObtained, pAllocator, pProps, &rgActual);
+        if (FAILED(hr))
+            return hr;
+        hr = Pin().AllocatorTestProps(pProps, &rgActual);
+        if (FAILED(hr))
+            return MatchFailed(Pin(), rgTexts.pszTestProps, hr);
+        hr = pMemInput->NotifyAllocator(pAllocator, bReadOnly);
+        if (hr != S_OK)
+            return MatchFailed(Pin(), rgTexts.pszNotify, hr);
+        AttachAllocator(pAllocator, eSrc);
+        return S_OK;
+    }
 };
 
 /// The policy of an output pin: what is asked for, what is accepted, which allocator comes first.
-/// \tparam T the pin \tparam bReadOnlySamples what NotifyAllocator is told; 0: samples are written to
-/// afterwards
-template <class T, BOOL bReadOnlySamples>
+/// \tparam T the pin \tparam bReadOnly what NotifyAllocator is told; 0, as samples are written to afterwards
+template <class T, BOOL bReadOnly>
 class CStdAllocator : public CAllocatorMatch<T>
 {
 public:
     /// Agrees an allocator with the downstream pin. On success m_spAllocOut is set.
-    HRESULT AllocatorAgree(IMemInputPin* pMemInput) noexcept;
+    HRESULT AllocatorAgree(IMemInputPin* pMemInput) noexcept
+    {
+        DSASSERT_TEXT(!this->m_spAllocOut, "!m_spAllocOut");
+        DSASSERT(pMemInput != NULL);
+        if (pMemInput == nullptr)
+            return E_POINTER;
+        ALLOCATOR_PROPERTIES rgAP{};
+        Pin().AllocatorGetProps(pMemInput, &rgAP);
+        HRESULT hr = this->MatchExternAllocator(pMemInput, &rgAP, bReadOnly);
+        if (FAILED(hr))
+            hr = this->MatchOurAllocator(pMemInput, &rgAP, bReadOnly);
+        if (FAILED(hr))
+            this->TraceAgreementFailed(Pin(), hr);
+        return hr;
+    }
     /// The request: the larger of the downstream pin's wishes and the default, raised to the pin's own
     /// demand.
-    HRESULT AllocatorGetProps(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps) noexcept;
+    HRESULT AllocatorGetProps(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps) noexcept
+    {
+        this->GetRequirements(pMemInput, pProps);
+        return Pin().AllocatorDecideProps(pProps);
+    }
     /// Raises a request to what the media type and the output picture need.
-    HRESULT AllocatorDecideProps(ALLOCATOR_PROPERTIES* pProps) noexcept;
+    HRESULT AllocatorDecideProps(ALLOCATOR_PROPERTIES* pProps) noexcept
+    {
+        return this->DecideProps(&Pin().m_theMediaType, &Pin().m_picOutput, pProps);
+    }
     HRESULT AllocatorTestProps(const ALLOCATOR_PROPERTIES* pRequest,
                                const ALLOCATOR_PROPERTIES* pActual) noexcept
     {
@@ -121,4 +177,7 @@ public:
     {
         return CGreedMemoryAllocator::Create(ppAllocator);
     }
+
+private:
+    T& Pin() noexcept { return *static_cast<T*>(this); }
 };

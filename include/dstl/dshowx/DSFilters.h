@@ -13,6 +13,7 @@
 #include "dstl/WinAPI/Atl.h"
 
 #include <atomic>
+#include <utility>
 
 #include <control.h>
 #include <strmif.h>
@@ -44,24 +45,27 @@ public:
     std::atomic<FILTER_STATE> m_eState = State_Stopped; ///< written under m_lock
     REFERENCE_TIME m_tStart = 0;                        ///< start time given to Run; stored only
     bool m_bGraphDumpDue = true;                        ///< write the graph to the log at the next start
-    mutable CComAutoCriticalSection m_lock;             ///< guards all of the above
+    mutable CCritSec m_lock;                            ///< guards all of the above
 
     /// Hands a new type to the graph, which connects the pin anew, unless pin and type need nothing.
     HRESULT MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcept;
 
     HRESULT ReconnectPin(IPin* pPin, const AM_MEDIA_TYPE* pmt) noexcept;
 
-    /// What the interface operations do behind their trace line.
-    HRESULT CoreJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept;
-    HRESULT CoreQueryFilterInfo(FILTER_INFO* pInfo) noexcept;
-    HRESULT CoreSetSyncSource(IReferenceClock* pClock) noexcept;
-    HRESULT CoreGetSyncSource(IReferenceClock** ppClock) noexcept;
-    HRESULT CoreGetState(FILTER_STATE* State) noexcept;
-    HRESULT CoreFindPin(IBaseFilter* pThis, LPCWSTR Id, IPin** ppPin) noexcept;
-    HRESULT CoreGetClassID(REFCLSID clsid, CLSID* pClassID) noexcept;
-    void TraceRun(REFERENCE_TIME tStart) noexcept;
-    /// Reads the state under the lock.
-    FILTER_STATE LockedState() const noexcept;
+    /// What the operations of IBaseFilter do; IBaseFilterImpl calls them. Each traces its name.
+    /// @{
+    HRESULT FilterGetClassID(const CLSID& clsid, CLSID* pClassID) noexcept;
+    HRESULT FilterGetState(FILTER_STATE* State) noexcept;
+    HRESULT FilterSetSyncSource(IReferenceClock* pClock) noexcept;
+    HRESULT FilterGetSyncSource(IReferenceClock** ppClock) noexcept;
+    HRESULT FilterFindPin(IBaseFilter* pThis, LPCWSTR Id, IPin** ppPin) noexcept;
+    HRESULT FilterQueryFilterInfo(FILTER_INFO* pInfo) noexcept;
+    HRESULT FilterJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept;
+    /// The way of Stop to Stopped, and of Run to Running, when Pause has to come first.
+    /// \return a failure of Pause, which ends the operation
+    HRESULT PauseBeforeStop(IBaseFilter* pThis) noexcept;
+    HRESULT PauseBeforeRun(IBaseFilter* pThis, REFERENCE_TIME tStart) noexcept;
+    /// @}
 
 protected:
     CFilterCore() noexcept = default;
@@ -75,11 +79,36 @@ class CBaseFilter : public CFilterCore
 public:
     /// Changes the state with the lock held: the allocator of the pin first, then the state.
     /// \return VFW_E_WRONG_STATE when there is no connected pin to start
-    HRESULT ChangeState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept;
+    HRESULT ChangeState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept
+    {
+        auto* const pOut = Filter().OutPin();
+        if (eNew != State_Stopped && (pOut == nullptr || !pOut->IsConnected()))
+        {
+            SetState(State_Stopped, 0);
+            return VFW_E_WRONG_STATE;
+        }
+        const HRESULT hr =
+            pOut != nullptr ? pOut->AllocatorActivate(eNew != State_Stopped) : VFW_E_NOT_CONNECTED;
+        if (hr != S_OK)
+            return hr;
+        SetState(eNew, tStart);
+        return S_OK;
+    }
     /// Stores a state; the first start after a stop writes the graph to the log.
-    void SetState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept;
+    void SetState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept
+    {
+        if (eNew != State_Stopped && m_bGraphDumpDue)
+            Filter().ParseGraphToLogFile();
+        m_bGraphDumpDue = eNew == State_Stopped;
+        m_eState = eNew;
+        if (eNew == State_Running)
+            m_tStart = tStart;
+    }
     /// Writes the graph to the log.
     HRESULT ParseGraphToLogFile() noexcept { return E_NOTIMPL; }
+
+private:
+    T& Filter() noexcept { return *static_cast<T*>(this); }
 };
 
 /// IBaseFilter. \tparam T the filter, a CSourceFilter
@@ -87,18 +116,66 @@ template <class T>
 class IBaseFilterImpl : public IBaseFilter
 {
 public:
-    STDMETHOD(GetClassID)(CLSID* pClassID) noexcept override;
-    STDMETHOD(Stop)() noexcept override;
-    STDMETHOD(Pause)() noexcept override;
-    STDMETHOD(Run)(REFERENCE_TIME tStart) noexcept override;
-    STDMETHOD(GetState)(DWORD dwMilliSecsTimeout, FILTER_STATE* State) noexcept override;
-    STDMETHOD(SetSyncSource)(IReferenceClock* pClock) noexcept override;
-    STDMETHOD(GetSyncSource)(IReferenceClock** ppClock) noexcept override;
-    STDMETHOD(EnumPins)(IEnumPins** ppEnum) noexcept override;
-    STDMETHOD(FindPin)(LPCWSTR Id, IPin** ppPin) noexcept override;
-    STDMETHOD(QueryFilterInfo)(FILTER_INFO* pInfo) noexcept override;
-    STDMETHOD(JoinFilterGraph)(IFilterGraph* pGraph, LPCWSTR pName) noexcept override;
-    STDMETHOD(QueryVendorInfo)(LPWSTR* pVendorInfo) noexcept override;
+    STDMETHOD(GetClassID)(CLSID* pClassID) noexcept override
+    {
+        return Filter().FilterGetClassID(T::GetObjectCLSID(), pClassID);
+    }
+    STDMETHOD(Stop)() noexcept override
+    {
+        const HRESULT hr = Filter().PauseBeforeStop(this);
+        if (FAILED(hr))
+            return hr;
+        CScopedLock lock(&Filter().m_lock);
+        return Filter().ChangeState(State_Stopped, 0);
+    }
+    STDMETHOD(Pause)() noexcept override
+    {
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Pause\n", GetClassName());
+        CScopedLock lock(&Filter().m_lock);
+        return Filter().ChangeState(State_Paused, 0);
+    }
+    STDMETHOD(Run)(REFERENCE_TIME tStart) noexcept override
+    {
+        const HRESULT hr = Filter().PauseBeforeRun(this, tStart);
+        if (FAILED(hr))
+            return hr;
+        CScopedLock lock(&Filter().m_lock);
+        return Filter().ChangeState(State_Running, tStart);
+    }
+    STDMETHOD(GetState)(DWORD, FILTER_STATE* State) noexcept override
+    {
+        return Filter().FilterGetState(State);
+    }
+    STDMETHOD(SetSyncSource)(IReferenceClock* pClock) noexcept override
+    {
+        return Filter().FilterSetSyncSource(pClock);
+    }
+    STDMETHOD(GetSyncSource)(IReferenceClock** ppClock) noexcept override
+    {
+        return Filter().FilterGetSyncSource(ppClock);
+    }
+    STDMETHOD(EnumPins)(IEnumPins** ppEnum) noexcept override
+    {
+        trace(atlTraceGeneral, eTL_Frame, L"%s IBaseFilterImpl::EnumPins\n", GetClassName());
+        CScopedLock lock(&Filter().m_lock);
+        return CComDSEnum<CPinAccessor<T>, IEnumPins>::Create(ppEnum, &Filter(), 0);
+    }
+    STDMETHOD(FindPin)(LPCWSTR Id, IPin** ppPin) noexcept override
+    {
+        return Filter().FilterFindPin(this, Id, ppPin);
+    }
+    STDMETHOD(QueryFilterInfo)(FILTER_INFO* pInfo) noexcept override
+    {
+        return Filter().FilterQueryFilterInfo(pInfo);
+    }
+    STDMETHOD(JoinFilterGraph)(IFilterGraph* pGraph, LPCWSTR pName) noexcept override
+    {
+        return Filter().FilterJoinFilterGraph(pGraph, pName);
+    }
+    STDMETHOD(QueryVendorInfo)(LPWSTR*) noexcept override
+    {
+        return DSTLNotImpl(L"IBaseFilterImpl::QueryVendorInfo");
+    }
 
     virtual LPCWSTR GetClassName() const noexcept = 0;
 
@@ -111,12 +188,15 @@ template <class T, class TOut>
 class CSourceFilter : public CBaseFilter<T>, public IBaseFilterImpl<T>
 {
 public:
+    /// The name in trace lines: one operation for both bases.
+    LPCWSTR GetClassName() const noexcept override = 0;
     /// Makes the output pin. The default names it "Video Out".
     virtual HRESULT CreatePin() noexcept { return MakePin(L"Video Out"); }
-    virtual ~CSourceFilter();
-
-    /// One function for both bases.
-    LPCWSTR GetClassName() const noexcept override = 0;
+    virtual ~CSourceFilter()
+    {
+        if (m_apOut)
+            m_apOut->m_pFilter = nullptr; // FinalRelease has not run
+    }
 
     HRESULT FinalConstruct() noexcept { return CreatePin(); }
     void FinalRelease() noexcept { ClearPin(); }
@@ -124,7 +204,7 @@ public:
     /// The output pin, not counted; null without one.
     TOut* OutPin() const noexcept { return m_apOut; }
 
-    /// Asked when a peer has accepted the connection. S_OK keeps it.
+    /// Asked when a peer has accepted the connection; S_OK keeps it.
     HRESULT Filter_CompleteConnect(IPin*) noexcept { return S_OK; }
     /// Gives the result of a connection for which no type was found.
     HRESULT Filter_NoTypes(HRESULT) noexcept { return VFW_E_NO_ACCEPTABLE_TYPES; }
@@ -135,7 +215,30 @@ public:
 
 protected:
     /// Makes a pin of this name in place of any earlier one; null or empty falls back to "Out".
-    HRESULT MakePin(LPCWSTR pszName) noexcept;
+    HRESULT MakePin(LPCWSTR pszName) noexcept
+    {
+        ClearPin();
+        CComPtr<CComObject<TOut>> spOut;
+        const HRESULT hr = DSTLCreateObject(&spOut);
+        if (FAILED(hr))
+            return hr;
+        CopyDSName(spOut->m_szName, pszName != nullptr && *pszName != L'\0' ? pszName : L"Out");
+        spOut->m_pFilter = static_cast<T*>(this);
+        m_apOut = std::move(spOut);
+        DSASSERT(m_apOut->m_ePinDir == PINDIR_OUTPUT);
+        return S_OK;
+    }
     /// Lets the pin go. A host may go on holding it: it then has no filter.
-    void ClearPin() noexcept;
+    void ClearPin() noexcept
+    {
+        if (!m_apOut)
+            return;
+        DSASSERT(static_cast<T*>(this)->FilterState() == State_Stopped);
+        DSASSERT(!m_apOut->IsConnected());
+        if (m_apOut->IsConnected())
+            trace(atlTraceGeneral, eTL_Error, L"###Err### %s ClearPin(): Pin not disconnected\n",
+                  GetClassName());
+        m_apOut->m_pFilter = nullptr;
+        m_apOut.Release();
+    }
 };

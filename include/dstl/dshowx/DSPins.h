@@ -51,11 +51,18 @@ public:
     bool CheckDirection(IPin* pPeer) const noexcept;
     bool IsCounterpart(IPin* pPeer) const noexcept { return CheckDirection(pPeer); }
 
+    /// Writes the entry line of an interface operation: "<class> IPinImpl::<operation>() [Out]".
+    /// \param pszFormat with the class and the direction
+    void TracePin(UINT nLevel, LPCWSTR pszFormat) const noexcept
+    {
+        trace(atlTraceGeneral, nLevel, pszFormat, GetClassName(), DirectionName());
+    }
+
     PIN_DIRECTION m_ePinDir = PINDIR_OUTPUT;
-    wchar_t m_szName[cchDSName] = {};          ///< name and identifier
-    CComPtr<IPin> m_spConnected;               ///< the peer; written under m_lock and m_crsLink
-    mutable CComAutoCriticalSection m_lock;    ///< guards connection and format
-    mutable CComAutoCriticalSection m_crsLink; ///< leaf; guards the pointers of the link
+    wchar_t m_szName[cchDSName] = {}; ///< name and identifier
+    CComPtr<IPin> m_spConnected;      ///< the peer; written under m_lock and m_crsLink
+    mutable CCritSec m_lock;          ///< guards connection and format
+    mutable CCritSec m_crsLink;       ///< leaf; guards the pointers of the link
 
 protected:
     /// Stores or drops the peer. The old one is released outside the leaf lock.
@@ -68,8 +75,9 @@ class CMTSingle
 public:
     /// Stores a deep copy; null, or a type that cannot be copied, stores the empty type.
     void SetMediaType(const AM_MEDIA_TYPE* pmt) noexcept;
-    /// A copy in mt. \return S_OK, or a failure that leaves mt empty
-    HRESULT CopyMediaType(CMType& mt) const noexcept;
+    /// A deep copy into a record that holds nothing yet, a fresh CMType for instance.
+    /// \return S_OK, or a failure that leaves the record as it was
+    HRESULT CopyMediaType(AM_MEDIA_TYPE* pmt) const noexcept;
     /// The enumerator's view: a fresh copy in task memory for index 0 of a type that is set.
     /// \return S_OK, S_FALSE behind the end, E_OUTOFMEMORY
     HRESULT GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept;
@@ -77,7 +85,7 @@ public:
     CMType m_theMediaType; ///< the current type; written through SetMediaType alone
 
 private:
-    mutable CComAutoCriticalSection m_crsType; ///< leaf
+    mutable CCritSec m_crsType; ///< leaf
 };
 
 /// What the code that does not depend on the concrete classes asks of them; COutputPin answers. It is a table
@@ -91,7 +99,8 @@ public:
     virtual IPin* HookPin() noexcept = 0;
     virtual CMTSingle& HookMediaType() noexcept = 0;
     virtual CAllocatorMatchBase& HookAllocator() noexcept = 0;
-    virtual bool HookHasFilter() const noexcept = 0;
+    /// The owning filter, not counted; null without one.
+    virtual IBaseFilter* HookFilter() const noexcept = 0;
     /// State_Stopped without a filter.
     virtual FILTER_STATE HookFilterState() const noexcept = 0;
     virtual bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept = 0;
@@ -107,9 +116,18 @@ public:
 class COutputPinBase : public CPin, public COutputPinHooks
 {
 public:
-    /// Connection, called by IPinImpl.
-    HRESULT ConnectTo(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept;
-    HRESULT DisconnectPeer() noexcept;
+    /// What the operations of IPin do; IPinImpl calls them. Each traces its name.
+    /// @{
+    HRESULT PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept;
+    HRESULT PinDisconnect() noexcept;
+    HRESULT PinConnectedTo(IPin** ppPin) noexcept;
+    HRESULT PinConnectionMediaType(AM_MEDIA_TYPE* pmt) noexcept;
+    HRESULT PinQueryPinInfo(PIN_INFO* pInfo) noexcept;
+    HRESULT PinQueryDirection(PIN_DIRECTION* pPinDir) noexcept;
+    HRESULT PinQueryId(LPWSTR* Id) noexcept;
+    HRESULT PinQueryAccept(const AM_MEDIA_TYPE* pmt) noexcept;
+    HRESULT PinQueryInternalConnections() noexcept;
+    /// @}
 
     /// An empty sample of the agreed allocator. \param dwFlags of IMemAllocator::GetBuffer
     HRESULT GetSample(IMediaSample** ppSample, DWORD dwFlags) noexcept;
@@ -176,7 +194,7 @@ class COutputPin : public CPinBase<T, TFilter>
     IPin* HookPin() noexcept override { return static_cast<T*>(this); }
     CMTSingle& HookMediaType() noexcept override { return *static_cast<T*>(this); }
     CAllocatorMatchBase& HookAllocator() noexcept override { return *static_cast<T*>(this); }
-    bool HookHasFilter() const noexcept override { return this->m_pFilter != nullptr; }
+    IBaseFilter* HookFilter() const noexcept override { return this->m_pFilter.load(); }
     FILTER_STATE HookFilterState() const noexcept override { return this->FilterState(); }
     bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept override
     {
@@ -213,21 +231,46 @@ template <class T>
 class IPinImpl : public IPin
 {
 public:
-    STDMETHOD(Connect)(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept override;
-    STDMETHOD(ReceiveConnection)(IPin* pConnector, const AM_MEDIA_TYPE* pmt) noexcept override;
-    STDMETHOD(Disconnect)() noexcept override;
-    STDMETHOD(ConnectedTo)(IPin** ppPin) noexcept override;
-    STDMETHOD(ConnectionMediaType)(AM_MEDIA_TYPE* pmt) noexcept override;
-    STDMETHOD(QueryPinInfo)(PIN_INFO* pInfo) noexcept override;
-    STDMETHOD(QueryDirection)(PIN_DIRECTION* pPinDir) noexcept override;
-    STDMETHOD(QueryId)(LPWSTR* Id) noexcept override;
-    STDMETHOD(QueryAccept)(const AM_MEDIA_TYPE* pmt) noexcept override;
-    STDMETHOD(EnumMediaTypes)(IEnumMediaTypes** ppEnum) noexcept override;
-    STDMETHOD(QueryInternalConnections)(IPin** apPin, ULONG* nPin) noexcept override;
-    STDMETHOD(EndOfStream)() noexcept override;
-    STDMETHOD(BeginFlush)() noexcept override;
-    STDMETHOD(EndFlush)() noexcept override;
-    STDMETHOD(NewSegment)(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) noexcept override;
+    STDMETHOD(Connect)(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept override
+    {
+        return Pin().PinConnect(pReceivePin, pmt);
+    }
+    /// An output pin does not receive a connection.
+    STDMETHOD(ReceiveConnection)(IPin*, const AM_MEDIA_TYPE*) noexcept override
+    {
+        return DSTLNotImpl(L"IPinImpl::ReceiveConnection");
+    }
+    STDMETHOD(Disconnect)() noexcept override { return Pin().PinDisconnect(); }
+    STDMETHOD(ConnectedTo)(IPin** ppPin) noexcept override { return Pin().PinConnectedTo(ppPin); }
+    STDMETHOD(ConnectionMediaType)(AM_MEDIA_TYPE* pmt) noexcept override
+    {
+        return Pin().PinConnectionMediaType(pmt);
+    }
+    STDMETHOD(QueryPinInfo)(PIN_INFO* pInfo) noexcept override { return Pin().PinQueryPinInfo(pInfo); }
+    STDMETHOD(QueryDirection)(PIN_DIRECTION* pPinDir) noexcept override
+    {
+        return Pin().PinQueryDirection(pPinDir);
+    }
+    STDMETHOD(QueryId)(LPWSTR* Id) noexcept override { return Pin().PinQueryId(Id); }
+    STDMETHOD(QueryAccept)(const AM_MEDIA_TYPE* pmt) noexcept override { return Pin().PinQueryAccept(pmt); }
+    STDMETHOD(EnumMediaTypes)(IEnumMediaTypes** ppEnum) noexcept override
+    {
+        Pin().TracePin(eTL_Frame, L"%s IPinImpl::EnumMediaTypes() [%s]\n");
+        CScopedLock lock(&Pin().m_lock);
+        return CComDSEnum<CMediaTypesAccessor<T>, IEnumMediaTypes>::Create(ppEnum, &Pin(), 0);
+    }
+    STDMETHOD(QueryInternalConnections)(IPin**, ULONG*) noexcept override
+    {
+        return Pin().PinQueryInternalConnections();
+    }
+    /// These arrive on input pins only.
+    STDMETHOD(EndOfStream)() noexcept override { return DSTLNotImpl(L"IPinImpl::EndOfStream"); }
+    STDMETHOD(BeginFlush)() noexcept override { return DSTLNotImpl(L"IPinImpl::BeginFlush"); }
+    STDMETHOD(EndFlush)() noexcept override { return DSTLNotImpl(L"IPinImpl::EndFlush"); }
+    STDMETHOD(NewSegment)(REFERENCE_TIME, REFERENCE_TIME, double) noexcept override
+    {
+        return DSTLNotImpl(L"IPinImpl::NewSegment");
+    }
 
     virtual LPCWSTR GetClassName() const noexcept = 0;
 

@@ -19,6 +19,12 @@ void CopyDSName(wchar_t (&szDst)[cchDSName], LPCWSTR pszSrc) noexcept
     memset(szDst + n, 0, (cchDSName - n) * sizeof(wchar_t));
 }
 
+HRESULT DSTLNotImpl(LPCWSTR pszOperation) noexcept
+{
+    trace(atlTraceGeneral, eTL_Atl, L"ATL: %s not implemented.\n", pszOperation);
+    return E_NOTIMPL;
+}
+
 HRESULT DSTLQueryInterface(IUnknown* p, REFIID riid, void** pp) noexcept
 {
     DSASSERT(pp != NULL && *pp == NULL);

@@ -22,7 +22,7 @@ public:
     CMediaTypeHolder(const CMediaTypeHolder&) = delete;
     CMediaTypeHolder& operator=(const CMediaTypeHolder&) = delete;
 
-    operator const AM_MEDIA_TYPE*() const noexcept { return m_pmt; }
+    const AM_MEDIA_TYPE* Get() const noexcept { return m_pmt; }
     /// For a call that fills it; only while empty.
     AM_MEDIA_TYPE** operator&() noexcept { return &m_pmt; }
 
@@ -30,15 +30,8 @@ private:
     AM_MEDIA_TYPE* m_pmt = nullptr;
 };
 
-/// A bare media type on the stack that a call has filled: format block and pUnk are freed.
-class CMediaTypeRecord : public AM_MEDIA_TYPE
-{
-public:
-    CMediaTypeRecord() noexcept : AM_MEDIA_TYPE{} {}
-    ~CMediaTypeRecord() { MTFree(this); }
-    CMediaTypeRecord(const CMediaTypeRecord&) = delete;
-    CMediaTypeRecord& operator=(const CMediaTypeRecord&) = delete;
-};
+/// Writes ATL's line for an operation that is not there. \return E_NOTIMPL
+HRESULT DSTLNotImpl(LPCWSTR pszOperation) noexcept;
 
 /// Asks an object for an interface; *pp has to be null.
 /// \return E_POINTER for a null pp, E_NOINTERFACE for a null p, else what the object answers

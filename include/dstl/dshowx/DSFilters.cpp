@@ -1,0 +1,269 @@
+#include "dstl/dshowx/DSFilters.h"
+
+#include <cwchar>
+
+#include "dstl/dshowx/DSParsers.h"
+
+namespace
+{
+unsigned Hr(HRESULT hr) noexcept
+{
+    return static_cast<unsigned>(hr);
+}
+
+/// A string in task memory.
+class CTaskString
+{
+public:
+    CTaskString() noexcept = default;
+    ~CTaskString() { CoTaskMemFree(m_psz); }
+    CTaskString(const CTaskString&) = delete;
+    CTaskString& operator=(const CTaskString&) = delete;
+
+    LPWSTR* operator&() noexcept { return &m_psz; }
+    LPCWSTR Get() const noexcept { return m_psz; }
+
+private:
+    LPWSTR m_psz = nullptr;
+};
+} // namespace
+
+CFilterCore::~CFilterCore()
+{
+    DSASSERT(m_eState == State_Stopped);
+}
+
+// --- State
+// ----------------------------------------------------------------------------------------------------
+
+HRESULT CFilterCore::FilterGetState(FILTER_STATE* State) noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s IBaseFilterImpl::GetState\n", GetClassName());
+    DSASSERT(State != NULL);
+    if (State == nullptr)
+        return E_POINTER;
+    *State = m_eState;
+    return S_OK;
+}
+
+HRESULT CFilterCore::PauseBeforeStop(IBaseFilter* pThis) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Stop\n", GetClassName());
+    CScopedLock lock(&m_lock);
+    const FILTER_STATE eState = m_eState;
+    lock.Unlock();
+    if (eState != State_Running)
+        return S_OK;
+    trace(atlTraceGeneral, eTL_Warning,
+          L"WARNING. %s IBaseFilterImpl::Stop(): current state is State_Running, call Pause() command\n",
+          GetClassName());
+    const HRESULT hr = pThis->Pause();
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s IBaseFilterImpl::Stop(): Pause()=0x%X\n",
+              GetClassName(), Hr(hr));
+        return hr;
+    }
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Stop(): stop after pause\n", GetClassName());
+    return S_OK;
+}
+
+HRESULT CFilterCore::PauseBeforeRun(IBaseFilter* pThis, REFERENCE_TIME tStart) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Run( %s )\n", GetClassName(),
+          RefTimeText(tStart, CTimeText().sz));
+    CScopedLock lock(&m_lock);
+    const FILTER_STATE eState = m_eState;
+    lock.Unlock();
+    if (eState != State_Stopped)
+        return S_OK;
+    trace(atlTraceGeneral, eTL_Warning,
+          L"WARNING. %s IBaseFilterImpl::Run(): current state is State_Stopped, call Pause() command\n",
+          GetClassName());
+    const HRESULT hr = pThis->Pause();
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s IBaseFilterImpl::Run(): Pause()=0x%X\n",
+              GetClassName(), Hr(hr));
+        return hr;
+    }
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Run(): run after pause\n", GetClassName());
+    return S_OK;
+}
+
+// --- Identity, clock, graph
+// -----------------------------------------------------------------------------------
+
+HRESULT CFilterCore::FilterGetClassID(const CLSID& clsid, CLSID* pClassID) noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s IBaseFilterImpl::GetClassID\n", GetClassName());
+    DSASSERT(pClassID != NULL);
+    if (pClassID == nullptr)
+        return E_INVALIDARG;
+    *pClassID = clsid;
+    return S_OK;
+}
+
+HRESULT CFilterCore::FilterSetSyncSource(IReferenceClock* pClock) noexcept
+{
+    CComPtr<IReferenceClock> spClock(pClock); // the old clock is released outside the lock
+    {
+        CScopedLock lock(&m_lock);
+        std::swap(m_spClock.p, spClock.p);
+    }
+    if (pClock == nullptr)
+    {
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::SetSyncSource( NULL )\n", GetClassName());
+        return S_OK;
+    }
+    CComPtr<IPersist> spPersist;
+    if (FAILED(pClock->QueryInterface(IID_IPersist, reinterpret_cast<void**>(&spPersist))) || !spPersist)
+    {
+        trace(atlTraceGeneral, eTL_Warning,
+              L"WARNING. %s IBaseFilterImpl::SetSyncSource( 0x%X ): clock hasn't CLSID\n", GetClassName(),
+              TracePtr(pClock));
+        return S_OK;
+    }
+    CLSID clsid = CLSID_NULL;
+    const HRESULT hr = spPersist->GetClassID(&clsid);
+    if (FAILED(hr))
+        trace(atlTraceGeneral, eTL_Error,
+              L"###Err### %s IBaseFilterImpl::SetSyncSource( 0x%X ): spPersist->GetClassID()=0x%X\n",
+              GetClassName(), TracePtr(pClock), Hr(hr));
+    else
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::SetSyncSource( 0x%X ): CLSID = %s\n",
+              GetClassName(), TracePtr(pClock), GuidText(clsid, CGuidText().sz));
+    return S_OK;
+}
+
+HRESULT CFilterCore::FilterGetSyncSource(IReferenceClock** ppClock) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::GetSyncSource\n", GetClassName());
+    CScopedLock lock(&m_lock);
+    return m_spClock.CopyTo(ppClock);
+}
+
+HRESULT CFilterCore::FilterFindPin(IBaseFilter* pThis, LPCWSTR Id, IPin** ppPin) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::FindPin\n", GetClassName());
+    DSASSERT(ppPin != NULL && Id != NULL);
+    if (ppPin == nullptr || Id == nullptr)
+        return E_POINTER;
+    *ppPin = nullptr;
+
+    CComPtr<IEnumPins> spEnum;
+    HRESULT hr = pThis->EnumPins(&spEnum);
+    if (hr != S_OK)
+        return DSTLFailure(hr);
+    spEnum->Reset();
+    for (;;)
+    {
+        CComPtr<IPin> spPin;
+        hr = spEnum->Next(1, &spPin, nullptr);
+        if (hr != S_OK)
+            return hr == S_FALSE ? VFW_E_NOT_FOUND : E_FAIL;
+        CTaskString strId;
+        if (SUCCEEDED(spPin->QueryId(&strId)) && wcscmp(strId.Get(), Id) == 0)
+        {
+            *ppPin = spPin.Detach();
+            return S_OK;
+        }
+    }
+}
+
+HRESULT CFilterCore::FilterQueryFilterInfo(FILTER_INFO* pInfo) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::QueryFilterInfo\n", GetClassName());
+    DSASSERT(pInfo != NULL);
+    if (pInfo == nullptr)
+        return E_INVALIDARG;
+    CScopedLock lock(&m_lock);
+    CopyDSName(pInfo->achName, m_szName);
+    pInfo->pGraph = CComPtr<IFilterGraph>(m_pFilterGraphJoin).Detach();
+    return S_OK;
+}
+
+HRESULT CFilterCore::FilterJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::JoinFilterGraph( 0x%08X, '%s' )\n", GetClassName(),
+          TracePtr(pGraph), pName != nullptr ? pName : L"");
+    CScopedLock lock(&m_lock);
+    DSASSERT_TEXT(m_pFilterGraphJoin == nullptr || pGraph == nullptr,
+                  "pT->m_pFilterGraphJoin == NULL || pGraph == NULL");
+    if (m_pFilterGraphJoin != nullptr && pGraph != nullptr)
+        return E_FAIL;
+    m_pFilterGraphJoin = nullptr;
+    m_pEventSink = nullptr;
+    CopyDSName(m_szName, nullptr);
+    if (pGraph == nullptr)
+        return S_OK;
+
+    // Neither is counted: the graph holds the filter and outlives its membership.
+    m_pFilterGraphJoin = pGraph;
+    CComPtr<IMediaEventSink> spEventSink;
+    const HRESULT hr = pGraph->QueryInterface(IID_IMediaEventSink, reinterpret_cast<void**>(&spEventSink));
+    if (FAILED(hr))
+    {
+        m_pFilterGraphJoin = nullptr;
+        return hr;
+    }
+    m_pEventSink = spEventSink;
+    CopyDSName(m_szName, pName);
+    return S_OK;
+}
+
+// --- Reconnection
+// ---------------------------------------------------------------------------------------------
+
+HRESULT CFilterCore::MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcept
+{
+    DSASSERT(m_pFilterGraphJoin != NULL);
+    if (m_pFilterGraphJoin == nullptr)
+        return VFW_E_NOT_IN_GRAPH;
+    DSASSERT(pPin != NULL);
+    if (pPin == nullptr || m_eState != State_Stopped)
+        return S_OK;
+
+    CComPtr<IPin> spPeer;
+    if (pPin->ConnectedTo(&spPeer) != S_OK)
+        return S_OK; // an unconnected pin needs nothing
+    PIN_DIRECTION ePinDir = PINDIR_INPUT;
+    pPin->QueryDirection(&ePinDir);
+    DSASSERT(ePinDir == PINDIR_INPUT || ePinDir == PINDIR_OUTPUT);
+    trace(atlTraceGeneral, eTL_Main, L"%s CBaseFilter::MakeReconnect( %s )\n", GetClassName(),
+          ePinDir == PINDIR_OUTPUT ? L"Out" : L"In");
+    if (ePinDir == PINDIR_OUTPUT)
+    {
+        CMType mtConnection;
+        const HRESULT hr = pPin->ConnectionMediaType(&mtConnection);
+        if (hr != S_OK)
+        {
+            trace(atlTraceGeneral, eTL_Error,
+                  L"###Err### %s CBaseFilter::MakeReconnect( Out ): pPin->ConnectionMediaType()=0x%X\n",
+                  GetClassName(), Hr(hr));
+            return hr;
+        }
+        if (MTEqual(&mtConnection, pmt))
+        {
+            trace(atlTraceGeneral, eTL_Main,
+                  L"%s CBaseFilter::MakeReconnect( Out ): reconnection stopped - media types are equal\n",
+                  GetClassName());
+            return S_OK;
+        }
+    }
+    return ReconnectPin(pPin, pmt);
+}
+
+HRESULT CFilterCore::ReconnectPin(IPin* pPin, const AM_MEDIA_TYPE* pmt) noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s CBaseFilter::ReconnectPin()\n", GetClassName());
+    DSASSERT(m_pFilterGraphJoin != NULL);
+    if (m_pFilterGraphJoin == nullptr)
+        return VFW_E_NOT_IN_GRAPH;
+    CComPtr<IFilterGraph2> spGraph2;
+    if (SUCCEEDED(
+            m_pFilterGraphJoin->QueryInterface(IID_IFilterGraph2, reinterpret_cast<void**>(&spGraph2))) &&
+        spGraph2)
+        return spGraph2->ReconnectEx(pPin, pmt);
+    return m_pFilterGraphJoin->Reconnect(pPin); // without the type: the pin negotiates from its current one
+}

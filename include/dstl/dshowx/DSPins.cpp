@@ -1,0 +1,372 @@
+#include "dstl/dshowx/DSPins.h"
+
+#include <cstring>
+#include <utility>
+
+#include "dstl/dshowx/DSParsers.h"
+
+namespace
+{
+/// A peer's list of types that never ends is cut here.
+constexpr int nMaxTypesTried = 4096;
+
+unsigned Hr(HRESULT hr) noexcept
+{
+    return static_cast<unsigned>(hr);
+}
+} // namespace
+
+// --- Peer and direction
+// ---------------------------------------------------------------------------------------
+
+CComPtr<IPin> CPin::GetPeer() const noexcept
+{
+    CScopedLock lock(&m_crsLink);
+    return m_spConnected;
+}
+
+void CPin::SetPeer(IPin* pPeer) noexcept
+{
+    CComPtr<IPin> spPeer(pPeer);
+    CScopedLock lock(&m_crsLink);
+    std::swap(m_spConnected.p, spPeer.p);
+}
+
+bool CPin::CheckDirection(IPin* pPeer) const noexcept
+{
+    auto ePinDirection = static_cast<PIN_DIRECTION>(-1);
+    if (pPeer != nullptr)
+        pPeer->QueryDirection(&ePinDirection);
+    DSASSERT(ePinDirection == PINDIR_INPUT || ePinDirection == PINDIR_OUTPUT);
+    return ePinDirection != m_ePinDir;
+}
+
+// --- Media type
+// -----------------------------------------------------------------------------------------------
+
+void CMTSingle::SetMediaType(const AM_MEDIA_TYPE* pmt) noexcept
+{
+    CMType mt(pmt);
+    // The records change places, so that the old type is freed outside the lock.
+    CScopedLock lock(&m_crsType);
+    std::swap(static_cast<AM_MEDIA_TYPE&>(mt), static_cast<AM_MEDIA_TYPE&>(m_theMediaType));
+}
+
+HRESULT CMTSingle::CopyMediaType(AM_MEDIA_TYPE* pmt) const noexcept
+{
+    CScopedLock lock(&m_crsType);
+    return MTCopy(pmt, &m_theMediaType);
+}
+
+HRESULT CMTSingle::GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept
+{
+    *ppmt = nullptr;
+    CScopedLock lock(&m_crsType);
+    if (i != 0 || !m_theMediaType.IsDefined())
+        return S_FALSE;
+    *ppmt = MTDup(&m_theMediaType);
+    return *ppmt != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
+// --- Queries
+// --------------------------------------------------------------------------------------------------
+
+HRESULT COutputPinBase::PinConnectedTo(IPin** ppPin) noexcept
+{
+    TracePin(eTL_Frame, L"%s IPinImpl::ConnectedTo() [%s]\n");
+    DSASSERT(ppPin != NULL);
+    if (ppPin == nullptr)
+        return E_POINTER;
+    *ppPin = GetPeer().Detach();
+    return *ppPin != nullptr ? S_OK : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT COutputPinBase::PinConnectionMediaType(AM_MEDIA_TYPE* pmt) noexcept
+{
+    TracePin(eTL_Frame, L"%s IPinImpl::ConnectionMediaType() [%s]\n");
+    DSASSERT(pmt != NULL);
+    if (pmt == nullptr)
+        return E_POINTER;
+    CScopedLock lock(&m_lock);
+    return IsConnected() ? HookMediaType().CopyMediaType(pmt) : VFW_E_NOT_CONNECTED;
+}
+
+HRESULT COutputPinBase::PinQueryPinInfo(PIN_INFO* pInfo) noexcept
+{
+    TracePin(eTL_Frame, L"%s IPinImpl::QueryPinInfo() [%s]\n");
+    DSASSERT(pInfo != NULL);
+    if (pInfo == nullptr)
+        return E_POINTER;
+    pInfo->pFilter = CComPtr<IBaseFilter>(HookFilter()).Detach();
+    pInfo->dir = m_ePinDir;
+    CopyDSName(pInfo->achName, m_szName);
+    return S_OK;
+}
+
+HRESULT COutputPinBase::PinQueryDirection(PIN_DIRECTION* pPinDir) noexcept
+{
+    TracePin(eTL_Frame, L"%s IPinImpl::QueryDirection() [%s]\n");
+    DSASSERT(pPinDir != NULL);
+    if (pPinDir == nullptr)
+        return E_POINTER;
+    *pPinDir = m_ePinDir;
+    return S_OK;
+}
+
+HRESULT COutputPinBase::PinQueryId(LPWSTR* Id) noexcept
+{
+    TracePin(eTL_Frame, L"%s IPinImpl::QueryId() [%s]\n");
+    DSASSERT(Id != NULL);
+    if (Id == nullptr)
+        return E_POINTER;
+    const size_t cbName = (wcslen(m_szName) + 1) * sizeof(wchar_t);
+    *Id = static_cast<LPWSTR>(CoTaskMemAlloc(cbName));
+    if (*Id == nullptr)
+        return E_OUTOFMEMORY;
+    memcpy(*Id, m_szName, cbName);
+    return S_OK;
+}
+
+HRESULT COutputPinBase::PinQueryAccept(const AM_MEDIA_TYPE* pmt) noexcept
+{
+    TracePin(eTL_Frame, L"%s IPinImpl::QueryAccept() [%s]\n");
+    const bool bAccepted = HookQueryAcceptMT(pmt);
+    trace(atlTraceGeneral, eTL_Main, L"%s IPinImpl::QueryAccept()=%s [%s]\n", GetClassName(),
+          bAccepted ? L"S_OK" : L"S_FALSE", DirectionName());
+    return bAccepted ? S_OK : S_FALSE;
+}
+
+HRESULT COutputPinBase::PinQueryInternalConnections() noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s IPinImpl::QueryInternalConnections not implemented\n",
+          GetClassName());
+    return E_NOTIMPL;
+}
+
+// --- Connection
+// -----------------------------------------------------------------------------------------------
+
+HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept
+{
+    trace(atlTraceGeneral, eTL_Main, L"*************** %s start of connection to ", GetClassName());
+    Debug_FilterFromPin(atlTraceGeneral, eTL_Main, pReceivePin, L"");
+    if (pmt != nullptr)
+        Debug_MediaType(atlTraceGeneral, eTL_Main, pmt, L"");
+    else
+        trace(atlTraceGeneral, eTL_Main, L"Empty media type\n");
+
+    DSASSERT(m_ePinDir == PINDIR_OUTPUT);
+    DSASSERT_TEXT(HookFilter() != nullptr, "m_pFilter != NULL");
+    DSASSERT(pReceivePin != NULL);
+    if (pReceivePin == nullptr)
+        return E_POINTER;
+
+    CScopedLock lock(&m_lock);
+    if (IsConnected())
+        return VFW_E_ALREADY_CONNECTED;
+    if (!CheckDirection(pReceivePin))
+        return VFW_E_INVALID_DIRECTION;
+    if (HookFilterState() != State_Stopped)
+        return VFW_E_NOT_STOPPED;
+
+    HRESULT hr = S_OK;
+    if (MTIsSet(pmt))
+        hr = AttemptConnection(pReceivePin, pmt);
+    else
+    {
+        hr = TryTypes(pReceivePin);
+        if (hr != S_OK)
+            hr = HookNoTypes(hr);
+    }
+    if (hr == S_OK)
+    {
+        hr = AgreeAllocator();
+        if (hr == S_OK)
+        {
+            trace(atlTraceGeneral, eTL_Main, L"*************** %s connection established\n", GetClassName());
+            return S_OK;
+        }
+        HookDisconnect();
+        BreakConnection();
+    }
+    trace(atlTraceGeneral, eTL_Main, L"*** WARNING *** %s connection not accepted, hr=0x%X\n", GetClassName(),
+          Hr(hr));
+    return FAILED(hr) ? hr : VFW_E_NO_ACCEPTABLE_TYPES;
+}
+
+HRESULT COutputPinBase::PinDisconnect() noexcept
+{
+    TracePin(eTL_Main, L"%s IPinImpl::Disconnect() [%s]\n");
+    CScopedLock lock(&m_lock);
+    if (!IsConnected())
+        return S_FALSE;
+    if (HookFilterState() != State_Stopped)
+        return VFW_E_NOT_STOPPED;
+    BreakConnection();
+    return S_OK;
+}
+
+HRESULT COutputPinBase::TryTypes(IPin* pReceivePin) noexcept
+{
+    DSASSERT(pReceivePin != NULL);
+    HRESULT hr = AgreeExternMT(pReceivePin);
+    if (hr != S_OK)
+        hr = AgreeInnerMT(pReceivePin);
+    return hr;
+}
+
+HRESULT COutputPinBase::AgreeExternMT(IPin* pReceivePin) noexcept
+{
+    DSASSERT(pReceivePin != NULL);
+    CComPtr<IEnumMediaTypes> spEnum;
+    HRESULT hr = pReceivePin->EnumMediaTypes(&spEnum);
+    if (hr == S_OK)
+        hr = TryMediaTypes(pReceivePin, spEnum);
+    if (hr == S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Frame, L"%s AgreeExternMT() successful\n", GetClassName());
+        return S_OK;
+    }
+    trace(atlTraceGeneral, eTL_Main, L"%s AgreeExternMT() FAILED, hr=0x%X\n", GetClassName(), Hr(hr));
+    return FAILED(hr) ? hr : VFW_E_NO_ACCEPTABLE_TYPES;
+}
+
+HRESULT COutputPinBase::AgreeInnerMT(IPin* pReceivePin) noexcept
+{
+    DSASSERT(pReceivePin != NULL);
+    CComPtr<IEnumMediaTypes> spEnum;
+    HRESULT hr = HookPin()->EnumMediaTypes(&spEnum);
+    if (hr == S_OK)
+        hr = TryMediaTypes(pReceivePin, spEnum);
+    if (hr == S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Frame, L"%s AgreeInnerMT() successful\n", GetClassName());
+        return S_OK;
+    }
+    trace(atlTraceGeneral, eTL_Main, L"%s AgreeInnerMT() FAILED, hr=0x%X\n", GetClassName(), Hr(hr));
+    return FAILED(hr) ? hr : VFW_E_NO_ACCEPTABLE_TYPES;
+}
+
+HRESULT COutputPinBase::TryMediaTypes(IPin* pReceivePin, IEnumMediaTypes* pEnum) noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s TryMediaTypes\n", GetClassName());
+    DSASSERT(pEnum != NULL);
+    if (pEnum == nullptr)
+        return E_POINTER;
+    HRESULT hr = pEnum->Reset();
+    if (FAILED(hr))
+        return hr;
+    for (int i = 0; i < nMaxTypesTried; ++i)
+    {
+        CMediaTypeHolder pmt;
+        ULONG ulMediaCount = 0;
+        hr = pEnum->Next(1, &pmt, &ulMediaCount);
+        if (hr != S_OK)
+            return FAILED(hr) ? hr : VFW_E_NO_ACCEPTABLE_TYPES;
+        DSASSERT(ulMediaCount == 1);
+        DSASSERT_TEXT(pmt.Get() != nullptr, "pmt != NULL");
+        if (AttemptConnection(pReceivePin, pmt.Get()) == S_OK)
+            return S_OK;
+    }
+    return VFW_E_NO_ACCEPTABLE_TYPES;
+}
+
+HRESULT COutputPinBase::AttemptConnection(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s AttemptConnection\n", GetClassName());
+    DSASSERT(pmt != NULL);
+    if (pmt == nullptr)
+        return E_POINTER;
+    if (!HookQueryAcceptMT(pmt))
+        return VFW_E_TYPE_NOT_ACCEPTED;
+
+    CMType mtSaved;
+    HookMediaType().CopyMediaType(&mtSaved);
+    HookApplyOutputType(pmt);
+    const HRESULT hr = ExecConnection(pReceivePin);
+    if (hr == S_OK)
+        return S_OK;
+    HookApplyOutputType(&mtSaved);
+    return FAILED(hr) ? hr : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT COutputPinBase::ExecConnection(IPin* pReceivePin) noexcept
+{
+    trace(atlTraceGeneral, eTL_Frame, L"%s ExecConnection\n", GetClassName());
+    DSASSERT_TEXT(HookFilter() != nullptr, "m_pFilter != NULL");
+    DSASSERT(pReceivePin != NULL);
+    DSASSERT(IsCounterpart(pReceivePin));
+
+    CMType mt;
+    HRESULT hr = HookMediaType().CopyMediaType(&mt);
+    if (FAILED(hr) || !mt.IsDefined())
+        return FAILED(hr) ? hr : VFW_E_TYPE_NOT_ACCEPTED;
+
+    SetPeer(pReceivePin);
+    hr = pReceivePin->ReceiveConnection(HookPin(), &mt);
+    if (hr != S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Main, L"%s ExecConnection(): m_spConnected->ReceiveConnection()=0x%X\n",
+              GetClassName(), Hr(hr));
+    }
+    else
+    {
+        trace(atlTraceGeneral, eTL_Main, L"%s ExecConnection(): connection accepted\n", GetClassName());
+        Debug_MediaType(atlTraceGeneral, eTL_Main, &mt, L"");
+        hr = HookCompleteConnect(pReceivePin);
+        if (hr == S_OK)
+            return S_OK;
+        trace(atlTraceGeneral, eTL_Main, L"%s ExecConnection(): m_pFilter->Filter_CompleteConnect()=0x%X\n",
+              GetClassName(), Hr(hr));
+        pReceivePin->Disconnect();
+    }
+    SetPeer(nullptr);
+    return FAILED(hr) ? hr : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT COutputPinBase::AgreeAllocator() noexcept
+{
+    DSASSERT(!m_spMemInput);
+    CComPtr<IMemInputPin> spMemInput;
+    const CComPtr<IPin> spPeer = GetPeer();
+    HRESULT hr = spPeer ? spPeer->QueryInterface(IID_IMemInputPin, reinterpret_cast<void**>(&spMemInput))
+                        : VFW_E_NOT_CONNECTED;
+    if (hr == S_OK)
+        hr = HookAllocatorAgree(spMemInput);
+    if (hr != S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Main, L"%s Allocator agreement FAILED, hr=0x%X\n", GetClassName(), Hr(hr));
+        return DSTLFailure(hr);
+    }
+    {
+        CScopedLock lock(&m_crsLink);
+        std::swap(m_spMemInput.p, spMemInput.p);
+    }
+    trace(atlTraceGeneral, eTL_Main, L"%s Allocator agreement successful\n", GetClassName());
+    return S_OK;
+}
+
+void COutputPinBase::BreakConnection() noexcept
+{
+    if (!IsConnected())
+        return;
+    CComPtr<IMemAllocator> spAllocator;
+    CComPtr<IMemInputPin> spMemInput;
+    CComPtr<IPin> spPeer;
+    {
+        CScopedLock lock(&m_crsLink);
+        HookAllocator().TakeOut(spAllocator);
+        std::swap(m_spMemInput.p, spMemInput.p);
+    }
+    // Outside the leaf lock, as an allocator has locks of its own.
+    if (spAllocator)
+        spAllocator->Decommit();
+    spAllocator.Release();
+    spMemInput.Release();
+    {
+        CScopedLock lock(&m_crsLink);
+        std::swap(m_spConnected.p, spPeer.p);
+    }
+    if (spPeer)
+        spPeer->Disconnect();
+}
