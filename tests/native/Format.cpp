@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 // Not std::wstring: the C++ library has its code compiled for characters of 32 bits.
@@ -38,18 +39,28 @@ private:
     va_list m_args;
 };
 
+/// Reads the slots of 8 bytes itself: the compiler takes two bodies with va_arg for equal, although their lists
+/// differ, and would merge them.
 class CWindowsArguments final : public CArguments
 {
 public:
-    explicit CWindowsArguments(__builtin_ms_va_list args) { __builtin_ms_va_copy(m_args, args); }
-    ~CWindowsArguments() { __builtin_ms_va_end(m_args); }
-    int Int() override { return va_arg(m_args, int); }
-    int64_t Int64() override { return va_arg(m_args, int64_t); }
-    const void* Pointer() override { return va_arg(m_args, const void*); }
-    double Double() override { return va_arg(m_args, double); }
+    explicit CWindowsArguments(__builtin_ms_va_list args) : m_pNext(args) {}
+    int Int() override { return Next<int>(); }
+    int64_t Int64() override { return Next<int64_t>(); }
+    const void* Pointer() override { return Next<const void*>(); }
+    double Double() override { return Next<double>(); }
 
 private:
-    __builtin_ms_va_list m_args;
+    template <class T>
+    T Next()
+    {
+        T value;
+        std::memcpy(&value, m_pNext, sizeof(value));
+        m_pNext += 8;
+        return value;
+    }
+
+    const char* m_pNext;
 };
 
 /// Writes as much as fits and counts all.
@@ -340,9 +351,9 @@ INT WINAPIV wsprintfW(LPWSTR pszOut, LPCWSTR pszFormat, ...)
     __builtin_ms_va_list va;
     __builtin_ms_va_start(va, pszFormat);
     CWindowsArguments args(va);
-    __builtin_ms_va_end(va);
     Output out{pszOut, 1023};
     Format(out, pszFormat, args);
+    __builtin_ms_va_end(va);
     const size_t nLength = out.nLength < 1023 ? out.nLength : 1023;
     pszOut[nLength] = 0;
     return static_cast<INT>(nLength);
