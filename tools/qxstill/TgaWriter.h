@@ -1,5 +1,5 @@
 #pragma once
-/// Truevision TGA files, written (Truevision TGA File Format Specification, version 2.0, without the footer).
+/// Truevision TGA files, written (TGA file format, version 2.0, without the footer).
 
 #include "Chart.h"
 #include <cstdint>
