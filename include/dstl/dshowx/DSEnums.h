@@ -55,7 +55,7 @@ public:
         *ppData = nullptr;
         if (i != 0 || m_pSource->OutPin() == nullptr)
             return S_FALSE;
-        return DSTLQuery(m_pSource->OutPin(), ppData);
+        return DSTLQuery(static_cast<IPin*>(m_pSource->OutPin()), ppData); // one of its several IUnknown
     }
     void Free(Element pData) noexcept { CComPtr<IPin>().Attach(pData); }
 
