@@ -1,0 +1,167 @@
+/// The parts of the host program that can be tested without a filter.
+
+#include "Chart.h"
+#include "Failure.h"
+#include "FrameWriter.h"
+#include "GraphSupport.h"
+#include "HResultText.h"
+#include "TgaWriter.h"
+#include <dvdmedia.h>
+#include <gtest/gtest.h>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace
+{
+Bytes ReadAll(const std::wstring& path)
+{
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+VideoFormat RgbFormat(const GUID& subtype, int bits, int width, int height, bool topDown)
+{
+    VideoFormat format;
+    format.subtype = subtype;
+    format.formatType = FORMAT_VideoInfo;
+    format.width = width;
+    format.height = height;
+    format.topDown = topDown;
+    format.bitsPerPixel = bits;
+    return format;
+}
+
+bool SamePixel(const ChartPixel& a, const ChartPixel& b)
+{
+    return std::memcmp(&a, &b, sizeof(a)) == 0;
+}
+} // namespace
+
+TEST(HResultText, NamesCodesAndGivesTheirText)
+{
+    EXPECT_STREQ(HResultName(VFW_E_NOT_STOPPED), "VFW_E_NOT_STOPPED");
+    EXPECT_STREQ(HResultName(E_INVALIDARG), "E_INVALIDARG");
+    EXPECT_STREQ(HResultName(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)), "ERROR_FILE_NOT_FOUND");
+    EXPECT_EQ(HResultName(static_cast<HRESULT>(0x8123BEEF)), nullptr);
+    EXPECT_EQ(HResultText(static_cast<HRESULT>(0x8123BEEF)), "0x8123BEEF");
+    const std::string text = HResultText(E_INVALIDARG);
+    EXPECT_EQ(text.rfind("E_INVALIDARG (0x80070057): ", 0), 0u) << text;
+    EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
+}
+
+TEST(FrameWriter, WritesRowsFromTheBottomWhateverTheirOrder)
+{
+    const TempFolder folder;
+    const std::wstring path = folder.Name(L"frame.bmp");
+    const Bytes bottomUp = {1, 2, 3, 9, 4, 5, 6, 9, 11, 12, 13, 9, 14, 15, 16, 9}; // two rows of two
+    const Bytes topDown = {11, 12, 13, 9, 14, 15, 16, 9, 1, 2, 3, 9, 4, 5, 6, 9};
+    const Bytes pixels24 = {1, 2, 3, 4, 5, 6, 0, 0, 11, 12, 13, 14, 15, 16, 0, 0};
+
+    for (const bool isTopDown : {false, true})
+    {
+        const Bytes& frame = isTopDown ? topDown : bottomUp;
+        ASSERT_EQ(WriteFrameAsBmp(path, RgbFormat(MEDIASUBTYPE_RGB32, 32, 2, 2, isTopDown), frame.data(),
+                                  frame.size()),
+                  S_OK);
+        Bytes file = ReadAll(path);
+        ASSERT_EQ(file.size(), 54u + pixels24.size());
+        EXPECT_EQ(Bytes(file.begin() + 54, file.end()), pixels24);
+        BITMAPINFOHEADER header = {};
+        std::memcpy(&header, file.data() + 14, sizeof(header));
+        EXPECT_EQ(header.biWidth, 2);
+        EXPECT_EQ(header.biHeight, 2);
+        EXPECT_EQ(header.biBitCount, 24);
+
+        ASSERT_EQ(WriteFrameAsBmp(path, RgbFormat(MEDIASUBTYPE_ARGB32, 32, 2, 2, isTopDown), frame.data(),
+                                  frame.size()),
+                  S_OK);
+        file = ReadAll(path);
+        ASSERT_EQ(file.size(), 122u + bottomUp.size());
+        EXPECT_EQ(Bytes(file.begin() + 122, file.end()), bottomUp);
+    }
+}
+
+TEST(FrameWriter, RefusesWhatItCannotWrite)
+{
+    const TempFolder folder;
+    const Bytes frame(64);
+    EXPECT_FALSE(CanWriteFrames(RgbFormat(MEDIASUBTYPE_YUY2, 16, 4, 4, false)));
+    EXPECT_EQ(WriteFrameAsBmp(folder.Name(L"x.bmp"), RgbFormat(MEDIASUBTYPE_YUY2, 16, 4, 4, false),
+                              frame.data(), 64),
+              E_INVALIDARG);
+    EXPECT_EQ(WriteFrameAsBmp(folder.Name(L"x.bmp"), RgbFormat(MEDIASUBTYPE_RGB32, 32, 4, 4, false),
+                              frame.data(), 63),
+              E_INVALIDARG);
+    EXPECT_EQ(WriteFrameAsBmp(folder.Name(L"no\\x.bmp"), RgbFormat(MEDIASUBTYPE_RGB32, 32, 4, 4, false),
+                              frame.data(), 64),
+              HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
+}
+
+TEST(VideoFormat, ReadsBothHeaders)
+{
+    VIDEOINFOHEADER2 header2 = {};
+    header2.AvgTimePerFrame = 333667;
+    header2.bmiHeader.biWidth = 720;
+    header2.bmiHeader.biHeight = -576;
+    header2.bmiHeader.biBitCount = 16;
+    header2.bmiHeader.biSizeImage = 829440;
+    AM_MEDIA_TYPE type = {};
+    type.majortype = MEDIATYPE_Video;
+    type.subtype = MEDIASUBTYPE_UYVY;
+    type.formattype = FORMAT_VideoInfo2;
+    type.cbFormat = sizeof(header2);
+    type.pbFormat = reinterpret_cast<BYTE*>(&header2);
+    VideoFormat format;
+    ASSERT_TRUE(ReadVideoFormat(type, format));
+    EXPECT_EQ(Describe(format),
+              "UYVY, 720 x 576, 16 bits, rows from the top, 829440 bytes a frame, 29.97 frames/s, "
+              "VIDEOINFOHEADER2");
+
+    VIDEOINFOHEADER header = {};
+    header.bmiHeader = header2.bmiHeader;
+    header.bmiHeader.biHeight = 576;
+    type.subtype = MEDIASUBTYPE_RGB565;
+    type.formattype = FORMAT_VideoInfo;
+    type.cbFormat = sizeof(header);
+    type.pbFormat = reinterpret_cast<BYTE*>(&header);
+    ASSERT_TRUE(ReadVideoFormat(type, format));
+    EXPECT_EQ(Describe(format), "RGB565, 720 x 576, 16 bits, rows from the bottom, 829440 bytes a frame, "
+                                "VIDEOINFOHEADER");
+
+    type.cbFormat = sizeof(header) - 1;
+    EXPECT_FALSE(ReadVideoFormat(type, format));
+    type.cbFormat = sizeof(header);
+    type.majortype = MEDIATYPE_Audio;
+    EXPECT_FALSE(ReadVideoFormat(type, format));
+}
+
+TEST(Chart, HasACornerOfEachColour)
+{
+    for (const auto& [width, height] :
+         {std::pair(640, 360), std::pair(1, 1), std::pair(37, 5), std::pair(3, 100)})
+    {
+        SCOPED_TRACE(width);
+        const Chart chart = DrawChart(width, height, true);
+        ASSERT_EQ(chart.pixels.size(), static_cast<size_t>(width) * static_cast<size_t>(height));
+        if (width == 1)
+            continue;
+        EXPECT_TRUE(SamePixel(chart.At(0, 0), {0, 0, 255, 255}));
+        EXPECT_TRUE(SamePixel(chart.At(width - 1, 0), {0, 255, 0, 255}));
+        EXPECT_TRUE(SamePixel(chart.At(0, height - 1), {255, 0, 0, 255}));
+        EXPECT_TRUE(SamePixel(chart.At(width - 1, height - 1), {255, 255, 255, 255}));
+    }
+}
+
+TEST(TgaWriter, WritesTheHeaderAndTheRows)
+{
+    Chart chart;
+    chart.width = 3;
+    chart.height = 2;
+    chart.pixels = {{1, 2, 3, 4}, {1, 2, 3, 4}, {1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {9, 10, 11, 12}};
+    EXPECT_EQ(EncodeTga(chart, {}), (Bytes{0, 0, 2, 0, 0,  0,  0, 0,  0,  0, 0, 0, 3, 0, 2, 0, 24, 0,
+                                           5, 6, 7, 9, 10, 11, 9, 10, 11, 1, 2, 3, 1, 2, 3, 1, 2,  3}));
+    EXPECT_EQ(EncodeTga(chart, {true, true, true}),
+              (Bytes{0,    0,    10, 0, 0, 0, 0,    0, 0, 0, 0, 0,    3, 0,  2,  0, 32,
+                     0x28, 0x82, 1,  2, 3, 4, 0x00, 5, 6, 7, 8, 0x81, 9, 10, 11, 12}));
+}
