@@ -1,0 +1,166 @@
+#include "CoQXStillSource.h"
+
+#include <algorithm>
+#include <new>
+
+#include "PictureNames.h"
+#include "dstl/dshowx/DSParsers.h"
+
+namespace
+{
+
+/// Characters of a name that GetCurFile hands out, terminator included.
+constexpr int cchCurFile = MAX_PATH;
+
+/// A format code from its name: one of the table, else the first four characters of the name.
+DWORD FourccFromName(BSTR _bsFCC) noexcept
+{
+    DSASSERT(_bsFCC);
+    DWORD fcc = 0;
+    if (_bsFCC == nullptr || FindFourccName(_bsFCC, &lstrcmpiW, &fcc))
+        return fcc;
+
+    // Four bytes are needed, and eight characters give as many, even where two of them make one.
+    constexpr int nEnough = 8;
+    char szNarrow[nEnough * 8];
+    const int cchName = std::min(static_cast<int>(wcsnlen(_bsFCC, nEnough)), nEnough);
+    const int cch =
+        WideCharToMultiByte(CP_THREAD_ACP, 0, _bsFCC, cchName, szNarrow, sizeof(szNarrow), nullptr, nullptr);
+    return FourccFromBytes(szNarrow, static_cast<size_t>(std::max(cch, 0)));
+}
+
+} // namespace
+
+CCoQXStillSource::CCoQXStillSource() noexcept
+{
+    m_VidProps.eKeepAspect = eQGKA_Crop;
+}
+
+HRESULT CCoQXStillSource::FinalConstruct() noexcept
+{
+    trace(atlTraceGeneral, eTL_Error, L"CCoQXStillSource::FinalConstruct\n");
+    const HRESULT hr = CSourceFilter::FinalConstruct();
+    if (FAILED(hr))
+        return hr;
+    UpdateOutputType();
+    return S_OK;
+}
+
+void CCoQXStillSource::FinalRelease() noexcept
+{
+    if (m_apOut)
+        m_apOut->StreamAbandon();
+    CSourceFilter::FinalRelease();
+}
+
+// --- IMediaFilter
+// --------------------------------------------------------------------------------------------
+
+STDMETHODIMP CCoQXStillSource::Stop() noexcept
+{
+    CScopedLock lock(&m_lock);
+    const HRESULT hr = IBaseFilterImpl::Stop();
+    // Whatever came of it: the allocator may be gone already, and the worker has to rest all the same.
+    if (m_apOut)
+        m_apOut->StreamStop();
+    return hr;
+}
+
+STDMETHODIMP CCoQXStillSource::Pause() noexcept
+{
+    CScopedLock lock(&m_lock);
+    const bool bWasStopped = m_eState == State_Stopped;
+    HRESULT hr = IBaseFilterImpl::Pause();
+    if (hr == S_OK && bWasStopped)
+        hr = m_apOut->StreamStart();
+    return hr;
+}
+
+// --- IFileSourceFilter
+// ---------------------------------------------------------------------------------------
+
+STDMETHODIMP CCoQXStillSource::Load(LPCOLESTR pszFileName, const AM_MEDIA_TYPE* /*pmt*/) noexcept
+{
+    CComBSTR bsFileName(pszFileName);
+    if (pszFileName != nullptr && bsFileName.m_str == nullptr)
+        return E_OUTOFMEMORY;
+    return static_cast<IQXStillSource*>(this)->SetPicture(bsFileName);
+}
+
+STDMETHODIMP CCoQXStillSource::GetCurFile(LPOLESTR* ppszFileName, AM_MEDIA_TYPE* /*pmt*/) noexcept
+{
+    DSASSERT(ppszFileName);
+    if (ppszFileName == nullptr)
+        return E_POINTER;
+    *ppszFileName = static_cast<LPOLESTR>(CoTaskMemAlloc(cchCurFile * sizeof(OLECHAR)));
+    if (*ppszFileName == nullptr)
+        return E_OUTOFMEMORY;
+    CScopedLock crs(&m_crsNames);
+    lstrcpynW(*ppszFileName, m_bsFileName.m_str != nullptr ? m_bsFileName.m_str : L"", cchCurFile);
+    return S_OK;
+}
+
+// --- IQXStillSource
+// ------------------------------------------------------------------------------------------
+
+STDMETHODIMP CCoQXStillSource::SetOutputFormat(BSTR _bsFourcc, int _nWidth, int _nHeight) noexcept
+{
+    if (FilterState() != State_Stopped)
+        return VFW_E_NOT_STOPPED;
+    const bool bDefault = _bsFourcc == nullptr || *_bsFourcc == 0;
+    m_VidProps.fccType = bDefault ? eQGFCC_Default : static_cast<eQGFCC>(FourccFromName(_bsFourcc));
+    m_VidProps.nWidth = _nWidth;
+    m_VidProps.nHeight = _nHeight;
+    return UpdateOutputType();
+}
+
+STDMETHODIMP CCoQXStillSource::GetOutputFormat(BSTR* _pbsFourcc, int* _pnWidth, int* _pnHeight) noexcept
+{
+    if (_pbsFourcc != nullptr)
+    {
+        wchar_t szName[cchFourccName] = L"";
+        if (m_VidProps.fccType != eQGFCC_Default)
+            Fourcc2Name(m_VidProps.fccType, szName);
+        *_pbsFourcc = SysAllocString(szName);
+        if (*_pbsFourcc == nullptr)
+            return E_OUTOFMEMORY;
+    }
+    if (_pnWidth != nullptr)
+        *_pnWidth = m_VidProps.nWidth;
+    if (_pnHeight != nullptr)
+        *_pnHeight = m_VidProps.nHeight;
+    return S_OK;
+}
+
+STDMETHODIMP CCoQXStillSource::SetFrameRate(double _dblFrameRate) noexcept
+{
+    if (FilterState() != State_Stopped)
+        return VFW_E_NOT_STOPPED;
+    m_VidProps.dblRate = _dblFrameRate;
+    return UpdateOutputType();
+}
+
+STDMETHODIMP CCoQXStillSource::GetFrameRate(double* _pdblFrameRate) noexcept
+{
+    if (_pdblFrameRate == nullptr)
+        return E_POINTER;
+    *_pdblFrameRate = m_VidProps.dblRate;
+    return S_OK;
+}
+
+STDMETHODIMP CCoQXStillSource::SetOutputProps(QG_VID_PROPS* _pVidProps) noexcept
+{
+    if (_pVidProps == nullptr)
+        return E_POINTER;
+    // Deliberately without a test of the state: a running graph goes on in its type.
+    m_VidProps = *_pVidProps;
+    return UpdateOutputType();
+}
+
+STDMETHODIMP CCoQXStillSource::GetOutputProps(QG_VID_PROPS* _pVidProps) noexcept
+{
+    if (_pVidProps == nullptr)
+        return E_POINTER;
+    *_pVidProps = m_VidProps;
+    return S_OK;
+}

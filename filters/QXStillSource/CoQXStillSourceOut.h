@@ -1,0 +1,129 @@
+#pragma once
+/// The output pin: the picture state, the frame made from it, and the worker that pushes frames downstream.
+
+#include "dstl/WinAPI/Atl.h"
+
+#include <strmif.h>
+
+#include <atomic>
+
+#include "Common/Common.h"
+#include "StreamConfig.h"
+#include "dstl/Old/GDIPlusHelpers.h"
+#include "dstl/WinAPI/Blob.h"
+#include "dstl/WinAPI/Threads.h"
+#include "dstl/WinAPI/Wrappers.h"
+#include "dstl/dshowx/DSPins.h"
+#include "dstl/dshowx/DSSeeking.h"
+
+class CCoQXStillSource;
+
+/// Built-in pictures and colours, as m_nPictureId names them. Any other value is the number of a resource.
+enum ePictureId : LONG
+{
+    ePI_VideoQuality = -2, ///< "videoq": a resource by the height of the frame
+    ePI_Bars = -1,         ///< "bars": a resource by the height of the frame
+    ePI_SolidColor = 0,    ///< m_nSolidColor
+    ePI_BarsSD = 107,
+    ePI_BarsHD = 108,
+    ePI_Bars100 = 109,
+    ePI_Bars75 = 110
+};
+
+/// The pin, "Video Out". Locks: see CCoQXStillSource. No lock is held across GetBuffer or Receive.
+class ATL_NO_VTABLE CCoQXStillSourceOut : public CComObjectRootEx<CComMultiThreadModel>,
+                                          public CComCoClass<CCoQXStillSourceOut>,
+                                          public COutputPin<CCoQXStillSourceOut, CCoQXStillSource>,
+                                          public IPinImpl<CCoQXStillSourceOut>,
+                                          public CStdAllocator<CCoQXStillSourceOut, 0>,
+                                          public IMediaSeekingImpl<CCoQXStillSourceOut>,
+                                          public IAMStreamConfigWrapper<CCoQXStillSourceOut>,
+                                          public CMTSingle
+{
+public:
+    BEGIN_COM_MAP(CCoQXStillSourceOut)
+    COM_INTERFACE_ENTRY(IPin)
+    COM_INTERFACE_ENTRY(IAMStreamConfig)
+    END_COM_MAP()
+
+    /// Starts GDI+ and the worker, which sleeps. The pin stands even if the worker could not be started.
+    HRESULT FinalConstruct() noexcept;
+    /// Stops GDI+ and then the worker, deliberately in this order: no picture is being loaded any more.
+    void FinalRelease() noexcept;
+
+    LPCWSTR GetClassName() const noexcept override { return L"[CCoQXStillSourceOut]"; }
+
+    // --- Picture selection
+
+    /// Selects a built-in picture, a colour or a file. Takes m_crsPicture.
+    /// \param pFilter its m_VidProps decide whether alpha is kept \param pszName null counts as empty
+    /// \return S_OK, or what the loader answers
+    HRESULT SelectPictureByName(const CCoQXStillSource* pFilter, LPCWSTR pszName) noexcept;
+
+    // --- Output type
+
+    /// A copy of m_picSource.
+    PicProps GetSourceProps() noexcept;
+
+    /// Makes a type the current one: m_picOutput is read from it, and the frame is to be composed again.
+    /// No lock of its own: called by a control thread while the pump is idle, and by the worker.
+    void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept;
+
+    // --- Composition
+
+    /// Copies the finished frame to a buffer, composing it first where there is none. Takes m_crsPicture.
+    /// \param pbBuf as large as the frame of m_picOutput \param cbBuf bytes of it: the copy ends there
+    HRESULT FillSampleBuffer(BYTE* pbBuf, DWORD cbBuf) noexcept;
+
+    // --- Pump
+
+    /// Called on the way from stopped to paused: a new segment begins, the frame number goes on.
+    HRESULT StreamStart() noexcept;
+    /// Waits without a limit until the worker has finished its step. Without a worker it returns at once.
+    void StreamStop() noexcept;
+    /// Ends what is left of the pump when the filter goes without having been stopped.
+    void StreamAbandon() noexcept;
+
+    /// One step of the pump. \return milliseconds until the next one: 0 or INFINITE
+    DWORD Send() noexcept;
+    /// Fills and stamps a sample. \return S_OK, S_FALSE at the end of the stream, or a failure
+    HRESULT PrepareSample(IMediaSample* pSample) noexcept;
+
+    /// AvgTimePerFrame of the current type, or the default where it has none.
+    REFERENCE_TIME GetFrameTime() const noexcept;
+
+    // --- Picture state, guarded by m_crsPicture
+
+    LONG m_nPictureId = ePI_Bars; ///< ePictureId
+    DWORD m_nSolidColor = 0;      ///< 0xAABBGGRR
+    /// Format of the loaded picture, or of the built-in one that was composed last.
+    PicProps m_picSource = {FOURCC_UYVY, 720, 576, 720};
+    CBLOBHolder<CTaskMemory> m_blobSource; ///< pixels of the loaded picture; they outrank m_nPictureId
+    CBLOBHolder<CTaskMemory> m_blobFrame;  ///< the finished frame; size 0: to be composed
+    PicProps m_picOutput{};                ///< format of the frames, from the current media type
+    CCritSec m_crsPicture;
+
+    // --- Stream state, guarded by m_crsPosition
+
+    REFERENCE_TIME m_rtCurrent = 0;       ///< start of the next sample; 0 also begins a segment
+    LONGLONG m_nFrame = 0;                ///< number of the next frame; it survives a stop
+    LONGLONG m_nStopFrame = nNoStopFrame; ///< the last frame; 0 or less means no end
+    CCritSec m_crsPosition;
+
+    /// 90000 times the highest 32-bit count.
+    static constexpr LONGLONG nNoStopFrame = 90000LL * 2147483647LL;
+
+    std::atomic<bool> m_bStreaming = false; ///< the pump should run; changed under m_lock but for StreamStart
+    CEvent m_evStopped;                     ///< the worker has seen the end of streaming
+    CSimpleThread m_Thread;                 ///< the worker
+
+private:
+    static DWORD ThreadProc(void* pv) noexcept;
+    void Pump() noexcept;
+
+    HRESULT ComposeFrame() noexcept;
+    HRESULT MakeSolidPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept;
+    HRESULT MakeBuiltInPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept;
+
+    ULONG_PTR m_nGdiPlusToken = 0;
+};

@@ -1,0 +1,211 @@
+// From the picture to the frame in output format.
+#include "CoQXStillSource.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "AspectRects.h"
+#include "dstl/dshowx/BmpHeader.h"
+#include "dstl/dshowx/DSVideo.h"
+#include "imgconverter/ImgConverter.h"
+
+namespace
+{
+
+constexpr LONG nOpaque = 255;
+constexpr int nWholeFrame = -1; // not one of the two fields
+
+/// A resource for frames up to a height, signed.
+struct ResourceByHeight
+{
+    LONG nPictureId;
+    LONG nMaxHeight;
+    UINT nResource;
+};
+
+/// The pictures of "videoq" may be added to the module under these numbers.
+constexpr ResourceByHeight arrResources[] = {
+    {ePI_VideoQuality, 480, 115},     {ePI_VideoQuality, 486, 116},      {ePI_VideoQuality, 576, 117},
+    {ePI_VideoQuality, 720, 118},     {ePI_VideoQuality, LONG_MAX, 119}, {ePI_Bars, 719, ePI_BarsSD},
+    {ePI_Bars, LONG_MAX, ePI_BarsHD},
+};
+
+UINT FindResourceNumber(LONG nPictureId, LONG nHeight) noexcept
+{
+    for (const ResourceByHeight& row : arrResources)
+    {
+        if (row.nPictureId == nPictureId && nHeight <= row.nMaxHeight)
+            return row.nResource;
+    }
+    return static_cast<UINT>(nPictureId);
+}
+
+LONG AbsHeightLong(const PicProps& pic) noexcept
+{
+    return static_cast<LONG>(std::min<DWORD>(AbsHeight(pic.nHeight), LONG_MAX));
+}
+
+/// Bytes of a picture; 0 for one that no sample can hold, as its length is a signed 32-bit number.
+DWORD PicBytes(const PicProps& pic) noexcept
+{
+    const LONG nRow = pic.nRowWidth != 0 ? pic.nRowWidth : pic.nWidth;
+    if (nRow <= 0)
+        return 0;
+    const ULONGLONG cbRow = static_cast<ULONGLONG>(nRow) * GetBitCount(pic.fccType) / 8;
+    if (cbRow * AbsHeight(pic.nHeight) > LONG_MAX)
+        return 0;
+    return GetPicSize(&pic);
+}
+
+/// The bytes in use, or null.
+template <class TBlob>
+BYTE* BlobData(const TBlob& blob) noexcept
+{
+    return blob.GetSize() != 0 ? blob.GetPtr() : nullptr;
+}
+
+/// Paints the margins of a frame. A null frame or a null format does nothing.
+void FillMargins(BYTE* pbFrame, const PicProps* picFrame, DWORD dwColor, const RECT& rcMargins) noexcept
+{
+    if (pbFrame == nullptr || picFrame == nullptr)
+        return;
+    RECT arrRects[4];
+    const int nRects = MarginRects(picFrame->nWidth, AbsHeightLong(*picFrame), rcMargins, arrRects);
+    for (int i = 0; i < nRects; i++)
+        Img_Fill(pbFrame, picFrame, dwColor, &arrRects[i], nOpaque, nWholeFrame);
+}
+
+} // namespace
+
+HRESULT CCoQXStillSourceOut::FillSampleBuffer(BYTE* pbBuf, DWORD cbBuf) noexcept
+{
+    DSASSERT(pbBuf != NULL);
+    if (pbBuf == nullptr)
+        return E_INVALIDARG;
+    CScopedLock crs(&m_crsPicture);
+    if (m_blobFrame.GetSize() == 0)
+    {
+        const HRESULT hr = ComposeFrame();
+        if (FAILED(hr))
+            return hr;
+    }
+    if (m_blobFrame.IsValid())
+        memcpy(pbBuf, m_blobFrame.GetPtr(), std::min(m_blobFrame.GetSize(), cbBuf));
+    return S_OK;
+}
+
+HRESULT CCoQXStillSourceOut::ComposeFrame() noexcept
+{
+    const CCoQXStillSource* const pFilter = m_pFilter;
+    if (pFilter == nullptr)
+        return E_UNEXPECTED;
+    const QG_VID_PROPS props = pFilter->m_VidProps;
+
+    // A colour or a built-in picture leaves its format in m_picSource, from where the next default type
+    // comes.
+    CBLOBHolder<CTaskMemory> blobImage;
+    const bool bLoaded = m_blobSource.GetSize() != 0;
+    if (!bLoaded)
+    {
+        const HRESULT hr =
+            m_nPictureId == ePI_SolidColor ? MakeSolidPicture(blobImage) : MakeBuiltInPicture(blobImage);
+        if (FAILED(hr))
+            return hr;
+    }
+    const CBLOBHolder<CTaskMemory>& blobPixels = bLoaded ? m_blobSource : blobImage;
+    BYTE* pbSource = BlobData(blobPixels);
+
+    // The format may claim more than the block holds, as after "transparent" over a 24-bit picture: what is
+    // not there reads as zero.
+    CBLOBHolder<CTaskMemory> blobPadded;
+    const DWORD cbSource = PicBytes(m_picSource);
+    if (cbSource == 0)
+    {
+        pbSource = nullptr;
+    }
+    else if (pbSource != nullptr && blobPixels.GetSize() < cbSource)
+    {
+        blobPadded.Alloc(cbSource, true, 0);
+        if (blobPadded.IsValid())
+            memcpy(blobPadded.GetPtr(), pbSource, blobPixels.GetSize());
+        pbSource = BlobData(blobPadded);
+    }
+
+    PicProps picImage = m_picSource;
+    RECT rcConvertIn = {0, 0, picImage.nWidth, AbsHeightLong(picImage)};
+    RECT rcConvertOut = {0, 0, m_picOutput.nWidth, AbsHeightLong(m_picOutput)};
+
+    CBLOBHolder<CTaskMemory> blobBuffer;
+    if (m_picSource.fccType != m_picOutput.fccType)
+    {
+        picImage.fccType = m_picOutput.fccType;
+        picImage.nWidth &= ~1;
+        picImage.nHeight = AbsHeightLong(picImage) & ~1;
+        picImage.nRowWidth = picImage.nWidth;
+        rcConvertIn = {0, 0, picImage.nWidth, picImage.nHeight};
+        blobBuffer.Alloc(PicBytes(picImage), true, 0);
+        const HRESULT hr = Img_Convert(pbSource, BlobData(blobBuffer), &m_picSource, &picImage, &rcConvertIn,
+                                       &rcConvertIn, true, nullptr);
+        DSASSERT(hr == S_OK);
+        pbSource = BlobData(blobBuffer);
+    }
+
+    // The default keeps the shape only of a picture that differs in both directions; one of the same height
+    // is stretched, and this is deliberate. Values beyond the last one are letter-boxed.
+    const bool bStretch = props.eKeepAspect == eQGKA_None ||
+                          (props.eKeepAspect == eQGKA_Default &&
+                           (m_picSource.nWidth == m_picOutput.nWidth ||
+                            AbsHeight(m_picSource.nHeight) == AbsHeight(m_picOutput.nHeight)));
+    if (!bStretch)
+    {
+        const double dblPixelAspect =
+            PixelAspect(rcConvertOut.right - rcConvertOut.left, rcConvertOut.bottom - rcConvertOut.top,
+                        props.nAspectX, props.nAspectY);
+        CalcAspectRects(&picImage, &m_picOutput, props.eKeepAspect == eQGKA_Crop ? eAR_Crop : eAR_LetterBox,
+                        &rcConvertIn, &rcConvertOut, 1.0, dblPixelAspect);
+    }
+
+    // A new block is zeroed: where resizing fails, the frame shows no stranger's memory.
+    if (m_blobFrame.Resize(PicBytes(m_picOutput)) == S_OK)
+        m_blobFrame.Fill(0);
+    BYTE* const pbFrame = BlobData(m_blobFrame);
+    Img_ResizeFrame(pbSource, pbFrame, &picImage, &m_picOutput, &rcConvertIn, &rcConvertOut,
+                    bLoaded ? eIR_Cubic : eIR_Nearest, nullptr, 0);
+    FillMargins(pbFrame, &m_picOutput, 0, MarginsOfRect(rcConvertOut));
+    return S_OK;
+}
+
+HRESULT CCoQXStillSourceOut::MakeSolidPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept
+{
+    m_picSource = m_picOutput;
+    blobImage.Alloc(PicBytes(m_picSource), true, 0);
+    BYTE* const pbImage = BlobData(blobImage);
+    if (pbImage == nullptr)
+        return S_OK; // the frame stays unfinished
+    Img_Fill(pbImage, &m_picSource, m_nSolidColor, nullptr, nOpaque, nWholeFrame);
+    if (m_picOutput.fccType == FOURCC_ARGB32 && m_nSolidColor == 0)
+        blobImage.Fill(0);
+    return S_OK;
+}
+
+HRESULT CCoQXStillSourceOut::MakeBuiltInPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept
+{
+    BITMAPINFOHEADER bmInfo{};
+    DSTLBLOB blobPicture{};
+    HRESULT hr =
+        LoadBmpResource(_Module.GetResourceInstance(), FindResourceNumber(m_nPictureId, m_picOutput.nHeight),
+                        L"CUSTOM", &bmInfo, &blobPicture.pbData);
+    DSASSERT(hr == S_OK);
+    blobPicture.cbData = bmInfo.biSizeImage;
+    blobImage.Attach(&blobPicture);
+
+    // After a failure the header is zero, which ends here.
+    CMType mtTemp;
+    hr = MTHelp::MTCreateVideo(&mtTemp, FORMAT_VideoInfo, reinterpret_cast<const BITMAPINFO*>(&bmInfo));
+    if (FAILED(hr))
+        return hr;
+    const int nFormat = MTGetPicProps(&mtTemp, &m_picSource);
+    DSASSERT(nFormat != -1);
+    return nFormat < 0 ? E_INVALIDARG : S_OK;
+}

@@ -1,0 +1,300 @@
+// Which media types the pin has, offers and accepts.
+#include "Negotiation.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "CoQXStillSource.h"
+#include "FrameRate.h"
+#include "imgconverter/ImgConverter.h"
+
+namespace
+{
+
+/// Flags of a VIDEOINFOHEADER2 for the field orders; both fields regular, bob or weave.
+constexpr DWORD dwFlagsField1First = AMINTERLACE_IsInterlaced | AMINTERLACE_Field1First |
+                                     AMINTERLACE_FieldPatBothRegular | AMINTERLACE_DisplayModeBobOrWeave;
+constexpr DWORD dwFlagsField2First =
+    AMINTERLACE_IsInterlaced | AMINTERLACE_FieldPatBothRegular | AMINTERLACE_DisplayModeBobOrWeave;
+static_assert(dwFlagsField1First == 0xA5 && dwFlagsField2First == 0xA1);
+
+/// The aspect ratio of a frame with square pixels, reduced. A negative height gives a negative part.
+void SetFrameAspect(VIDEOINFOHEADER2& header, LONG nWidth, LONGLONG nHeight) noexcept
+{
+    const LONGLONG g = GreatestCommonDivisor(nWidth, nHeight < 0 ? -nHeight : nHeight);
+    header.dwPictAspectRatioX = static_cast<DWORD>(nWidth / g);
+    header.dwPictAspectRatioY = static_cast<DWORD>(nHeight / g);
+}
+
+/// The header of a type that MTCheckVideo has passed; null for another format type.
+const VIDEOINFOHEADER* Header1(const AM_MEDIA_TYPE& mt) noexcept
+{
+    return IsEqualGUID(mt.formattype, FORMAT_VideoInfo)
+               ? reinterpret_cast<const VIDEOINFOHEADER*>(mt.pbFormat)
+               : nullptr;
+}
+
+const VIDEOINFOHEADER2* Header2(const AM_MEDIA_TYPE& mt) noexcept
+{
+    return IsEqualGUID(mt.formattype, FORMAT_VideoInfo2)
+               ? reinterpret_cast<const VIDEOINFOHEADER2*>(mt.pbFormat)
+               : nullptr;
+}
+
+/// What ConvertVideoType takes from the base, whichever header it has.
+struct BaseHeader
+{
+    RECT rcSource;
+    RECT rcTarget;
+    DWORD dwBitRate;
+    DWORD dwBitErrorRate;
+    REFERENCE_TIME AvgTimePerFrame;
+    const BITMAPINFOHEADER* pbmi;
+    size_t cbHeader; ///< what lies behind it in the block is palette or extra data
+};
+
+template <class THeader>
+BaseHeader ReadBase(const THeader& header) noexcept
+{
+    return {header.rcSource,        header.rcTarget,   header.dwBitRate, header.dwBitErrorRate,
+            header.AvgTimePerFrame, &header.bmiHeader, sizeof(THeader)};
+}
+
+template <class THeader>
+void CopyTimesAndRects(THeader& header, const BaseHeader& base) noexcept
+{
+    header.rcSource = base.rcSource;
+    header.rcTarget = base.rcTarget;
+    header.AvgTimePerFrame = base.AvgTimePerFrame;
+}
+
+/// Makes a FORMAT_VideoInfo type that keeps the palette or extra data behind the base's header. A base with
+/// the longer header gives a block that is shorter by the difference, 24 bytes.
+HRESULT CreateWithExtraData(CMType& mtNew, const AM_MEDIA_TYPE& mtBase, const BaseHeader& base, DWORD fcc,
+                            LONG nHeight) noexcept
+{
+    if (mtBase.cbFormat <= base.cbHeader)
+        return E_INVALIDARG; // nothing to keep
+    const size_t cbExtra = mtBase.cbFormat - base.cbHeader;
+    const GUID guidSub = fcc == mtBase.subtype.Data1 ? mtBase.subtype : FourccSubtype(fcc);
+    const HRESULT hr = MTCreate(&mtNew, MEDIATYPE_Video, guidSub, FORMAT_VideoInfo,
+                                static_cast<ULONG>(sizeof(VIDEOINFOHEADER) + cbExtra), nullptr);
+    if (FAILED(hr))
+        return hr;
+    VIDEOINFOHEADER* const pVH_New = mtNew.VideoInfo();
+    pVH_New->bmiHeader = *base.pbmi;
+    pVH_New->bmiHeader.biHeight = nHeight;
+    memcpy(pVH_New + 1, mtBase.pbFormat + base.cbHeader, cbExtra);
+    mtNew.lSampleSize = pVH_New->bmiHeader.biSizeImage;
+    return S_OK;
+}
+
+LONG AbsHeightLong(LONG nHeight) noexcept
+{
+    return static_cast<LONG>(std::min<DWORD>(AbsHeight(nHeight), INT_MAX));
+}
+
+SHORT ClampToShort(LONGLONG n) noexcept
+{
+    return static_cast<SHORT>(std::clamp<LONGLONG>(n, SHRT_MIN, SHRT_MAX));
+}
+
+} // namespace
+
+HRESULT CCoQXStillSource::BuildOutputType(CMType& mt, const PicProps& picBase) noexcept
+{
+    const QG_VID_PROPS props = m_VidProps;
+    const DWORD fccType =
+        props.fccType != eQGFCC_Default ? static_cast<DWORD>(props.fccType) : picBase.fccType;
+    const LONG nWidth = props.nWidth != 0 ? props.nWidth : picBase.nWidth;
+    const LONG nHeight = props.nHeight != 0 ? props.nHeight : picBase.nHeight;
+    const bool bOwnAspect = props.nAspectX == 0 || props.nAspectY == 0;
+    const bool bPlain =
+        (props.eInterlace == eQGI_Default || props.eInterlace == eQGI_Progressive) && bOwnAspect;
+
+    CMType mtOut;
+    const HRESULT hr = MTCreateVideo(&mtOut, fccType, bPlain ? FORMAT_VideoInfo : FORMAT_VideoInfo2, nWidth,
+                                     nHeight, nWidth);
+    if (FAILED(hr))
+        return hr;
+
+    *MTGetFrameTime(&mtOut) = FrameTimeFromRate(props.dblRate);
+    if (VIDEOINFOHEADER2* const pVH2 = mtOut.VideoInfo2())
+    {
+        // The 3D layouts are carried in the properties and change nothing here.
+        if (props.eInterlace == eQGI_Field1First)
+            pVH2->dwInterlaceFlags = dwFlagsField1First;
+        else if (props.eInterlace == eQGI_Field2First)
+            pVH2->dwInterlaceFlags = dwFlagsField2First;
+        if (bOwnAspect)
+        {
+            SetFrameAspect(*pVH2, nWidth, nHeight);
+        }
+        else
+        {
+            pVH2->dwPictAspectRatioX = static_cast<DWORD>(props.nAspectX);
+            pVH2->dwPictAspectRatioY = static_cast<DWORD>(props.nAspectY);
+        }
+    }
+    return mt.Set(&mtOut);
+}
+
+void CCoQXStillSource::RebuildSupportedTypes(const AM_MEDIA_TYPE* mt) noexcept
+{
+    // Letters count alike in either case.
+    constexpr DWORD dwLowerCase = 0x20202020;
+
+    CSimpleArray2<CMType> arrSupport;
+    if (mt != nullptr)
+    {
+        PicProps picBase{};
+        const int nIndex = MTGetPicProps(mt, &picBase);
+        DSASSERT(nIndex != -1);
+        const DWORD fccWanted = static_cast<DWORD>(m_VidProps.fccType);
+        for (int i = 0; nIndex >= 0 && i < nVideoFormats; i++)
+        {
+            const DWORD fcc = rgFormat[i].Code();
+            const PicProps picTest = {fcc, picBase.nWidth, picBase.nHeight, picBase.nWidth};
+            if (i == nIndex || (fccWanted != 0 && (fccWanted | dwLowerCase) != (fcc | dwLowerCase)) ||
+                !Img_CheckProps(&picTest, true))
+                continue;
+            CMType mtSupport;
+            if (ConvertVideoType(mtSupport, mt, mt->formattype, fcc, nKeepInterlaceFlags, 0, 0) != S_OK)
+                continue;
+            arrSupport.Add(mtSupport);
+            // Made and dropped: only the first of the two is in the list, and this is deliberate.
+            if (IsEqualGUID(mt->formattype, FORMAT_VideoInfo2))
+                ConvertVideoType(mtSupport, mt, FORMAT_VideoInfo, fcc, nKeepInterlaceFlags, 0, 0);
+        }
+    }
+    CScopedLock crs(&m_crsNames);
+    std::swap(m_arrSupport, arrSupport);
+}
+
+bool CCoQXStillSource::QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept
+{
+    DSASSERT(pmt != NULL);
+    PicProps picQuery{};
+    if (pmt == nullptr || OutPin() == nullptr || MTGetPicProps(pmt, &picQuery) < 0)
+        return false;
+    const PicProps& picOutput = OutPin()->m_picOutput;
+    return picQuery.fccType == picOutput.fccType && picQuery.nWidth == picOutput.nWidth &&
+           AbsHeight(picQuery.nHeight) == AbsHeight(picOutput.nHeight);
+}
+
+HRESULT CCoQXStillSource::UpdateOutputType() noexcept
+{
+    CCoQXStillSourceOut* const pOut = OutPin();
+    if (pOut == nullptr)
+        return E_UNEXPECTED;
+    // A type that cannot be built stays empty: the pin then has none, and connecting it fails.
+    CMType mt;
+    BuildOutputType(mt, pOut->GetSourceProps());
+    RebuildSupportedTypes(&mt);
+    if (!pOut->IsConnected())
+    {
+        pOut->ApplyOutputType(&mt);
+        return S_OK;
+    }
+    // Not stored before the graph has connected the pin anew: a refusal leaves the old type.
+    if (FilterState() == State_Stopped)
+        return MakeReconnect(&mt, pOut);
+    return S_OK;
+}
+
+HRESULT ConvertVideoType(CMType& mtNew, const AM_MEDIA_TYPE* mtBase, const GUID& formatType, DWORD fcc,
+                         LONG nInterlaceFlags, LONG nAspectX, LONG nAspectY) noexcept
+{
+    HRESULT hr = MTCheckVideo(mtBase, false);
+    if (FAILED(hr))
+        return hr;
+    PicProps picPropsBase{};
+    hr = MTGetVideoSize(mtBase, &picPropsBase);
+    if (FAILED(hr))
+        return hr;
+
+    const VIDEOINFOHEADER2* const pVH2_Base = Header2(*mtBase);
+    const BaseHeader base = pVH2_Base != nullptr ? ReadBase(*pVH2_Base) : ReadBase(*Header1(*mtBase));
+    if (fcc == 0)
+        fcc = picPropsBase.fccType;
+    const LONG nHeight = IsRGBFormat(fcc) ? picPropsBase.nHeight : AbsHeightLong(picPropsBase.nHeight);
+    const GUID& guidFormat = IsEqualGUID(formatType, GUID_NULL) ? mtBase->formattype : formatType;
+
+    if (IsEqualGUID(guidFormat, FORMAT_VideoInfo2))
+    {
+        hr = MTCreateVideo(&mtNew, fcc, FORMAT_VideoInfo2, picPropsBase.nWidth, nHeight,
+                           picPropsBase.nRowWidth);
+        if (FAILED(hr))
+            return hr;
+        VIDEOINFOHEADER2& header = *mtNew.VideoInfo2();
+        CopyTimesAndRects(header, base);
+        if (pVH2_Base != nullptr)
+        {
+            header.dwInterlaceFlags = pVH2_Base->dwInterlaceFlags;
+            header.dwPictAspectRatioX = pVH2_Base->dwPictAspectRatioX;
+            header.dwPictAspectRatioY = pVH2_Base->dwPictAspectRatioY;
+        }
+        else
+        {
+            SetFrameAspect(header, picPropsBase.nWidth, AbsHeight(picPropsBase.nHeight));
+        }
+        if (nInterlaceFlags != nKeepInterlaceFlags)
+            header.dwInterlaceFlags = static_cast<DWORD>(nInterlaceFlags);
+        if (nAspectX != 0 && nAspectY != 0)
+        {
+            header.dwPictAspectRatioX = static_cast<DWORD>(nAspectX);
+            header.dwPictAspectRatioY = static_cast<DWORD>(nAspectY);
+        }
+        return S_OK;
+    }
+
+    if (IsEqualGUID(guidFormat, FORMAT_VideoInfo))
+    {
+        hr = MTCreateVideo(&mtNew, fcc, FORMAT_VideoInfo, picPropsBase.nWidth, nHeight,
+                           picPropsBase.nRowWidth);
+        if (FAILED(hr))
+            hr = CreateWithExtraData(mtNew, *mtBase, base, fcc, nHeight);
+        VIDEOINFOHEADER* const pVH_New = SUCCEEDED(hr) ? mtNew.VideoInfo() : nullptr;
+        DSASSERT(pVH_New);
+        if (pVH_New == nullptr)
+            return E_INVALIDARG;
+        CopyTimesAndRects(*pVH_New, base);
+        pVH_New->dwBitRate = base.dwBitRate;
+        pVH_New->dwBitErrorRate = base.dwBitErrorRate;
+        return S_OK;
+    }
+
+    return E_UNEXPECTED;
+}
+
+void PropsFromMediaType(const AM_MEDIA_TYPE* pmt, QG_VID_PROPS* pProps) noexcept
+{
+    PicProps pic{};
+    if (pmt == nullptr || pProps == nullptr || MTGetPicProps(pmt, &pic) < 0)
+        return;
+    pProps->fccType = static_cast<eQGFCC>(pic.fccType);
+    pProps->nWidth = pic.nWidth;
+    pProps->nHeight = pic.nHeight;
+    pProps->dblRate = RateFromFrameTime(MTFrameTime(pmt));
+
+    const AM_MEDIA_TYPE* const _pMT = pmt;
+    if (!IsEqualGUID(_pMT->formattype, FORMAT_VideoInfo2))
+    {
+        pProps->eInterlace = eQGI_Progressive;
+        pProps->nAspectX = 0;
+        pProps->nAspectY = 0;
+        return;
+    }
+    DSASSERT(_pMT->cbFormat >= sizeof(VIDEOINFOHEADER2));
+    const VIDEOINFOHEADER2& header = *Header2(*_pMT);
+    if ((header.dwInterlaceFlags & AMINTERLACE_IsInterlaced) == 0)
+        pProps->eInterlace = eQGI_Progressive;
+    else
+        pProps->eInterlace =
+            (header.dwInterlaceFlags & AMINTERLACE_Field1First) != 0 ? eQGI_Field1First : eQGI_Field2First;
+    const LONGLONG g = GreatestCommonDivisor(header.dwPictAspectRatioX, header.dwPictAspectRatioY);
+    pProps->nAspectX = ClampToShort(header.dwPictAspectRatioX / g);
+    pProps->nAspectY = ClampToShort(header.dwPictAspectRatioY / g);
+}

@@ -1,0 +1,188 @@
+// The worker: gets samples, fills and stamps them, and sends them. The downstream filter's blocking paces it.
+#include "CoQXStillSource.h"
+
+#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/DSSample.h"
+
+namespace
+{
+
+/// Time of a frame number. The product wraps for the number that stands for no end, and this is deliberate.
+REFERENCE_TIME FrameToTime(LONGLONG nFrame, REFERENCE_TIME rtFrame) noexcept
+{
+    return static_cast<REFERENCE_TIME>(static_cast<ULONGLONG>(nFrame) * static_cast<ULONGLONG>(rtFrame));
+}
+
+} // namespace
+
+DWORD CCoQXStillSourceOut::ThreadProc(void* pv) noexcept
+{
+    const HRESULT hr = CoInitializeEx(NULL, 0); // the multithreaded apartment
+    DSASSERT(hr == S_OK);
+    static_cast<CCoQXStillSourceOut*>(pv)->Pump();
+    if (SUCCEEDED(hr))
+        CoUninitialize();
+    return 0;
+}
+
+void CCoQXStillSourceOut::Pump() noexcept
+{
+    DWORD dwTimeout = INFINITE;
+    while (m_Thread.m_bRun)
+    {
+        const DWORD dwRet = WaitForSingleObject(m_Thread.m_hEvent, dwTimeout);
+        if (!m_Thread.m_bRun)
+            break;
+        DSASSERT(dwRet == WAIT_OBJECT_0 || dwRet == WAIT_TIMEOUT);
+        if (dwRet == WAIT_FAILED)
+            break; // it would fail for ever; whoever waits for this thread sees its end
+
+        CScopedLock lock(&m_lock);
+        if (m_bStreaming)
+        {
+            lock.Unlock();
+            dwTimeout = Send();
+        }
+        else
+        {
+            dwTimeout = INFINITE;
+            m_evStopped.Set();
+        }
+    }
+}
+
+DWORD CCoQXStillSourceOut::Send() noexcept
+{
+    if (FilterState() == State_Stopped)
+        return INFINITE;
+    if (!HasAllocator())
+        return INFINITE;
+
+    CComPtr<IMediaSample> spSample;
+    HRESULT hr = GetSample(&spSample, 0);
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s: Send(): m_spAllocOut->GetBuffer()=0x%X\n",
+              GetClassName(), hr);
+        return INFINITE;
+    }
+
+    CScopedLock lock(&m_crsPosition);
+    if (m_rtCurrent == 0)
+    {
+        const REFERENCE_TIME rtFrame = GetFrameTime();
+        const REFERENCE_TIME rtStart = FrameToTime(m_nFrame, rtFrame);
+        const REFERENCE_TIME rtStop = FrameToTime(m_nStopFrame, rtFrame);
+        trace(atlTraceGeneral, eTL_Error, L"%s: NewSegment( %s - %s)\n", GetClassName(),
+              RefTimeText(rtStart, CTimeText().sz), RefTimeText(rtStop, CTimeText().sz));
+        if (const CComPtr<IPin> spPeer = GetPeer())
+            spPeer->NewSegment(rtStart, rtStop, 1.0);
+    }
+    hr = PrepareSample(spSample);
+    if (hr != S_OK)
+    {
+        // The normal end of the stream writes this line too.
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s: Send(): PrepareSample()=0x%X\n", GetClassName(),
+              hr);
+        return INFINITE;
+    }
+    lock.Unlock(); // or a blocked Receive would hold up whoever asks for the position
+
+    Debug_Sample(atlTraceGeneral, eTL_Main, spSample, L"[CCoQXStillSourceOut]: ");
+    return SendSample(spSample) == S_OK ? 0 : INFINITE;
+}
+
+HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
+{
+    DSASSERT(pSample != NULL);
+    if (pSample == nullptr)
+        return E_INVALIDARG;
+    CCoQXStillSource* const pFilter = m_pFilter;
+    if (pFilter == nullptr || pFilter->FilterState() == State_Stopped)
+        return VFW_E_WRONG_STATE;
+
+    CSampleT sample;
+    HRESULT hr = sample.Load(pSample, PM_BUFFER);
+    if (hr != S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s: PrepareSample(): sample.Load()=0x%X\n",
+              GetClassName(), hr);
+        return hr;
+    }
+    SetMediaTypeFromSample(pSample);
+
+    // The last number is sent too, so that there is one frame more than the number says: this is deliberate.
+    if (m_nFrame > m_nStopFrame && m_nStopFrame > 0)
+    {
+        if (const CComPtr<IPin> spPeer = GetPeer())
+            spPeer->EndOfStream();
+        return S_FALSE;
+    }
+
+    const REFERENCE_TIME rtFrame = GetFrameTime();
+    const LONG cbSize = static_cast<LONG>(GetPicSize(&m_picOutput));
+    DSASSERT(sample.m_pbBuf != NULL);
+    DSASSERT(sample.m_cbBuf >= cbSize);
+
+    CComBSTR bsName;
+    if (pFilter->GetListEntry(m_nFrame, bsName))
+        SelectPictureByName(pFilter, bsName); // a name that fails leaves the picture as it was
+
+    hr = FillSampleBuffer(sample.m_pbBuf, static_cast<DWORD>(sample.m_cbBuf));
+    if (hr != S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s: PrepareSample(): FillSampleBuffer()=0x%X\n",
+              GetClassName(), hr);
+        return hr;
+    }
+
+    sample.RemoveProps(PM_BUFFER);
+    CScopedLock crs(&m_crsPosition);
+    sample.SetActualDataLength(cbSize);
+    sample.SetDiscontinuity(m_rtCurrent == 0);
+    sample.SetSyncPoint(TRUE);
+    sample.SetMediaTime(m_nFrame, m_nFrame + 1);
+    sample.SetTime(m_rtCurrent, m_rtCurrent + rtFrame);
+    hr = sample.Save(pSample, PM_ALL);
+    if (hr != S_OK)
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### %s: PrepareSample(): sample.Save()=0x%X\n",
+              GetClassName(), hr);
+        return hr;
+    }
+    m_nFrame++;
+    m_rtCurrent = sample.m_tE;
+    return S_OK;
+}
+
+HRESULT CCoQXStillSourceOut::StreamStart() noexcept
+{
+    m_rtCurrent = 0; // a new segment; the frame number goes on
+    if (!IsConnected())
+        return VFW_E_NOT_CONNECTED;
+    m_bStreaming = true;
+    m_Thread.Wake();
+    return S_OK;
+}
+
+void CCoQXStillSourceOut::StreamStop() noexcept
+{
+    {
+        CScopedLock lock(&m_lock);
+        m_evStopped.Reset();
+        m_bStreaming = false;
+    }
+    if (!m_Thread.Wake())
+        return; // the worker could not be started, and nobody would answer
+    const HANDLE arrWait[] = {m_evStopped, m_Thread.m_hThread}; // or its end, should it have failed
+    const DWORD dwRet = WaitForMultipleObjects(2, arrWait, FALSE, INFINITE);
+    DSASSERT(dwRet == WAIT_OBJECT_0);
+}
+
+void CCoQXStillSourceOut::StreamAbandon() noexcept
+{
+    if (!m_bStreaming)
+        return;
+    AllocatorActivate(false);
+    StreamStop();
+}
