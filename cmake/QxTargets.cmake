@@ -59,7 +59,7 @@ if(WIN32 AND NOT CMAKE_HOST_WIN32)
     set(QX_TEST_ENVIRONMENT
         "WINEPREFIX=${PROJECT_BINARY_DIR}/wine"
         "WINEDEBUG=-all"
-        "WINEDLLOVERRIDES=mscoree,mshtml=d$<SEMICOLON>winemenubuilder.exe,winedbg.exe=d")
+        "WINEDLLOVERRIDES=mscoree,mshtml,winemenubuilder.exe,winedbg.exe=d")
 endif()
 
 # qx_test(NAME SOURCES file... [LIBS target...] [LABELS label...] [TIMEOUT seconds])
