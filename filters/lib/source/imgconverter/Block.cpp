@@ -2,8 +2,6 @@
 
 #include "dstl/dshowx/DSTrace.h"
 
-#include <algorithm>
-
 namespace
 {
 
@@ -25,9 +23,10 @@ LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept
 template <class TByte>
 void Place(PicBlock<TByte>& block, TByte* pbFrame, const Layout& layout) noexcept
 {
+    block.pbFrame = pbFrame;
     for (int i = 0; i < 3; i++)
     {
-        block.arrPixels[i] = pbFrame + (size_t{layout.arrShift[i]} + layout.arrOffset[i]);
+        block.arrStart[i] = ptrdiff_t{layout.arrShift[i]} + ptrdiff_t{layout.arrOffset[i]};
         block.arrStep[i] = static_cast<ptrdiff_t>(layout.arrStep[i]);
     }
     block.bMirror = layout.bMirror;
@@ -60,12 +59,6 @@ HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const
         return E_FAIL;
 
     blocks.roi = {srcRect.right - srcRect.left, srcRect.bottom - srcRect.top};
-    if (blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
-    {
-        // The first pixel of an empty rectangle can lie behind the frame; nobody may even point there.
-        std::fill_n(src.arrOffset, 3, 0);
-        std::fill_n(dst.arrOffset, 3, 0);
-    }
     Place(blocks.src, pbInput, src);
     Place(blocks.dst, pbOutput, dst);
     return S_OK;

@@ -5,13 +5,18 @@
 #include "Common/Common.h"
 #include "imgconverter/CopyRows.h"
 
-/// One picture of a call and the place of its rectangle.
+/// One picture of a call and the place of its rectangle. Places are kept as offsets: that of an empty
+/// rectangle, or of the chroma of a single row, can lie behind the frame, where not even a pointer may go.
 template <class TByte>
 struct PicBlock
 {
-    TByte* arrPixels[3];  ///< first pixel of the rectangle in each plane, in its lowest memory row
-    ptrdiff_t arrStep[3]; ///< bytes from one memory row to the next
-    bool bMirror;         ///< bottom-up
+    TByte* pbFrame;
+    ptrdiff_t arrStart[3]; ///< first byte of the rectangle in each plane, in its lowest memory row
+    ptrdiff_t arrStep[3];  ///< bytes from one memory row to the next
+    bool bMirror;          ///< bottom-up
+
+    /// Only for a plane of which the rectangle holds samples.
+    TByte* Pixels(int nPlane) const noexcept { return pbFrame + arrStart[nPlane]; }
 };
 
 /// Both pictures of a call.
@@ -19,7 +24,7 @@ struct BlockPair
 {
     PicBlock<const BYTE> src;
     PicBlock<BYTE> dst;
-    RoiSize roi; ///< the common size, which is that of the source rectangle
+    RoiSize roi; ///< the common size, which is that of the source rectangle; empty when below 1
 };
 
 /// Finds the blocks of a call without scaling. Buffers and descriptors must have been checked for null.

@@ -37,8 +37,10 @@ const FormatCopy* FindCopy(DWORD fccType) noexcept
 
 ePrimitiveStatus CopyPlane(const FormatCopy& copy, const BlockPair& blocks, int nPlane, RoiSize roi) noexcept
 {
-    return copy.pfnCopy(blocks.src.arrPixels[nPlane], blocks.src.arrStep[nPlane],
-                        blocks.dst.arrPixels[nPlane], blocks.dst.arrStep[nPlane], roi);
+    if (roi.nWidth <= 0 || roi.nHeight <= 0)
+        return ePS_Done;
+    return copy.pfnCopy(blocks.src.Pixels(nPlane), blocks.src.arrStep[nPlane], blocks.dst.Pixels(nPlane),
+                        blocks.dst.arrStep[nPlane], roi);
 }
 
 ePrimitiveStatus CopyBlock(const FormatCopy& copy, const BlockPair& blocks) noexcept
@@ -53,7 +55,7 @@ ePrimitiveStatus CopyBlock(const FormatCopy& copy, const BlockPair& blocks) noex
 /// Lets the source run backward, from the last row of its block.
 void TurnSource(BlockPair& blocks) noexcept
 {
-    blocks.src.arrPixels[0] += blocks.src.arrStep[0] * (ptrdiff_t{blocks.roi.nHeight} - 1);
+    blocks.src.arrStart[0] += blocks.src.arrStep[0] * (ptrdiff_t{blocks.roi.nHeight} - 1);
     blocks.src.arrStep[0] = -blocks.src.arrStep[0];
 }
 
@@ -76,9 +78,6 @@ HRESULT Img_Copy(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputP
         OpenBlocks(blocks, _pbInput, _pbOutput, _pInputProps, _pOutputProps, _prcInput, _prcOutput);
     if (hr != S_OK)
         return hr;
-    if (blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
-        return S_OK;
-
     if (blocks.src.bMirror != blocks.dst.bMirror)
         TurnSource(blocks);
     const FormatCopy* pCopy = FindCopy(_pInputProps->fccType);
