@@ -35,7 +35,9 @@ public:
 private:
     static HRESULT Inner(void* pThis, REFIID riid, void** ppv)
     {
-        return static_cast<COuter*>(pThis)->m_spInner->QueryInterface(riid, ppv);
+        // Null while the inner object is made and while it goes: it asks for itself in both.
+        IUnknown* pInner = static_cast<COuter*>(pThis)->m_spInner;
+        return pInner != nullptr ? pInner->QueryInterface(riid, ppv) : E_NOINTERFACE;
     }
 };
 

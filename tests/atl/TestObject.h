@@ -27,8 +27,8 @@ class CTestBase : public CComObjectRootEx<TModel>,
                   public IPersistFile
 {
 public:
-    CTestBase() { ++g_counts.nAlive; }
-    ~CTestBase() { --g_counts.nAlive; }
+    CTestBase() { InterlockedIncrement(&g_counts.nAlive); }
+    ~CTestBase() { InterlockedDecrement(&g_counts.nAlive); }
 
     STDMETHOD(QueryService)(REFGUID, REFIID, void**) override { return E_NOTIMPL; }
     STDMETHOD(GetClassID)(CLSID* pClassID) override
@@ -68,13 +68,13 @@ public:
 
     HRESULT FinalConstruct()
     {
-        ++g_counts.nConstructed;
+        InterlockedIncrement(&g_counts.nConstructed);
         UseItself();
         return S_OK;
     }
     void FinalRelease()
     {
-        ++g_counts.nReleased;
+        InterlockedIncrement(&g_counts.nReleased);
         UseItself();
     }
 
@@ -123,10 +123,10 @@ public:
     END_COM_MAP()
     HRESULT FinalConstruct()
     {
-        ++g_counts.nConstructed;
+        InterlockedIncrement(&g_counts.nConstructed);
         return E_ACCESSDENIED;
     }
-    void FinalRelease() { ++g_counts.nReleased; }
+    void FinalRelease() { InterlockedIncrement(&g_counts.nReleased); }
 };
 
 /// The address of an object's identity.
