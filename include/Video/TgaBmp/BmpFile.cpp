@@ -62,11 +62,14 @@ HRESULT ReadBmp(HANDLE hFile, BITMAPINFOHEADER* pBmpInfo, CTaskBytes& pPicture) 
 
 HRESULT LoadBmpFile(const wchar_t* pszFileName, BITMAPINFOHEADER* pBmpHeader, BYTE** ppPicture) noexcept
 {
-    if (!DSASSERT(pszFileName != NULL))
+    DSASSERT(pszFileName != NULL);
+    if (pszFileName == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(pBmpHeader != NULL))
+    DSASSERT(pBmpHeader != NULL);
+    if (pBmpHeader == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(ppPicture != NULL))
+    DSASSERT(ppPicture != NULL);
+    if (ppPicture == NULL)
         return E_POINTER;
 
     *pBmpHeader = BITMAPINFOHEADER{};

@@ -91,7 +91,8 @@ void CTga::DropReadAhead() noexcept
 
 HRESULT CTga::LoadFile(const wchar_t* pszTgaFile) noexcept
 {
-    if (!DSASSERT(pszTgaFile != NULL))
+    DSASSERT(pszTgaFile != NULL);
+    if (pszTgaFile == NULL)
         return E_INVALIDARG;
 
     Clear();
@@ -118,7 +119,8 @@ HRESULT CTga::LoadFile(const wchar_t* pszTgaFile) noexcept
 
 HRESULT CTga::ReadFile(HANDLE hFile) noexcept
 {
-    if (!DSASSERT(hFile != INVALID_HANDLE_VALUE))
+    DSASSERT(hFile != INVALID_HANDLE_VALUE);
+    if (hFile == INVALID_HANDLE_VALUE)
         return E_FAIL;
 
     DropReadAhead();
@@ -257,8 +259,8 @@ HRESULT CTga::ReadColMap(HANDLE hFile, DWORD* pcbRead) noexcept
         return E_FAIL;
     }
     m_cbColMapEntry = (m_header.nColMapDepth + 7u) / 8;
-    if (!DSASSERT_TEXT(m_cbColMapEntry <= cbMaxPixel,
-                       "CTga::ReadFile(): unsupported depth of Color Map Data"))
+    DSASSERT_TEXT(m_cbColMapEntry <= cbMaxPixel, "CTga::ReadFile(): unsupported depth of Color Map Data");
+    if (m_cbColMapEntry > cbMaxPixel)
         return E_FAIL;
 
     const DWORD cbColMap = m_header.nColMapEntries * m_cbColMapEntry;
@@ -357,13 +359,17 @@ HRESULT CTga::ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept
 {
     if (pcbRead != NULL)
         *pcbRead = 0;
-    if (!DSASSERT(hFile != INVALID_HANDLE_VALUE))
+    DSASSERT(hFile != INVALID_HANDLE_VALUE);
+    if (hFile == INVALID_HANDLE_VALUE)
         return E_FAIL;
-    if (!DSASSERT(9 <= m_header.nImageType && m_header.nImageType <= 11))
+    DSASSERT(9 <= m_header.nImageType && m_header.nImageType <= 11);
+    if (!(9 <= m_header.nImageType && m_header.nImageType <= 11))
         return E_FAIL;
-    if (!DSASSERT(0 < m_cbDepth && m_cbDepth <= 4))
+    DSASSERT(0 < m_cbDepth && m_cbDepth <= 4);
+    if (!(0 < m_cbDepth && m_cbDepth <= 4))
         return E_FAIL;
-    if (!DSASSERT(m_pImage != NULL))
+    DSASSERT(m_pImage != NULL);
+    if (m_pImage == NULL)
         return E_FAIL;
 
     DWORD cb = 0;
@@ -423,11 +429,14 @@ HRESULT CTga::ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept
 
 HRESULT CTga::Read(HANDLE hFile, DWORD cb, void* pbBuf) noexcept
 {
-    if (!DSASSERT(hFile != INVALID_HANDLE_VALUE))
+    DSASSERT(hFile != INVALID_HANDLE_VALUE);
+    if (hFile == INVALID_HANDLE_VALUE)
         return E_FAIL;
-    if (!DSASSERT(cb > 0))
+    DSASSERT(cb > 0);
+    if (cb == 0)
         return E_INVALIDARG;
-    if (!DSASSERT(pbBuf != NULL))
+    DSASSERT(pbBuf != NULL);
+    if (pbBuf == NULL)
         return E_POINTER;
 
     DWORD cbRead = 0;
@@ -482,7 +491,8 @@ bool CTga::ReadSome(HANDLE hFile, DWORD cb, BYTE* pbBuf, DWORD* pcbRead) noexcep
 
 HRESULT CTga::SetPosition(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noexcept
 {
-    if (!DSASSERT(hFile != INVALID_HANDLE_VALUE))
+    DSASSERT(hFile != INVALID_HANDLE_VALUE);
+    if (hFile == INVALID_HANDLE_VALUE)
         return E_FAIL;
     if (nDistance == 0)
         return S_FALSE;

@@ -11,13 +11,17 @@
 HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi, BYTE** ppBmp,
                    BYTE** ppAlpha, bool bForceAlpha) noexcept
 {
-    if (!DSASSERT(pszFile != NULL))
+    DSASSERT(pszFile != NULL);
+    if (pszFile == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
+    DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32);
+    if (!(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
         return E_INVALIDARG;
-    if (!DSASSERT(pbmi != NULL))
+    DSASSERT(pbmi != NULL);
+    if (pbmi == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(ppBmp != NULL))
+    DSASSERT(ppBmp != NULL);
+    if (ppBmp == NULL)
         return E_POINTER;
 
     *pbmi = BITMAPINFOHEADER{};
@@ -86,7 +90,8 @@ HRESULT SaveTraced(const wchar_t* pszFile, const BITMAPINFOHEADER& bmi, const BY
 HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
                      const wchar_t* pszAlphaFile) noexcept
 {
-    if (!DSASSERT(pszBmpFile != NULL))
+    DSASSERT(pszBmpFile != NULL);
+    if (pszBmpFile == NULL)
         return E_INVALIDARG;
 
     BITMAPINFOHEADER bmi;
@@ -117,11 +122,14 @@ HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
 
 HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
 {
-    if (!DSASSERT(pszBmpFile != NULL))
+    DSASSERT(pszBmpFile != NULL);
+    if (pszBmpFile == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(bmi.biSizeImage > 0))
+    DSASSERT(bmi.biSizeImage > 0);
+    if (bmi.biSizeImage == 0)
         return E_INVALIDARG;
-    if (!DSASSERT(pBmp != NULL))
+    DSASSERT(pBmp != NULL);
+    if (pBmp == NULL)
         return E_INVALIDARG;
 
     BITMAPFILEHEADER header{};

@@ -62,13 +62,17 @@ DWORD CTga::ColMapEntry(DWORD idx) const noexcept
 
 HRESULT CTga::CheckOutput(DWORD fccType, const BYTE* pBmp) const noexcept
 {
-    if (!DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
+    DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32);
+    if (!(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
         return E_INVALIDARG;
-    if (!DSASSERT(pBmp != NULL))
+    DSASSERT(pBmp != NULL);
+    if (pBmp == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(Columns() > 0 && Rows() > 0))
+    DSASSERT(Columns() > 0 && Rows() > 0);
+    if (!(Columns() > 0 && Rows() > 0))
         return E_FAIL;
-    if (!DSASSERT(Image() != NULL))
+    DSASSERT(Image() != NULL);
+    if (Image() == NULL)
         return E_FAIL;
     return S_OK;
 }
@@ -147,9 +151,11 @@ HRESULT CTga::Convert_ColMap(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noex
     const HRESULT hr = CheckOutput(fccType, pBmp);
     if (FAILED(hr))
         return hr;
-    if (!DSASSERT(Mode() == eTGAMode_ColMap))
+    DSASSERT(Mode() == eTGAMode_ColMap);
+    if (Mode() != eTGAMode_ColMap)
         return E_FAIL;
-    if (!DSASSERT(Depth() == 1 || Depth() == 2))
+    DSASSERT(Depth() == 1 || Depth() == 2);
+    if (!(Depth() == 1 || Depth() == 2))
         return E_FAIL;
 
     // nColMapFirst is deliberately not subtracted: index 0 is the first stored entry.
@@ -166,7 +172,8 @@ HRESULT CTga::Convert_TrueColor(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const n
     const HRESULT hr = CheckOutput(fccType, pBmp);
     if (FAILED(hr))
         return hr;
-    if (!DSASSERT(Mode() == eTGAMode_TrueColor))
+    DSASSERT(Mode() == eTGAMode_TrueColor);
+    if (Mode() != eTGAMode_TrueColor)
         return E_FAIL;
 
     // Four bytes for any depth: the image has four bytes of slack.

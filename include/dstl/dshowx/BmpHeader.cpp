@@ -55,7 +55,8 @@ bool FrameSize(const VideoFormat& format, LONG nWidth, LONG nHeight, DWORD* pcbI
 
 bool TestAndCorrectBmpHeader(BITMAPINFOHEADER* pBmpHeader) noexcept
 {
-    if (!DSASSERT(pBmpHeader != NULL))
+    DSASSERT(pBmpHeader != NULL);
+    if (pBmpHeader == NULL)
         return false;
     if (pBmpHeader->biSize != sizeof(BITMAPINFOHEADER))
         return false;

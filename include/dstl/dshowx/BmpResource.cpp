@@ -5,9 +5,11 @@
 HRESULT LoadBmpResource(HMODULE /*hModule*/, UINT /*nResource*/, const wchar_t* /*pszType*/,
                         BITMAPINFOHEADER* pBmpHeader, BYTE** ppPicture) noexcept
 {
-    if (!DSASSERT(pBmpHeader != NULL))
+    DSASSERT(pBmpHeader != NULL);
+    if (pBmpHeader == NULL)
         return E_INVALIDARG;
-    if (!DSASSERT(ppPicture != NULL))
+    DSASSERT(ppPicture != NULL);
+    if (ppPicture == NULL)
         return E_POINTER;
     *pBmpHeader = BITMAPINFOHEADER{};
     *ppPicture = NULL;
