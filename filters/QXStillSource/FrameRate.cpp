@@ -1,7 +1,7 @@
 #include "FrameRate.h"
 
+#include <climits>
 #include <cmath>
-#include <limits>
 
 namespace
 {
@@ -43,7 +43,7 @@ LONGLONG FrameTimeFromRate(double dblRate) noexcept
     // 2 to the power of 63 is the first value that does not fit.
     constexpr double dblTooLong = 9223372036854775808.0;
     if (!(dblFrame < dblTooLong))
-        return std::numeric_limits<LONGLONG>::max();
+        return LLONG_MAX;
 
     const LONGLONG rtFrame = static_cast<LONGLONG>(dblFrame);
     for (const FrameTimeRange& range : arrFrameTimes)
