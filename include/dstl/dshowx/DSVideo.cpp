@@ -2,9 +2,9 @@
 
 #include "dstl/dshowx/DSTrace.h"
 
-#include <climits>
 #include <cstddef>
 #include <cstring>
+#include <limits>
 
 // Subtype, bits, luma samples for each chroma sample across and down, offsets, steps, planar, YUV.
 const VideoFormat rgFormat[nVideoFormats] = {
@@ -27,6 +27,8 @@ const VideoFormat rgFormat[nVideoFormats] = {
 
 namespace
 {
+constexpr LONG nLowest = std::numeric_limits<LONG>::min(); ///< has no positive counterpart
+
 /// Aspect that a fresh VIDEOINFOHEADER2 gets, whatever the size: who needs another overwrites it.
 constexpr DWORD dwDefaultAspectX = 4;
 constexpr DWORD dwDefaultAspectY = 3;
@@ -118,7 +120,7 @@ bool SettleWidth(const BlockSize& rgSize, LONG* pnWidth) noexcept
     if (rgSize.nRowWidth == 0 || rgSize.nHeight == 0)
         return false;
     const LONGLONG nWidth = rgSize.nTargetWidth != 0 ? rgSize.nTargetWidth : rgSize.nRowWidth;
-    if (nWidth > rgSize.nRowWidth || nWidth < LONG_MIN)
+    if (nWidth > rgSize.nRowWidth || nWidth < nLowest)
         return false;
     *pnWidth = static_cast<LONG>(nWidth);
     return true;
@@ -272,7 +274,7 @@ HRESULT MTCreateVideo(CMType* pmt, DWORD fccType, const GUID& guidFormat, LONG n
 
     if (nRowWidth != nWidth)
     {
-        // A height of LONG_MIN has no positive counterpart and stays.
+        // The lowest height stays.
         const RECT rcPicture = {0, 0, nWidth, static_cast<LONG>(AbsHeight(nHeight))};
         if (bHeader2)
             block.rgInfo2.rcSource = block.rgInfo2.rcTarget = rcPicture;
@@ -366,7 +368,7 @@ int MTGetFormat(const AM_MEDIA_TYPE* pmt, LONG* pnWidth, LONG* pnHeight, LONG* p
     LONG nHeight = rgSize.nHeight;
     if (nHeight < 0 && rgEntry.bYUV) // YUV pictures have no bottom-up form
     {
-        if (nHeight == LONG_MIN) // nor has this height a positive one
+        if (nHeight == nLowest)
             return -1;
         nHeight = -nHeight;
     }
