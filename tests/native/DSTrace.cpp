@@ -84,7 +84,8 @@ wchar_t* FormatHr(wchar_t* pszOut, const wchar_t* pszMessage, const wchar_t* psz
     wsprintfW(pszOut, L"%s=0x%08X (%i)\n%s\n", pszName, static_cast<UINT>(hr), static_cast<int>(hr),
               pszMessage != nullptr ? pszMessage : L"no message");
     const size_t nLength = native::Length(pszOut);
-    g_pfnErrorText(hr, pszOut + nLength, static_cast<DWORD>(cchFormat - nLength));
+    if (g_pfnErrorText(hr, pszOut + nLength, static_cast<DWORD>(cchFormat - nLength)) == 0)
+        pszOut[nLength] = 0;
     for (size_t n = native::Length(pszOut); n > 0 && pszOut[n - 1] < 33; n--)
         pszOut[n - 1] = 0;
     return pszOut;

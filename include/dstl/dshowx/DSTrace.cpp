@@ -93,12 +93,15 @@ wchar_t* FormatHr(wchar_t* pszOut, const wchar_t* pszMessage, const wchar_t* psz
 
     wchar_t* pszText = pszOut + wcslen(pszOut);
     const DWORD cchText = static_cast<DWORD>(pszOut + cchFormat - pszText);
-    if (g_pfnErrorText(hr, pszText, cchText) == 0)
+    DWORD cchWritten = g_pfnErrorText(hr, pszText, cchText);
+    if (cchWritten == 0)
     {
-        FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                       static_cast<DWORD>(hr), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), pszText, cchText,
-                       nullptr);
+        cchWritten = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                    static_cast<DWORD>(hr), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+                                    pszText, cchText, nullptr);
     }
+    if (cchWritten == 0)
+        *pszText = 0; // a source without room may have written the beginning of its text
     pszOut[cchFormat - 1] = 0;
 
     for (size_t n = wcslen(pszOut); n > 0 && pszOut[n - 1] < 33; n--)
