@@ -91,7 +91,7 @@ TEST_F(Graph, PlaysAListOnceRoundAndThenEnds)
     std::vector<TgaCase> pictures;
     for (unsigned i = 0; i < 3; ++i)
     {
-        pictures.push_back(PlainTga("entry", 20, 10, i));
+        pictures.push_back(TransparentTga("entry", 20, 10, i));
         m_folder.Write(L"entry" + std::to_wstring(i) + L".tga", pictures.back().file);
     }
     const CComPtr<IBaseFilter> source = m_module.CreateSource();

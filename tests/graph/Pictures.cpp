@@ -163,6 +163,11 @@ TgaCase PlainTga(const std::string& name, int width, int height, unsigned seed)
     return CaseOf(name, NoiseChart(width, height, seed, Alpha::Opaque), {}, false);
 }
 
+TgaCase TransparentTga(const std::string& name, int width, int height, unsigned seed)
+{
+    return CaseOf(name, NoiseChart(width, height, seed, Alpha::Mixed), {true, false, false}, true);
+}
+
 std::vector<TgaCase> TgaCases()
 {
     const Chart opaque = NoiseChart(g_width, g_height, 1, Alpha::Opaque);

@@ -24,3 +24,5 @@ std::vector<TgaCase> TgaCases();
 
 /// A small opaque 24-bit file whose pixels depend on `seed`, and its frame.
 TgaCase PlainTga(const std::string& name, int width, int height, unsigned seed);
+/// The same with 32 bits and all degrees of transparency.
+TgaCase TransparentTga(const std::string& name, int width, int height, unsigned seed);
