@@ -56,7 +56,7 @@ constexpr REFERENCE_TIME NextTime(REFERENCE_TIME rtTime) noexcept
 struct FlagGetter
 {
     WORD wProp;
-    HRESULT (STDMETHODCALLTYPE IMediaSample::*pfnGet)();
+    decltype(&IMediaSample::IsSyncPoint) pfnGet; ///< all flags are asked alike
     BOOL CSampleT::*pbValue;
     const wchar_t* pszTrace;
     const char* pszAssert;
