@@ -1,0 +1,352 @@
+// Which allocator a connection gets.
+#include "TestFilter.h"
+
+#include <tuple>
+
+namespace
+{
+using Tuple = std::tuple<LONG, LONG, LONG, LONG>;
+
+Tuple AsTuple(const ALLOCATOR_PROPERTIES& rgProps)
+{
+    return {rgProps.cBuffers, rgProps.cbBuffer, rgProps.cbAlign, rgProps.cbPrefix};
+}
+
+const std::string sExtern = "2 ###Err### [TestPin] CAllocatorMatch::MatchExternAllocator(): ";
+const std::string sOur = "2 ###Err### [TestPin] CAllocatorMatch::MatchOurAllocator(): ";
+const std::string sUse = "8 @@@@ [TestPin] CAllocatorMatch::AttachAllocator(): use ";
+
+class AllocatorTest : public FrameworkTest
+{
+protected:
+    AllocatorTest()
+    {
+        Pin().m_hrCreate = S_OK;
+        Pin().m_pOwn = &m_own;
+    }
+    /// The lines of an agreement on its own.
+    Lines Agree(HRESULT hrExpected)
+    {
+        LogCapture log;
+        EXPECT_EQ(Pin().AllocatorAgree(&Peer()), hrExpected);
+        const Lines lines = Own(log);
+        LetGo();
+        return lines;
+    }
+    void LetGo()
+    {
+        Pin().m_spAllocOut.Release();
+        Pin().m_eAllocSrc = eAS_None;
+    }
+    static constexpr LONG cbFrame = 16 * 8 * 3;
+};
+
+TEST_F(AllocatorTest, SourceWords)
+{
+    EXPECT_EQ(Utf8(AllocSrcName(eAS_None)), "internal");
+    EXPECT_EQ(Utf8(AllocSrcName(eAS_Upstream)), "upstream");
+    EXPECT_EQ(Utf8(AllocSrcName(eAS_Internal)), "internal");
+    EXPECT_EQ(Utf8(AllocSrcName(eAS_Downstream)), "downstream");
+}
+
+TEST_F(AllocatorTest, TheDownstreamAllocatorIsPreferred)
+{
+    EXPECT_EQ(Agree(S_OK), Lines{sUse + "downstream allocator\n"});
+    EXPECT_EQ(m_calls.Calls(), (Lines{"in.GetAllocatorRequirements", "in.GetAllocator", "alloc.SetProperties",
+                                      "in.NotifyAllocator", "alloc.GetProperties"}));
+    EXPECT_EQ(AsTuple(m_alloc.m_rgRequest), Tuple(2, cbFrame, 1, 0));
+    EXPECT_EQ(Peer().NotifiedAllocator(), &m_alloc);
+    EXPECT_FALSE(Peer().NotifiedReadOnly());
+}
+
+/// Each way in which the downstream allocator is refused, with the line that says why.
+TEST_F(AllocatorTest, RefusedDownstreamAllocators)
+{
+    struct Row
+    {
+        const char* pszName;
+        std::function<void()> script;
+        std::string sLine;
+        bool bNotified; ///< the sink heard of its own allocator first
+    };
+    const Row rows[] = {
+        {"none", [this] { Peer().m_pAllocator = nullptr; }, "pMemInput->GetAllocator()=0x8004020A\n", false},
+        {"positive result", [this] { Peer().m_hrGetAllocator = S_FALSE; }, "pMemInput->GetAllocator()=0x1\n",
+         false},
+        {"null",
+         [this]
+         {
+             Peer().m_hrGetAllocator = S_OK;
+             Peer().m_pAllocator = nullptr;
+         },
+         "pMemInput->GetAllocator()=0x80004005\n", false},
+        {"SetProperties fails", [this] { m_alloc.m_hrSetProperties = VFW_E_BADALIGN; },
+         "spMemAlloc->SetProperties()=0x8004020E\n", false},
+        {"SetProperties is positive", [this] { m_alloc.m_hrSetProperties = S_FALSE; },
+         "spMemAlloc->SetProperties()=0x1\n", false},
+        {"one buffer", [this] { m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg.cBuffers = 1; }; },
+         "pOutPin->AllocatorTestProps()=0x80004005\n", false},
+        {"too small", [this] { m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { --rg.cbBuffer; }; },
+         "pOutPin->AllocatorTestProps()=0x80004005\n", false},
+        {"alignment 0", [this] { m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg.cbAlign = 0; }; },
+         "pOutPin->AllocatorTestProps()=0x80004005\n", false},
+        {"alignment 3", [this] { m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg.cbAlign = 3; }; },
+         "pOutPin->AllocatorTestProps()=0x80004005\n", false},
+        {"no prefix",
+         [this]
+         {
+             Peer().m_rgRequire = ALLOCATOR_PROPERTIES{1, 1, 1, 8};
+             m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg.cbPrefix = 0; };
+         },
+         "pOutPin->AllocatorTestProps()=0x80004005\n", false},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.pszName);
+        Peer().m_pAllocator = &m_alloc;
+        Peer().m_hrGetAllocator.reset();
+        Peer().m_rgRequire.reset();
+        m_alloc.m_hrSetProperties.reset();
+        m_alloc.m_grant = nullptr;
+        row.script();
+        m_calls.Clear();
+        EXPECT_EQ(Agree(S_OK), (Lines{sExtern + row.sLine, sUse + "internal allocator\n"}));
+        EXPECT_EQ(Peer().NotifiedAllocator(), &m_own);
+        EXPECT_EQ(m_calls.Count("in.NotifyAllocator"), 1);
+        EXPECT_EQ(m_alloc.Refs(), 0);
+    }
+}
+
+TEST_F(AllocatorTest, ASinkThatWillNotBeTold)
+{
+    struct Row
+    {
+        HRESULT hrNotify, hr;
+    };
+    for (const Row& row : {Row{VFW_E_NO_ALLOCATOR, VFW_E_NO_ALLOCATOR}, Row{S_FALSE, E_FAIL}})
+    {
+        Peer().m_hrNotify = row.hrNotify;
+        const std::string sHr = Hex(static_cast<unsigned>(row.hrNotify)) + "\n";
+        EXPECT_EQ(
+            Agree(row.hr),
+            (Lines{sExtern + "pMemInput->NotifyAllocator()=" + sHr,
+                   sOur + "pMemInput->NotifyAllocator()=" + sHr,
+                   "8 ###Err### [TestPin] CStdAllocator::AllocatorAgree() - allocator agreement failed, hr=" +
+                       Hex(static_cast<unsigned>(row.hr)) + "\n"}));
+        EXPECT_FALSE(Pin().m_spAllocOut);
+        EXPECT_EQ(m_own.Refs(), 0);
+        EXPECT_EQ(m_alloc.Refs(), 0);
+    }
+}
+
+/// Each way in which the pin's own allocator fails after the downstream one.
+TEST_F(AllocatorTest, RefusedOwnAllocators)
+{
+    Peer().m_pAllocator = nullptr;
+    struct Row
+    {
+        const char* pszName;
+        std::function<void()> script;
+        std::string sLine;
+        HRESULT hr;
+    };
+    const Row rows[] = {
+        {"not made", [this] { Pin().m_hrCreate.reset(); }, "pOutPin->AllocatorCreate()=0x80004001\n",
+         E_NOTIMPL},
+        {"no memory",
+         [this]
+         {
+             Pin().m_hrCreate = E_OUTOFMEMORY;
+             Pin().m_pOwn = nullptr;
+         },
+         "pOutPin->AllocatorCreate()=0x8007000E\n", E_OUTOFMEMORY},
+        {"positive", [this] { Pin().m_hrCreate = S_FALSE; }, "pOutPin->AllocatorCreate()=0x1\n", E_FAIL},
+        {"SetProperties fails", [this] { m_own.m_hrSetProperties = E_ABORT; },
+         "spMemAlloc->SetProperties()=0x80004004\n", E_ABORT},
+        {"too few buffers", [this] { m_own.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg.cBuffers = 1; }; },
+         "pOutPin->AllocatorTestProps()=0x80004005\n", E_FAIL},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.pszName);
+        Pin().m_hrCreate = S_OK;
+        Pin().m_pOwn = &m_own;
+        m_own.m_hrSetProperties.reset();
+        m_own.m_grant = nullptr;
+        row.script();
+        EXPECT_EQ(
+            Agree(row.hr),
+            (Lines{sExtern + "pMemInput->GetAllocator()=0x8004020A\n", sOur + row.sLine,
+                   "8 ###Err### [TestPin] CStdAllocator::AllocatorAgree() - allocator agreement failed, hr=" +
+                       Hex(static_cast<unsigned>(row.hr)) + "\n"}));
+        EXPECT_EQ(m_own.Refs(), 0);
+    }
+}
+
+TEST_F(AllocatorTest, MoreThanRequestedIsKept)
+{
+    m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg = {10, rg.cbBuffer * 2, 64, 16}; };
+    ASSERT_EQ(Connect(), S_OK);
+    EXPECT_EQ(Pin().m_spAllocOut.p, &m_alloc);
+    EXPECT_EQ(Pin().m_eAllocSrc, eAS_Downstream);
+    EXPECT_EQ(AsTuple(Pin().m_rgPropsOut), Tuple(10, cbFrame * 2, 64, 16));
+}
+
+TEST_F(AllocatorTest, TheOwnAllocatorOfAConnection)
+{
+    Peer().m_pAllocator = nullptr;
+    ASSERT_EQ(Connect(), S_OK);
+    EXPECT_EQ(Pin().m_spAllocOut.p, &m_own);
+    EXPECT_EQ(Pin().m_eAllocSrc, eAS_Internal);
+    EXPECT_EQ(Peer().NotifiedAllocator(), &m_own);
+    EXPECT_EQ(m_own.Refs(), 1);
+}
+
+TEST_F(AllocatorTest, RequestTable)
+{
+    struct Row
+    {
+        std::optional<ALLOCATOR_PROPERTIES> rgRequire;
+        Tuple expected;
+    };
+    const Row rows[] = {
+        {std::nullopt, {2, cbFrame, 1, 0}},
+        {ALLOCATOR_PROPERTIES{0, 0, 0, 0}, {2, cbFrame, 1, 0}},
+        {ALLOCATOR_PROPERTIES{3, 10, 16, 8}, {3, cbFrame, 16, 8}},
+        {ALLOCATOR_PROPERTIES{1, 1000000, 1, 0}, {2, 1000000, 1, 0}},
+        {ALLOCATOR_PROPERTIES{-1, -1, -1, -1}, {2, cbFrame, 1, 0}},
+    };
+    for (const Row& row : rows)
+    {
+        Peer().m_rgRequire = row.rgRequire;
+        ALLOCATOR_PROPERTIES rg = {9, 9, 9, 9};
+        EXPECT_EQ(Pin().AllocatorGetProps(&Peer(), &rg), S_OK);
+        EXPECT_EQ(AsTuple(rg), row.expected);
+    }
+    AssertCapture asserts;
+    ALLOCATOR_PROPERTIES rg = {9, 9, 9, 9};
+    EXPECT_EQ(Pin().AllocatorGetProps(nullptr, &rg), S_OK);
+    EXPECT_EQ(AsTuple(rg), Tuple(2, cbFrame, 1, 0));
+    EXPECT_EQ(asserts.Texts(), Lines{"pMemInput != NULL"});
+}
+
+TEST_F(AllocatorTest, TheSizeComesFromTypeAndPicture)
+{
+    ALLOCATOR_PROPERTIES rg = {1, 1, 1, 0};
+    EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
+    EXPECT_EQ(rg.cbBuffer, cbFrame);
+    rg = {1, 1, 1, 0};
+    Pin().m_theMediaType.lSampleSize = 5000;
+    EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
+    EXPECT_EQ(rg.cbBuffer, 5000);
+    rg = {1, 1, 1, 0};
+    Pin().m_theMediaType.VideoInfo()->bmiHeader.biSizeImage = 6000;
+    EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
+    EXPECT_EQ(rg.cbBuffer, 6000);
+    rg = {1, 1, 1, 0};
+    Pin().m_picOutput = {FOURCC_RGB32, 64, 64, 64};
+    EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
+    EXPECT_EQ(rg.cbBuffer, 64 * 64 * 4);
+
+    Pin().ApplyOutputType(nullptr);
+    AssertCapture asserts;
+    rg = {0, 0, 0, 0};
+    EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
+    EXPECT_EQ(AsTuple(rg), Tuple(2, 1, 1, 0));
+    EXPECT_EQ(asserts.Texts(), Lines{"m_theMediaType.IsDefined()"});
+}
+
+TEST_F(AllocatorTest, NullArguments)
+{
+    AssertCapture asserts;
+    ALLOCATOR_PROPERTIES rg = {1, 1, 1, 0};
+    EXPECT_EQ(Pin().AllocatorAgree(nullptr), E_POINTER);
+    EXPECT_EQ(Pin().MatchExternAllocator(nullptr, &rg, FALSE), E_POINTER);
+    EXPECT_EQ(Pin().MatchOurAllocator(nullptr, &rg, FALSE), E_POINTER);
+    Pin().AttachAllocator(nullptr, eAS_None);
+    EXPECT_EQ(asserts.Texts(), (Lines{"pMemInput != NULL", "pMemInput != NULL", "pMemInput != NULL",
+                                      "pAllocator != NULL", "eAllocSrc != eAS_None",
+                                      "CAllocatorMatch::AttachAllocator(): GetProperties() != S_OK"}));
+    EXPECT_EQ(CGreedMemoryAllocator::Create(nullptr), E_POINTER);
+    IMemAllocator* p = reinterpret_cast<IMemAllocator*>(1);
+    EXPECT_EQ(CGreedMemoryAllocator::Create(&p), E_NOTIMPL);
+    EXPECT_EQ(p, nullptr);
+}
+
+TEST_F(AllocatorTest, ASecondAgreementIsAsserted)
+{
+    ASSERT_EQ(Connect(), S_OK);
+    AssertCapture asserts;
+    EXPECT_EQ(Pin().AllocatorAgree(&Peer()), S_OK);
+    EXPECT_EQ(asserts.Texts(), Lines{"!m_spAllocOut"});
+    EXPECT_EQ(m_alloc.Refs(), 1);
+}
+
+TEST_F(AllocatorTest, AnAllocatorThatDoesNotTellItsProperties)
+{
+    m_alloc.m_hrGetProperties = E_ABORT;
+    {
+        AssertCapture asserts;
+        ASSERT_EQ(Connect(), S_OK);
+        EXPECT_EQ(asserts.Texts(), Lines{"CAllocatorMatch::AttachAllocator(): GetProperties() != S_OK"});
+        EXPECT_EQ(AsTuple(Pin().m_rgPropsOut), Tuple(0, 0, 0, 0));
+    }
+    AssertCapture asserts;
+    EXPECT_EQ(Pin().AllocatorActivate(true), S_OK);
+    EXPECT_EQ(asserts.Texts(), Lines{"CAllocatorMatch::AllocatorActivate(): GetProperties() != S_OK"});
+    EXPECT_TRUE(Pin().m_bActive);
+}
+
+TEST_F(AllocatorTest, Activate)
+{
+    ASSERT_EQ(Connect(), S_OK);
+    m_calls.Clear();
+    m_alloc.m_rgActual.cBuffers = 7; // known only after the commit
+    EXPECT_EQ(Pin().AllocatorActivate(false), S_OK);
+    EXPECT_EQ(m_calls.Calls(), Lines{});
+    EXPECT_EQ(Pin().AllocatorActivate(true), S_OK);
+    EXPECT_EQ(Pin().m_rgPropsOut.cBuffers, 7);
+    EXPECT_EQ(Pin().AllocatorActivate(true), S_OK);
+    EXPECT_EQ(m_calls.Calls(), (Lines{"alloc.Commit", "alloc.GetProperties"}));
+    EXPECT_EQ(Pin().AllocatorActivate(false), S_OK);
+    EXPECT_EQ(Pin().AllocatorActivate(false), S_OK);
+    EXPECT_EQ(m_calls.Calls(), (Lines{"alloc.Commit", "alloc.GetProperties", "alloc.Decommit"}));
+}
+
+TEST_F(AllocatorTest, ActivateWithoutAllocator)
+{
+    ASSERT_EQ(Connect(), S_OK);
+    CComPtr<IMemAllocator> spAlloc;
+    std::swap(spAlloc.p, Pin().m_spAllocOut.p);
+    AssertCapture asserts;
+    EXPECT_EQ(Pin().AllocatorActivate(true), VFW_E_NO_ALLOCATOR);
+    EXPECT_EQ(asserts.Texts(), Lines{"m_spAllocOut != NULL"});
+    EXPECT_FALSE(Pin().m_bActive);
+}
+
+TEST_F(AllocatorTest, FailuresOfTheAllocator)
+{
+    ASSERT_EQ(Connect(), S_OK);
+    struct Row
+    {
+        HRESULT hrAlloc, hr;
+    };
+    const Row rows[] = {{E_OUTOFMEMORY, E_OUTOFMEMORY}, {S_FALSE, E_FAIL}};
+    for (const Row& row : rows)
+    {
+        m_alloc.m_hrCommit = row.hrAlloc;
+        EXPECT_EQ(Pin().AllocatorActivate(true), row.hr);
+        EXPECT_FALSE(Pin().m_bActive);
+    }
+    m_alloc.m_hrCommit.reset();
+    EXPECT_EQ(Pin().AllocatorActivate(true), S_OK);
+    for (const Row& row : rows)
+    {
+        m_alloc.m_hrDecommit = row.hrAlloc;
+        EXPECT_EQ(Pin().AllocatorActivate(false), row.hr);
+        EXPECT_TRUE(Pin().m_bActive);
+    }
+    m_alloc.m_hrDecommit.reset();
+    EXPECT_EQ(Pin().AllocatorActivate(false), S_OK);
+}
+} // namespace
