@@ -8,6 +8,21 @@
 
 #include <cstring>
 
+bool MakeTgaBmpHeader(DWORD nColumns, DWORD nRows, DWORD fccType, BITMAPINFOHEADER* pbmi) noexcept
+{
+    *pbmi = BITMAPINFOHEADER{};
+    pbmi->biSize = sizeof(*pbmi);
+    pbmi->biWidth = static_cast<LONG>(nColumns);
+    pbmi->biHeight = static_cast<LONG>(nRows);
+    pbmi->biPlanes = 1;
+    pbmi->biBitCount = fccType == FOURCC_RGB24 ? 24 : 32;
+    pbmi->biCompression = BI_RGB;
+    const DWORD cbRow = ((nColumns * pbmi->biBitCount) / 8 + 3) & ~3u;
+    const ULONGLONG cbImage = ULONGLONG{cbRow} * nRows;
+    pbmi->biSizeImage = static_cast<DWORD>(cbImage);
+    return cbImage <= MAXDWORD;
+}
+
 HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi, BYTE** ppBmp,
                    BYTE** ppAlpha, bool bForceAlpha) noexcept
 {
@@ -38,18 +53,9 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
         return hr;
     }
 
-    BITMAPINFOHEADER bmi{};
-    bmi.biSize = sizeof(bmi);
-    bmi.biWidth = static_cast<LONG>(tga.Columns());
-    bmi.biHeight = static_cast<LONG>(tga.Rows());
-    bmi.biPlanes = 1;
-    bmi.biBitCount = fccType == FOURCC_RGB24 ? 24 : 32;
-    bmi.biCompression = BI_RGB;
-    const DWORD cbRow = ((tga.Columns() * bmi.biBitCount) / 8 + 3) & ~3u;
-    const ULONGLONG cbImage = ULONGLONG{cbRow} * tga.Rows();
-    if (cbImage > MAXDWORD) // sizes are counted in 32 bits
+    BITMAPINFOHEADER bmi;
+    if (!MakeTgaBmpHeader(tga.Columns(), tga.Rows(), fccType, &bmi))
         return E_OUTOFMEMORY;
-    bmi.biSizeImage = static_cast<DWORD>(cbImage);
     CTaskBytes pBmp(bmi.biSizeImage);
     if (!pBmp)
         return E_OUTOFMEMORY;

@@ -3,6 +3,11 @@
 
 #include "dstl/WinAPI/Platform.h"
 
+/// Makes the header of a bottom-up bitmap of 24 bits for FOURCC_RGB24 and else of 32.
+/// \param nColumns, nRows 1 to 65535
+/// \return false when the size of the bitmap does not fit 32 bits
+bool MakeTgaBmpHeader(DWORD nColumns, DWORD nRows, DWORD fccType, BITMAPINFOHEADER* pbmi) noexcept;
+
 /// Reads a TGA file into a bottom-up bitmap.
 /// \param fccType FOURCC_RGB24, FOURCC_RGB32 or FOURCC_ARGB32 (straight alpha)
 /// \param pbmi out: biSize 40, positive height, BI_RGB; zeroed on failure

@@ -1,0 +1,137 @@
+#include "TempFiles.h"
+#include "dstl/Old/AlphaArithmetic.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cfenv>
+#include <cmath>
+
+namespace
+{
+/// Every pair of colour and alpha, the colours in turn in B, G and R.
+Bytes EveryPair()
+{
+    Bytes pixels;
+    for (int a = 0; a < 256; ++a)
+    {
+        for (int c = 0; c < 256; ++c)
+            Append(pixels, {static_cast<BYTE>(c), static_cast<BYTE>(c + 85), static_cast<BYTE>(c + 170),
+                            static_cast<BYTE>(a)});
+    }
+    return pixels;
+}
+
+BYTE FirstStretch(int c, int a)
+{
+    if (a == 0)
+        return 0;
+    const float f = std::min(std::nearbyintf(65280.0f / static_cast<float>(a)), 32767.0f);
+    return static_cast<BYTE>(std::min((c * static_cast<int>(f)) >> 8, 255));
+}
+
+BYTE LastStretch(int c, int a)
+{
+    if (a == 0)
+        return static_cast<BYTE>(c);
+    return static_cast<BYTE>(std::clamp(std::round(c * 256.0 / a), 0.0, 255.0));
+}
+
+TEST(Premultiply, EveryPair)
+{
+    Bytes pixels = EveryPair();
+    const Bytes before = pixels;
+    PremultiplyAlpha(pixels.data(), 256 * 4, 256, 256);
+    for (size_t i = 0; i < pixels.size(); ++i)
+    {
+        const unsigned a = before[i | 3];
+        const unsigned p = before[i] * a;
+        ASSERT_EQ(pixels[i], (i & 3) == 3 ? a : (p + 1 + (p >> 8)) >> 8) << i;
+    }
+    // Whole alpha keeps a colour, no alpha takes it away.
+    EXPECT_EQ(Bytes(pixels.end() - 1024, pixels.end()), Bytes(before.end() - 1024, before.end()));
+    EXPECT_EQ(Bytes(pixels.begin(), pixels.begin() + 1024), Bytes(1024, 0));
+}
+
+TEST(Premultiply, RowStep)
+{
+    Bytes pixels(3 * 20, 200);
+    PremultiplyAlpha(pixels.data(), 20, 3, 2);
+    const BYTE c = (200 * 200 + 1 + ((200 * 200) >> 8)) >> 8;
+    const Bytes row = {c, c, c, 200, c, c, c, 200, c, c, c, 200, 200, 200, 200, 200, 200, 200, 200, 200};
+    Bytes expected = row;
+    Append(expected, row);
+    Append(expected, Bytes(20, 200));
+    EXPECT_EQ(pixels, expected);
+    PremultiplyAlpha(nullptr, 20, 3, 0);
+}
+
+TEST(Unpremultiply, Factors)
+{
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(UnpremultiplyFactor(0), 0);
+    EXPECT_EQ(UnpremultiplyFactor(1), 32767);
+    EXPECT_EQ(UnpremultiplyFactor(2), 32640);
+    EXPECT_EQ(UnpremultiplyFactor(255), 256);
+    for (int a = 1; a < 256; ++a)
+        EXPECT_EQ(UnpremultiplyFactor(static_cast<BYTE>(a)),
+                  std::min(32767, static_cast<int>(std::nearbyintf(65280.0f / static_cast<float>(a)))));
+}
+
+TEST(Unpremultiply, EveryPairInTheFirstStretch)
+{
+    const Bytes before = EveryPair();
+    Bytes pixels(before.size());
+    Unpremultiply(pixels.data(), before.data(), before.size() / 4);
+    for (size_t i = 0; i < pixels.size(); ++i)
+        ASSERT_EQ(pixels[i], (i & 3) == 3 ? before[i] : FirstStretch(before[i], before[i | 3])) << i;
+}
+
+TEST(Unpremultiply, EveryPairInTheLastStretch)
+{
+    const Bytes before = EveryPair();
+    Bytes pixels(before.size());
+    for (size_t i = 0; i < before.size() / 4; i += 2)
+        Unpremultiply(&pixels[i * 4], &before[i * 4], 2);
+    for (size_t i = 0; i < pixels.size(); ++i)
+        ASSERT_EQ(pixels[i], (i & 3) == 3 ? before[i] : LastStretch(before[i], before[i | 3])) << i;
+}
+
+TEST(Unpremultiply, StretchesMeet)
+{
+    for (size_t nPixels = 0; nPixels <= 13; ++nPixels)
+    {
+        Bytes before;
+        for (size_t i = 0; i < nPixels; ++i)
+            Append(before, {90, 1, 200, static_cast<BYTE>(i == 5 ? 0 : 100)});
+        Bytes expected;
+        for (size_t i = 0; i < before.size(); ++i)
+        {
+            const int a = before[i | 3];
+            const bool bFirst = i / 4 < nPixels / 4 * 4;
+            expected.push_back((i & 3) == 3 ? static_cast<BYTE>(a)
+                               : bFirst     ? FirstStretch(before[i], a)
+                                            : LastStretch(before[i], a));
+        }
+        Bytes pixels = before;
+        Unpremultiply(pixels.data(), pixels.data(), nPixels); // in place
+        EXPECT_EQ(pixels, expected);
+    }
+}
+
+TEST(Unpremultiply, OpaqueAndClear)
+{
+    for (int c = 0; c < 256; ++c)
+    {
+        const BYTE by = static_cast<BYTE>(c);
+        Bytes pixels;
+        for (int i = 0; i < 6; ++i)
+            Append(pixels, {by, by, by, static_cast<BYTE>(i % 2 == 0 ? 255 : 0)});
+        Unpremultiply(pixels.data(), pixels.data(), 6);
+        EXPECT_EQ(pixels[0], c) << "an opaque colour stays in the first stretch";
+        EXPECT_EQ(pixels[4], 0) << "a clear one vanishes there";
+        EXPECT_EQ(pixels[16], std::min(255, c + (c >= 128 ? 1 : 0))) << "the last stretch counts 256 levels";
+        EXPECT_EQ(pixels[20], c) << "and leaves a clear colour alone";
+    }
+}
+} // namespace
