@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -400,6 +401,97 @@ TEST_F(BlobSourceTest, BytesInUseWithoutABlockAreAsserted)
     const CBLOBHolder<CKnownMemory> blobCopy(blob);
     ExpectEmpty(blobCopy);
     ExpectAsserts({});
+}
+
+TEST_F(BlobSourceTest, LongRandomSequencesAgreeWithAModel)
+{
+    std::mt19937 random(20240229);
+    CBLOBHolder<CKnownMemory> blob;
+    std::vector<BYTE> model; // the allocation
+    std::vector<bool> known; // bytes whose contents are defined
+    DWORD cbInUse = 0;
+    const auto renew = [&](DWORD cb)
+    {
+        model.assign(cb, 0);
+        known.assign(cb, false);
+    };
+    for (int i = 0; i < 20000; i++)
+    {
+        CKnownMemory::s_bFail = random() % 8 == 0;
+        const DWORD n = random() % 300;
+        const BYTE by = static_cast<BYTE>(random());
+        switch (random() % 7)
+        {
+        case 0:
+        case 1:
+        {
+            const bool bFill = random() % 2 == 0;
+            const bool bKept = n <= model.size();
+            const HRESULT hrExpected = bKept ? S_FALSE : CKnownMemory::s_bFail ? E_OUTOFMEMORY : S_OK;
+            ASSERT_EQ(blob.Alloc(n, bFill, by), hrExpected);
+            if (!bKept)
+                renew(hrExpected == S_OK ? n : 0);
+            cbInUse = hrExpected == E_OUTOFMEMORY ? 0 : n;
+            for (DWORD j = 0; bFill && j < cbInUse; j++)
+            {
+                model[j] = by;
+                known[j] = true;
+            }
+            break;
+        }
+        case 2:
+            ASSERT_EQ(blob.SetSize(n), n <= model.size() ? S_OK : E_INVALIDARG);
+            if (n <= model.size())
+                cbInUse = n;
+            break;
+        case 3:
+        {
+            const LONG nCount = static_cast<LONG>(random() % 400) - 100;
+            blob.Fill(by, n, nCount);
+            for (DWORD j = n; j < cbInUse && (nCount < 0 || j - n < static_cast<DWORD>(nCount)); j++)
+            {
+                model[j] = by;
+                known[j] = true;
+            }
+            break;
+        }
+        case 4:
+        {
+            CBLOBHolder<CKnownMemory> blobCopy(blob);
+            if (blobCopy.GetPtr() == nullptr && !model.empty())
+            {
+                ASSERT_TRUE(CKnownMemory::s_bFail);
+                break;
+            }
+            for (size_t j = cbInUse; j < known.size(); j++)
+                known[j] = false; // a copy has only what is in use
+            blob = std::move(blobCopy);
+            break;
+        }
+        case 5:
+        {
+            DSTLBLOB rgBlob = {};
+            blob.Detach(&rgBlob);
+            ASSERT_EQ(rgBlob.cbData, cbInUse);
+            if (rgBlob.pbData != nullptr)
+                rgBlob.cbData = static_cast<DWORD>(model.size()); // what the source gave
+            blob.Attach(&rgBlob);
+            cbInUse = rgBlob.cbData;
+            break;
+        }
+        default:
+            ASSERT_EQ(blob.GetPtr(n) != nullptr, n < model.size());
+            break;
+        }
+        ASSERT_EQ(blob.GetSize(), cbInUse);
+        ASSERT_EQ(blob.GetAllocSize(), model.size());
+        ASSERT_EQ(blob.IsValid(), cbInUse != 0);
+        for (size_t j = 0; j < model.size(); j++)
+        {
+            ASSERT_TRUE(!known[j] || blob.GetPtr()[j] == model[j]) << "byte " << j << " after step " << i;
+        }
+    }
+    CKnownMemory::s_bFail = false;
 }
 
 TEST(VirtualMemory, SizesAreRoundedUpToPages)

@@ -36,8 +36,8 @@ constexpr size_t cchFormat = 1024;
 
 } // namespace
 
-PFNDEBUGREPORT g_pfnDebugReport = NoDebugReport;
-PFNERRORTEXT g_pfnErrorText = AMGetErrorTextW;
+constinit PFNDEBUGREPORT g_pfnDebugReport = NoDebugReport;
+constinit PFNERRORTEXT g_pfnErrorText = AMGetErrorTextW;
 
 void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noexcept
 {
@@ -45,6 +45,9 @@ void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noe
         return;
     if (nLevel > eTL_Max || pszFormat == nullptr)
         return;
+    ILogObject* plog = nullptr;
+    if (FAILED(g_LogLoader.GetLogObject(&plog)))
+        return; // nobody would read what formatting costs
 
     wchar_t szLine[cchTraceLine] = {};
     szLine[0] = static_cast<wchar_t>(nLevel + 1);
