@@ -208,6 +208,63 @@ TEST_F(ConnectionTest, ThePinsTypeIsNotSet)
     EXPECT_FALSE(Pin().IsConnected());
 }
 
+TEST_F(ConnectionTest, AssertionsOfTheSteps)
+{
+    struct Row
+    {
+        const char* pszName;
+        std::function<HRESULT()> step;
+        HRESULT hr;
+        Lines asserts;
+    };
+    FakeInputPin other;
+    other.m_eDir = PINDIR_OUTPUT;
+    const Row rows[] = {
+        {"TryTypes", [&] { return Pin().TryTypes(nullptr); }, E_POINTER, {"pReceivePin != NULL"}},
+        {"AgreeExternMT", [&] { return Pin().AgreeExternMT(nullptr); }, E_POINTER, {"pReceivePin != NULL"}},
+        {"AgreeInnerMT", [&] { return Pin().AgreeInnerMT(nullptr); }, E_POINTER, {"pReceivePin != NULL"}},
+        {"TryMediaTypes",
+         [&] { return Pin().TryMediaTypes(&Peer(), nullptr); },
+         E_POINTER,
+         {"pEnum != NULL"}},
+        {"AttemptConnection",
+         [&] { return Pin().AttemptConnection(&Peer(), nullptr); },
+         E_POINTER,
+         {"pmt != NULL"}},
+        {"ExecConnection", [&] { return Pin().ExecConnection(nullptr); }, E_POINTER, {"pReceivePin != NULL"}},
+        {"AgreeAllocator", [&] { return Pin().AgreeAllocator(); }, VFW_E_NOT_CONNECTED, {}},
+        {"a peer of the same direction",
+         [&]
+         {
+             other.m_accept = [](const AM_MEDIA_TYPE*) { return E_ABORT; };
+             return Pin().ExecConnection(&other);
+         },
+         E_ABORT,
+         {"IsCounterpart(pReceivePin)"}},
+        {"a pin of the wrong direction",
+         [&]
+         {
+             Pin().m_ePinDir = PINDIR_INPUT;
+             const HRESULT hr = Connect();
+             Pin().m_ePinDir = PINDIR_OUTPUT;
+             return hr;
+         },
+         VFW_E_INVALID_DIRECTION,
+         {"m_ePinDir == PINDIR_OUTPUT"}},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.pszName);
+        AssertCapture asserts;
+        EXPECT_EQ(row.step(), row.hr);
+        EXPECT_EQ(asserts.Texts(), row.asserts);
+    }
+    ASSERT_EQ(Connect(), S_OK);
+    AssertCapture asserts;
+    EXPECT_EQ(Pin().AgreeAllocator(), S_OK);
+    EXPECT_EQ(asserts.Texts(), (Lines{"!m_spMemInput", "!m_spAllocOut"}));
+}
+
 // --- Enumerators of peers
 // -------------------------------------------------------------------------------------
 

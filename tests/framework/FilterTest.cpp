@@ -314,4 +314,64 @@ TEST_F(FilterTest, NoPinAtAll)
     EXPECT_EQ(Filter().EnumPins(&spEnum), S_OK);
     EXPECT_EQ(spEnum->Next(1, &spPin, nullptr), S_FALSE);
 }
+/// The name accessor is the last operation of IBaseFilter's table and the first of the object's own; the
+/// creation of the pin follows there.
+TEST_F(FilterTest, PlacesOfTheNameAccessor)
+{
+    using PFNNAME = LPCWSTR (*)(void*);
+    IBaseFilter* pFilter = &Filter();
+    const auto pInterface = *reinterpret_cast<PFNNAME**>(pFilter);
+    EXPECT_EQ(Utf8(pInterface[15](pFilter)), "TestFilter"); // three of IUnknown, twelve of the interface
+    void* pObject = &Filter();
+    EXPECT_EQ(pObject, static_cast<CFilterCore*>(&Filter()));
+    EXPECT_EQ(Utf8((*static_cast<PFNNAME**>(pObject))[0](pObject)), "TestFilter");
+    using PFNCREATE = HRESULT (*)(void*);
+    const CComPtr<IPin> spOld = PinItf();
+    EXPECT_EQ((*static_cast<PFNCREATE**>(pObject))[1](pObject), S_OK);
+    EXPECT_NE(PinItf(), spOld.p);
+}
+
+/// The outer object of an aggregate.
+class Outer : public IUnknown
+{
+public:
+    long m_nRefs = 0;
+    STDMETHOD(QueryInterface)(REFIID, void** ppv) override
+    {
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++m_nRefs); }
+    STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--m_nRefs); }
+};
+
+TEST_F(FilterTest, AggregatedFilterCountsInItsOuterObject)
+{
+    Outer outer;
+    CComPtr<IUnknown> spInner;
+    ASSERT_EQ(
+        TestFilter::_CreatorClass::CreateInstance(&outer, IID_IUnknown, reinterpret_cast<void**>(&spInner)),
+        S_OK);
+    EXPECT_EQ(outer.m_nRefs, 0);
+    CComPtr<IBaseFilter> spFilter;
+    ASSERT_EQ(spInner->QueryInterface(IID_IBaseFilter, reinterpret_cast<void**>(&spFilter)), S_OK);
+    EXPECT_EQ(outer.m_nRefs, 1);
+    CComPtr<IEnumPins> spEnum;
+    ASSERT_EQ(spFilter->EnumPins(&spEnum), S_OK);
+    EXPECT_EQ(outer.m_nRefs, 2);
+    CComPtr<IPin> spPin;
+    ASSERT_EQ(spEnum->Next(1, &spPin, nullptr), S_OK);
+    PIN_INFO info;
+    ASSERT_EQ(spPin->QueryPinInfo(&info), S_OK);
+    EXPECT_EQ(info.pFilter, spFilter.p);
+    EXPECT_EQ(outer.m_nRefs, 3);
+    info.pFilter->Release();
+    spEnum.Release();
+    spFilter.Release();
+    EXPECT_EQ(outer.m_nRefs, 0);
+    spInner.Release();
+    EXPECT_EQ(TestFilter::s_nLiving, 1); // the fixture's
+    ASSERT_EQ(spPin->QueryPinInfo(&info), S_OK);
+    EXPECT_EQ(info.pFilter, nullptr);
+}
 } // namespace

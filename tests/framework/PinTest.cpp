@@ -1,6 +1,8 @@
 // IPin apart from the connection.
 #include "TestFilter.h"
 
+#include "dstl/dshowx/DSSeeking.h"
+
 namespace
 {
 class PinTest : public FrameworkTest
@@ -164,5 +166,38 @@ TEST_F(PinTest, AConnectedPinWithoutItsFilter)
     EXPECT_EQ(spPin->ConnectionMediaType(&mt), S_OK);
     EXPECT_EQ(spPin->Disconnect(), S_OK);
     EXPECT_FALSE(Peer().IsConnected());
+}
+/// The name accessor is the last operation of IPin's table and the first of the object's own.
+TEST_F(PinTest, PlacesOfTheNameAccessor)
+{
+    using PFNNAME = LPCWSTR (*)(void*);
+    IPin* pPin = PinItf();
+    const auto pInterface = *reinterpret_cast<PFNNAME**>(pPin);
+    EXPECT_EQ(Utf8(pInterface[18](pPin)), "[TestPin]"); // three of IUnknown, fifteen of IPin
+    void* pObject = &Pin();
+    EXPECT_EQ(pObject, static_cast<CPin*>(&Pin()));
+    EXPECT_EQ(Utf8((*static_cast<PFNNAME**>(pObject))[0](pObject)), "[TestPin]");
+}
+
+class SeekingPin : public IMediaSeekingImpl<SeekingPin>
+{
+public:
+    using CMediaSeekingFields::m_arrTimeFormats;
+    using CMediaSeekingFields::m_dblRate;
+    using CMediaSeekingFields::m_dwCapabilities;
+    using CMediaSeekingFields::m_nTimeFormat;
+};
+
+TEST_F(PinTest, StartValuesOfSeeking)
+{
+    SeekingPin pin;
+    EXPECT_EQ(pin.m_arrTimeFormats.GetSize(), 0);
+    EXPECT_EQ(pin.m_nTimeFormat, -1);
+    EXPECT_EQ(pin.m_dwCapabilities, 31u);
+    EXPECT_EQ(pin.m_dblRate, 1.0);
+    EXPECT_EQ(pin.InitTimeFormats(), S_OK);
+    EXPECT_EQ(pin.m_nTimeFormat, 0);
+    ASSERT_EQ(pin.m_arrTimeFormats.GetSize(), 1);
+    EXPECT_TRUE(IsEqualGUID(pin.m_arrTimeFormats[0], TIME_FORMAT_MEDIA_TIME));
 }
 } // namespace

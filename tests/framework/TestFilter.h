@@ -54,11 +54,14 @@ public:
     }
 
     // What tests look at.
+    using COutputPinBase::AgreeAllocator;
     using COutputPinBase::AgreeExternMT;
+    using COutputPinBase::AgreeInnerMT;
     using COutputPinBase::AttemptConnection;
     using COutputPinBase::BreakConnection;
     using COutputPinBase::ExecConnection;
     using COutputPinBase::TryMediaTypes;
+    using COutputPinBase::TryTypes;
 
     PicProps m_picOutput{};
     int m_nApplied = 0;

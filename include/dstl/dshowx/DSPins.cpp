@@ -209,6 +209,8 @@ HRESULT COutputPinBase::PinDisconnect() noexcept
 HRESULT COutputPinBase::TryTypes(IPin* pReceivePin) noexcept
 {
     DSASSERT(pReceivePin != NULL);
+    if (pReceivePin == nullptr)
+        return E_POINTER;
     HRESULT hr = AgreeExternMT(pReceivePin);
     if (hr != S_OK)
         hr = AgreeInnerMT(pReceivePin);
@@ -218,6 +220,8 @@ HRESULT COutputPinBase::TryTypes(IPin* pReceivePin) noexcept
 HRESULT COutputPinBase::AgreeExternMT(IPin* pReceivePin) noexcept
 {
     DSASSERT(pReceivePin != NULL);
+    if (pReceivePin == nullptr)
+        return E_POINTER;
     CComPtr<IEnumMediaTypes> spEnum;
     HRESULT hr = pReceivePin->EnumMediaTypes(&spEnum);
     if (hr == S_OK)
@@ -234,6 +238,8 @@ HRESULT COutputPinBase::AgreeExternMT(IPin* pReceivePin) noexcept
 HRESULT COutputPinBase::AgreeInnerMT(IPin* pReceivePin) noexcept
 {
     DSASSERT(pReceivePin != NULL);
+    if (pReceivePin == nullptr)
+        return E_POINTER;
     CComPtr<IEnumMediaTypes> spEnum;
     HRESULT hr = HookPin()->EnumMediaTypes(&spEnum);
     if (hr == S_OK)
@@ -295,6 +301,8 @@ HRESULT COutputPinBase::ExecConnection(IPin* pReceivePin) noexcept
     trace(atlTraceGeneral, eTL_Frame, L"%s ExecConnection\n", GetClassName());
     DSASSERT_TEXT(HookFilter() != nullptr, "m_pFilter != NULL");
     DSASSERT(pReceivePin != NULL);
+    if (pReceivePin == nullptr)
+        return E_POINTER;
     DSASSERT(IsCounterpart(pReceivePin));
 
     CMType mt;
