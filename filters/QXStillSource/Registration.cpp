@@ -5,7 +5,7 @@
 #include "QXStillSource.h"
 #include "resource.h"
 
-UINT QXGetPinInfo(int nIndex, const CPinInfo** ppInfo) noexcept
+UINT GetPinInfo(int nIndex, const CPinInfo** ppInfo) noexcept
 {
     static const REGPINTYPES types[] = {{&MEDIATYPE_Video, &GUID_NULL}};
     static const CPinInfo pin(0, L"Out", PT_OUTPUT, 1, types);
@@ -21,6 +21,6 @@ HRESULT QXUpdateFilterRegistry(BOOL bRegister) noexcept
     const FilterRegistration registration = {IDR_QXSTILLSOURCE,
                                              MERIT_DO_NOT_USE,
                                              {&CLSID_QXFilters, L"Qorvex Filters", MERIT_UNLIKELY},
-                                             &QXGetPinInfo};
+                                             &GetPinInfo};
     return DSTLUpdateFilterRegistry(bRegister, CLSID_CoQXStillSource, registration);
 }

@@ -4,7 +4,7 @@
 #include "dstl/dshowx/DSRegister.h"
 
 /// The pin table of the filter: one output.
-UINT QXGetPinInfo(int nIndex, const CPinInfo** ppInfo) noexcept;
+UINT GetPinInfo(int nIndex, const CPinInfo** ppInfo) noexcept;
 
 /// What the filter class's UpdateRegistry does:
 ///     static HRESULT WINAPI UpdateRegistry(BOOL bRegister) noexcept

@@ -296,7 +296,7 @@ TEST_F(DllRegistration, AFailingScriptEndsItBeforeAnythingElse)
 {
     // This program has no resources: the class, the category and the mapper stay untouched.
     const FilterRegistration registration = {
-        101, 0x200000, {&CLSID_QXFilters, L"Qorvex Filters", 0x400000}, &QXGetPinInfo};
+        101, 0x200000, {&CLSID_QXFilters, L"Qorvex Filters", 0x400000}, &GetPinInfo};
     EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_RESOURCE_DATA_NOT_FOUND),
               DSTLUpdateFilterRegistry(TRUE, CLSID_CoQXStillSource, registration));
     const RegistrySnapshot after = TakeRegistrySnapshot();

@@ -22,8 +22,8 @@ using Texts = std::vector<std::string>;
 TEST(PinTable, OfTheStillSource)
 {
     const CPinInfo* pInfo = nullptr;
-    EXPECT_EQ(1u, QXGetPinInfo(-1, nullptr));
-    EXPECT_EQ(1u, QXGetPinInfo(0, &pInfo));
+    EXPECT_EQ(1u, GetPinInfo(-1, nullptr));
+    EXPECT_EQ(1u, GetPinInfo(0, &pInfo));
     ASSERT_NE(nullptr, pInfo);
     EXPECT_EQ(PT_OUTPUT, pInfo->PinType());
     const REGFILTERPINS& pin = pInfo->Record();
@@ -39,12 +39,12 @@ TEST(PinTable, OfTheStillSource)
     EXPECT_TRUE(IsEqualGUID(GUID_NULL, *pin.lpMediaType->clsMinorType));
     // One static row.
     const CPinInfo* pAgain = nullptr;
-    QXGetPinInfo(0, &pAgain);
+    GetPinInfo(0, &pAgain);
     EXPECT_EQ(pInfo, pAgain);
     for (int nIndex : {1, 2, -2, 1000000})
     {
         pAgain = pInfo;
-        EXPECT_EQ(1u, QXGetPinInfo(nIndex, &pAgain));
+        EXPECT_EQ(1u, GetPinInfo(nIndex, &pAgain));
         EXPECT_EQ(nullptr, pAgain);
     }
 }
@@ -107,7 +107,7 @@ protected:
         key.Open(HKEY_CLASSES_ROOT, L"CLSID");
         key.RecurseDeleteKey(szTest);
     }
-    static HRESULT Update(BOOL bRegister, PFNGETPININFO pfnGetPinInfo = &QXGetPinInfo)
+    static HRESULT Update(BOOL bRegister, PFNGETPININFO pfnGetPinInfo = &GetPinInfo)
     {
         return DSTLRegisterFilter(bRegister, clsidTest, 0x200000, &CLSID_LegacyAmFilterCategory,
                                   pfnGetPinInfo);
@@ -248,7 +248,7 @@ TEST_F(FilterEntry, AsManyPinsAsThereAre)
     {
         nAsked += nIndex >= 0;
         if (ppInfo != nullptr)
-            QXGetPinInfo(0, ppInfo);
+            GetPinInfo(0, ppInfo);
         return 1000;
     };
     EXPECT_EQ(S_OK, Update(TRUE, pfnMany));
