@@ -37,17 +37,38 @@ BYTE LastStretch(int c, int a)
     return static_cast<BYTE>(std::clamp(std::round(c * 256.0 / a), 0.0, 255.0));
 }
 
+/// Applies a formula to the colours of each pixel.
+template <class TFormula>
+Bytes Expected(const Bytes& before, TFormula formula)
+{
+    Bytes expected = before;
+    for (size_t i = 0; i < before.size(); ++i)
+    {
+        if ((i & 3) != 3)
+            expected[i] = formula(before[i], before[i | 3]);
+    }
+    return expected;
+}
+
+void ExpectEqual(const Bytes& pixels, const Bytes& expected)
+{
+    ASSERT_EQ(pixels.size(), expected.size());
+    const auto [it, itExpected] = std::mismatch(pixels.begin(), pixels.end(), expected.begin());
+    EXPECT_TRUE(it == pixels.end()) << "byte " << it - pixels.begin() << ": " << int{*it} << " for "
+                                    << int{*itExpected};
+}
+
 TEST(Premultiply, EveryPair)
 {
     Bytes pixels = EveryPair();
     const Bytes before = pixels;
     PremultiplyAlpha(pixels.data(), 256 * 4, 256, 256);
-    for (size_t i = 0; i < pixels.size(); ++i)
-    {
-        const unsigned a = before[i | 3];
-        const unsigned p = before[i] * a;
-        ASSERT_EQ(pixels[i], (i & 3) == 3 ? a : (p + 1 + (p >> 8)) >> 8) << i;
-    }
+    ExpectEqual(pixels, Expected(before,
+                                 [](int c, int a)
+                                 {
+                                     const int p = c * a;
+                                     return static_cast<BYTE>((p + 1 + (p >> 8)) >> 8);
+                                 }));
     // Whole alpha keeps a colour, no alpha takes it away.
     EXPECT_EQ(Bytes(pixels.end() - 1024, pixels.end()), Bytes(before.end() - 1024, before.end()));
     EXPECT_EQ(Bytes(pixels.begin(), pixels.begin() + 1024), Bytes(1024, 0));
@@ -83,8 +104,7 @@ TEST(Unpremultiply, EveryPairInTheFirstStretch)
     const Bytes before = EveryPair();
     Bytes pixels(before.size());
     Unpremultiply(pixels.data(), before.data(), before.size() / 4);
-    for (size_t i = 0; i < pixels.size(); ++i)
-        ASSERT_EQ(pixels[i], (i & 3) == 3 ? before[i] : FirstStretch(before[i], before[i | 3])) << i;
+    ExpectEqual(pixels, Expected(before, FirstStretch));
 }
 
 TEST(Unpremultiply, EveryPairInTheLastStretch)
@@ -93,8 +113,7 @@ TEST(Unpremultiply, EveryPairInTheLastStretch)
     Bytes pixels(before.size());
     for (size_t i = 0; i < before.size() / 4; i += 2)
         Unpremultiply(&pixels[i * 4], &before[i * 4], 2);
-    for (size_t i = 0; i < pixels.size(); ++i)
-        ASSERT_EQ(pixels[i], (i & 3) == 3 ? before[i] : LastStretch(before[i], before[i | 3])) << i;
+    ExpectEqual(pixels, Expected(before, LastStretch));
 }
 
 TEST(Unpremultiply, StretchesMeet)

@@ -97,7 +97,6 @@ inline void AppendU32(Bytes& bytes, DWORD n)
 
 inline void Append(Bytes& bytes, const Bytes& more)
 {
-    bytes.reserve(bytes.size() + more.size());
     for (const BYTE by : more) // a range insert makes the cross compiler see overruns that are not there
         bytes.push_back(by);
 }
