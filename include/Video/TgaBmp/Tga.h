@@ -1,5 +1,5 @@
 #pragma once
-/// Reader of the Truevision TGA file format (Truevision TGA File Format Specification, version 2.0).
+/// Reader of the TGA file format, version 2.0, as Truevision published it.
 
 #include "dstl/WinAPI/Platform.h"
 
