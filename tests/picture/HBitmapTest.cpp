@@ -11,7 +11,7 @@ namespace
 {
 using Texts = std::vector<std::string>;
 
-constexpr HRESULT hrUndecoded = E_NOTIMPL;
+constexpr HRESULT hrUndecoded = E_FAIL;
 
 /// A bitmap whose pixels are known: a DIB section.
 class Dib

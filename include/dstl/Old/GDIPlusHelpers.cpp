@@ -132,11 +132,12 @@ HRESULT AddFrame(ReadPicture& picture, CSimpleArray2<PictureFrame>& arrImages) n
     return S_OK;
 }
 
-/// Frames of every format that no reader of this system takes. Nothing decodes them: the picture is refused.
+/// Frames of every format that no reader of this system takes. Nothing decodes them, and a picture without a
+/// frame is refused.
 HRESULT LoadFramesByGdiPlus(const wchar_t* /*pszFile*/, HBITMAP /*hBitmap*/, bool /*bAlpha*/,
                             CSimpleArray2<PictureFrame>& /*arrImages*/, bool /*bFirstOnly*/) noexcept
 {
-    return E_NOTIMPL;
+    return E_FAIL;
 }
 
 bool FileExists(const wchar_t* pszFile) noexcept
