@@ -8,6 +8,7 @@
 #include <atomic>
 
 #include "Common/Common.h"
+#include "PictureNames.h"
 #include "StreamConfig.h"
 #include "dstl/Old/GDIPlusHelpers.h"
 #include "dstl/WinAPI/Blob.h"
@@ -17,18 +18,6 @@
 #include "dstl/dshowx/DSSeeking.h"
 
 class CCoQXStillSource;
-
-/// Built-in pictures and colours, as m_nPictureId names them. Any other value is the number of a resource.
-enum ePictureId : LONG
-{
-    ePI_VideoQuality = -2, ///< "videoq": a resource by the height of the frame
-    ePI_Bars = -1,         ///< "bars": a resource by the height of the frame
-    ePI_SolidColor = 0,    ///< m_nSolidColor
-    ePI_BarsSD = 107,
-    ePI_BarsHD = 108,
-    ePI_Bars100 = 109,
-    ePI_Bars75 = 110
-};
 
 /// The pin, "Video Out". Locks: see CCoQXStillSource. No lock is held across GetBuffer or Receive.
 class ATL_NO_VTABLE CCoQXStillSourceOut : public CComObjectRootEx<CComMultiThreadModel>,

@@ -16,34 +16,9 @@ namespace
 constexpr LONG nOpaque = 255;
 constexpr int nWholeFrame = -1; // not one of the two fields
 
-/// A resource for frames up to a height, signed.
-struct ResourceByHeight
-{
-    LONG nPictureId;
-    LONG nMaxHeight;
-    UINT nResource;
-};
-
-/// The pictures of "videoq" may be added to the module under these numbers.
-constexpr ResourceByHeight arrResources[] = {
-    {ePI_VideoQuality, 480, 115},     {ePI_VideoQuality, 486, 116},      {ePI_VideoQuality, 576, 117},
-    {ePI_VideoQuality, 720, 118},     {ePI_VideoQuality, LONG_MAX, 119}, {ePI_Bars, 719, ePI_BarsSD},
-    {ePI_Bars, LONG_MAX, ePI_BarsHD},
-};
-
-UINT FindResourceNumber(LONG nPictureId, LONG nHeight) noexcept
-{
-    for (const ResourceByHeight& row : arrResources)
-    {
-        if (row.nPictureId == nPictureId && nHeight <= row.nMaxHeight)
-            return row.nResource;
-    }
-    return static_cast<UINT>(nPictureId);
-}
-
 LONG AbsHeightLong(const PicProps& pic) noexcept
 {
-    return static_cast<LONG>(std::min<DWORD>(AbsHeight(pic.nHeight), LONG_MAX));
+    return static_cast<LONG>(std::min<DWORD>(AbsHeight(pic.nHeight), INT_MAX));
 }
 
 /// Bytes of a picture; 0 for one that no sample can hold, as its length is a signed 32-bit number.
@@ -53,7 +28,7 @@ DWORD PicBytes(const PicProps& pic) noexcept
     if (nRow <= 0)
         return 0;
     const ULONGLONG cbRow = static_cast<ULONGLONG>(nRow) * GetBitCount(pic.fccType) / 8;
-    if (cbRow * AbsHeight(pic.nHeight) > LONG_MAX)
+    if (cbRow * AbsHeight(pic.nHeight) > INT_MAX)
         return 0;
     return GetPicSize(&pic);
 }

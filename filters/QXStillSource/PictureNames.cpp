@@ -1,5 +1,7 @@
 #include "PictureNames.h"
 
+#include <climits>
+
 #include "Common/Common.h"
 
 const wchar_t* const arrKeepAspectNames[] = {L"default", L"none", L"letter-box", L"crop", nullptr};
@@ -25,6 +27,21 @@ constexpr FourccName arrFourccNames[] = {
     {L"YV12", FOURCC_YV12},     {L"I420", FOURCC_I420},     {L"YVU9", FOURCC_YVU9},
 };
 
+/// A resource for frames up to a height, signed.
+struct ResourceByHeight
+{
+    LONG nPictureId;
+    LONG nMaxHeight;
+    UINT nResource;
+};
+
+/// The pictures of "videoq" may be added to the module under these numbers.
+constexpr ResourceByHeight arrResources[] = {
+    {ePI_VideoQuality, 480, 115},    {ePI_VideoQuality, 486, 116},     {ePI_VideoQuality, 576, 117},
+    {ePI_VideoQuality, 720, 118},    {ePI_VideoQuality, INT_MAX, 119}, {ePI_Bars, 719, ePI_BarsSD},
+    {ePI_Bars, INT_MAX, ePI_BarsHD},
+};
+
 } // namespace
 
 bool FindFourccName(const wchar_t* pszName, PFNCOMPARENAMES pfnCompare, DWORD* pfcc) noexcept
@@ -47,4 +64,14 @@ DWORD FourccFromBytes(const char* psz, size_t cch) noexcept
     for (size_t i = 0; i < cch && i < cchFourcc; i++)
         fcc |= static_cast<DWORD>(static_cast<unsigned char>(psz[i])) << (8 * i);
     return fcc;
+}
+
+UINT FindResourceNumber(LONG nPictureId, LONG nHeight) noexcept
+{
+    for (const ResourceByHeight& row : arrResources)
+    {
+        if (row.nPictureId == nPictureId && nHeight <= row.nMaxHeight)
+            return row.nResource;
+    }
+    return static_cast<UINT>(nPictureId);
 }

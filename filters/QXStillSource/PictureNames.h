@@ -1,5 +1,5 @@
 #pragma once
-/// Keywords of the public enumerations, for callers and tools, and format codes by name.
+/// Keywords of the public enumerations, for callers and tools; format codes by name; numbers of pictures.
 
 #include "dstl/WinAPI/Platform.h"
 
@@ -21,3 +21,19 @@ bool FindFourccName(const wchar_t* pszName, PFNCOMPARENAMES pfnCompare, DWORD* p
 
 /// The first four bytes of a narrow text as a format code, the missing ones of a shorter text being zero.
 DWORD FourccFromBytes(const char* psz, size_t cch) noexcept;
+
+/// Built-in pictures and colours, as m_nPictureId names them. Any other value is the number of a resource.
+enum ePictureId : LONG
+{
+    ePI_VideoQuality = -2, ///< "videoq": a resource by the height of the frame
+    ePI_Bars = -1,         ///< "bars": a resource by the height of the frame
+    ePI_SolidColor = 0,    ///< m_nSolidColor
+    ePI_BarsSD = 107,
+    ePI_BarsHD = 108,
+    ePI_Bars100 = 109,
+    ePI_Bars75 = 110
+};
+
+/// The resource of a built-in picture.
+/// \param nPictureId any ePictureId but ePI_SolidColor \param nHeight of the frame, with its sign
+UINT FindResourceNumber(LONG nPictureId, LONG nHeight) noexcept;

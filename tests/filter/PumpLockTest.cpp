@@ -1,0 +1,191 @@
+// Locks: which are free while the worker is downstream, and which it never takes.
+#include "FilterSupport.h"
+
+#include <thread>
+
+namespace
+{
+
+class PumpLock : public FilterTest
+{
+protected:
+    /// Whether another thread gets a lock at once.
+    template <class TLock>
+    static bool IsFree(TLock& crs)
+    {
+        return EndsInTime(
+            [&]
+            {
+                crs.Lock();
+                crs.Unlock();
+            },
+            10000);
+    }
+
+    /// Every lock there is, asked for from another thread.
+    std::vector<std::string> TakenLocks()
+    {
+        std::vector<std::string> taken;
+        if (!IsFree(Filter().m_lock))
+            taken.push_back("filter");
+        if (!IsFree(Out().m_lock))
+            taken.push_back("pin");
+        if (!IsFree(Out().m_crsPosition))
+            taken.push_back("position");
+        if (!IsFree(Out().m_crsPicture))
+            taken.push_back("picture");
+        if (!IsFree(Out().m_crsLink))
+            taken.push_back("link");
+        return taken;
+    }
+
+    /// What a renderer may call back from another thread while it holds a sample.
+    bool CallsBackInTime()
+    {
+        return EndsInTime(
+            [this]
+            {
+                AM_MEDIA_TYPE mt{};
+                if (Out().ConnectionMediaType(&mt) == S_OK)
+                    MTFree(&mt);
+                CComPtr<IPin> spPeer;
+                Out().ConnectedTo(&spPeer);
+                CComPtr<IEnumMediaTypes> spEnum;
+                Out().EnumMediaTypes(&spEnum);
+                PIN_INFO info{};
+                Out().QueryPinInfo(&info);
+                CComPtr<IBaseFilter>().Attach(info.pFilter);
+                const CMType mtQuery = VideoType(FOURCC_RGB32, 8, 4);
+                Out().QueryAccept(&mtQuery);
+                FILTER_STATE eState{};
+                Filter().GetState(0, &eState);
+                CComPtr<IEnumPins> spPins;
+                Filter().EnumPins(&spPins);
+                CComPtr<IReferenceClock> spClock;
+                Filter().GetSyncSource(&spClock);
+                Control().SetPicture(Text("red"));
+                QG_VID_PROPS props{};
+                Control().GetOutputProps(&props);
+                Control().SetOutputProps(&props);
+                LPOLESTR psz = nullptr;
+                Filter().GetCurFile(&psz, nullptr);
+                CoTaskMemFree(psz);
+            },
+            20000);
+    }
+};
+
+TEST_F(PumpLock, NoneIsHeldAcrossReceive)
+{
+    ShowSmall();
+    Out().m_nStopFrame = 2;
+    std::vector<std::string> taken = {"never asked"};
+    bool bCalledBack = false;
+    m_sink.m_pin.m_onReceive = [&](IMediaSample*)
+    {
+        taken = TakenLocks();
+        bCalledBack = CallsBackInTime();
+        return S_OK;
+    };
+    ASSERT_EQ(Connect(), S_OK);
+    ASSERT_EQ(Filter().Pause(), S_OK);
+    ASSERT_TRUE(m_log.WaitFor("in.EndOfStream", 1, 120000));
+    EXPECT_EQ(taken, std::vector<std::string>{});
+    EXPECT_TRUE(bCalledBack);
+}
+
+TEST_F(PumpLock, NoneIsHeldAcrossGetBuffer)
+{
+    ShowSmall();
+    Out().m_nStopFrame = 1;
+    std::vector<std::string> taken = {"never asked"};
+    m_alloc.m_onLend = [&](FakeSample&) { taken = TakenLocks(); };
+    ASSERT_EQ(Connect(), S_OK);
+    ASSERT_EQ(Filter().Pause(), S_OK);
+    ASSERT_TRUE(m_log.WaitFor("in.EndOfStream", 1, 120000));
+    EXPECT_EQ(taken, std::vector<std::string>{});
+}
+
+TEST_F(PumpLock, WorkerNeverTakesTheFiltersLock)
+{
+    // A list, a type on a sample and the end of the stream: every way through a step.
+    for (int i = 0; i < 2; i++)
+    {
+        const BYTE by = static_cast<BYTE>(i + 1);
+        m_folder.Write(std::to_string(i) + ".tga", SolidTga(8, 4, {by, by, by, 255}));
+    }
+    ASSERT_EQ(Control().SetPicture(Text(m_folder.Path())), S_OK);
+    Out().m_nStopFrame = 20;
+    m_alloc.m_onLend = [](FakeSample& sample) { sample.m_mt = VideoType(FOURCC_RGB32, 8, 4, 200000); };
+    ASSERT_EQ(Connect(), S_OK);
+    {
+        CScopedLock lock(&Filter().m_lock);
+        ASSERT_EQ(Filter().Pause(), S_OK);
+        ASSERT_TRUE(m_log.WaitFor("in.EndOfStream")) << "the worker waits for the filter's lock";
+    }
+    EXPECT_EQ(m_log.Count("in.Receive"), 21);
+}
+
+TEST_F(PumpLock, StopHoldsTheFiltersLockWhileTheWorkerEndsItsStep)
+{
+    ShowSmall();
+    ASSERT_EQ(Connect(), S_OK);
+    m_sink.m_pin.m_gate.Close();
+    ASSERT_EQ(Filter().Pause(), S_OK);
+    ASSERT_TRUE(m_sink.m_pin.m_gate.WaitForWaiting());
+    std::thread stopper([&] { EXPECT_EQ(Filter().Stop(), S_OK); });
+    ASSERT_TRUE(m_log.WaitFor("alloc.Decommit"));
+    // The others are free meanwhile, so that the renderer can call back as it lets go.
+    EXPECT_TRUE(IsFree(Out().m_lock));
+    EXPECT_TRUE(IsFree(Out().m_crsPosition));
+    EXPECT_TRUE(IsFree(Out().m_crsPicture));
+    m_sink.m_pin.m_gate.Open();
+    EXPECT_TRUE(EndsInTime([&] { stopper.join(); }));
+}
+
+TEST_F(PumpLock, PositionIsHeldWhileAFrameIsPrepared)
+{
+    // NewSegment comes from within the same hold.
+    ShowSmall();
+    ASSERT_EQ(Connect(), S_OK);
+    CScopedLock lock(&Out().m_crsPosition);
+    ASSERT_EQ(Filter().Pause(), S_OK);
+    ASSERT_TRUE(m_log.WaitFor("alloc.GetBuffer"));
+    EXPECT_FALSE(m_log.WaitFor("in.Receive", 1, 50)); // it waits for us
+    EXPECT_EQ(m_log.Count("in.NewSegment"), 0);
+    lock.Unlock();
+    EXPECT_TRUE(m_log.WaitFor("in.Receive"));
+}
+
+TEST_F(PumpLock, NewListsInARunningGraph)
+{
+    for (int i = 0; i < 3; i++)
+        m_folder.Write(std::to_string(i) + ".tga", SolidTga(8, 4, {1, 2, 3, 255}));
+    ASSERT_EQ(Control().SetPicture(Text(m_folder.Path())), S_OK);
+    ASSERT_EQ(Connect(), S_OK);
+    Out().m_nStopFrame = 0;
+    ASSERT_EQ(Filter().Run(0), S_OK);
+    const bool bEnded = EndsInTime(
+        [&]
+        {
+            for (int i = 0; i < 200; i++)
+            {
+                const char* const arrNames[] = {"red|green|blue", "white", "black|none"};
+                EXPECT_EQ(i % 4 == 3 ? Control().SetPicture(Text(m_folder.Path()))
+                                     : Control().SetPicture(Text(arrNames[i % 3])),
+                          S_OK);
+                {
+                    CScopedLock lock(&Out().m_crsPosition);
+                    Out().m_nStopFrame = 0;
+                }
+                Out().m_Thread.Wake(); // should it have come to the end of a list meanwhile
+            }
+        },
+        120000);
+    EXPECT_TRUE(bEnded);
+    const int nReceived = m_log.Count("in.Receive");
+    EXPECT_TRUE(m_log.WaitFor("in.Receive", nReceived + 10));
+    EXPECT_EQ(Filter().Stop(), S_OK);
+}
+
+} // namespace
