@@ -185,7 +185,7 @@ TEST_F(ConnectionTest, RefusalsBeforeAnAttempt)
 
 TEST_F(ConnectionTest, APeerOfUnknownDirection)
 {
-    Peer().m_eDir = static_cast<PIN_DIRECTION>(7);
+    Peer().m_eDir = 7;
     {
         AssertCapture asserts;
         EXPECT_EQ(Connect(&m_mtStart), S_OK);

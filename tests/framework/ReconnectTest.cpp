@@ -132,7 +132,7 @@ TEST_F(ReconnectTest, AConnectionWithoutType)
                    "2 ###Err### TestFilter CBaseFilter::MakeReconnect( Out ): pPin->ConnectionMediaType()=" +
                        Hex(static_cast<unsigned>(hr)) + "\n"}));
     }
-    pin.m_eDir = static_cast<PIN_DIRECTION>(9);
+    pin.m_eDir = 9;
     AssertCapture asserts;
     EXPECT_EQ(Filter().MakeReconnect(&m_mtNew, &pin), S_OK);
     EXPECT_EQ(asserts.Texts(), Lines{"ePinDir == PINDIR_INPUT || ePinDir == PINDIR_OUTPUT"});

@@ -239,7 +239,7 @@ TEST_F(StateTest, GetStateAnswersAtOnce)
         Reach(eState);
         for (const DWORD dwTimeout : {0u, 1000u, INFINITE})
         {
-            auto eSeen = static_cast<FILTER_STATE>(-1);
+            auto eSeen = static_cast<FILTER_STATE>(3);
             EXPECT_EQ(Filter().GetState(dwTimeout, &eSeen), S_OK);
             EXPECT_EQ(eSeen, eState);
         }

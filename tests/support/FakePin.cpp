@@ -168,7 +168,7 @@ STDMETHODIMP FakeInputPin::QueryPinInfo(PIN_INFO* pInfo)
     pInfo->pFilter = m_pFilter;
     if (m_pFilter != nullptr)
         m_pFilter->AddRef();
-    pInfo->dir = m_eDir;
+    memcpy(&pInfo->dir, &m_eDir, sizeof(m_eDir));
     for (size_t i = 0; i < m_sName.size() && i < 127; ++i)
         pInfo->achName[i] = static_cast<wchar_t>(m_sName[i]);
     return S_OK;
@@ -178,7 +178,7 @@ STDMETHODIMP FakeInputPin::QueryDirection(PIN_DIRECTION* pPinDir)
 {
     if (FAILED(m_hrQueryDirection))
         return m_hrQueryDirection;
-    *pPinDir = m_eDir;
+    memcpy(pPinDir, &m_eDir, sizeof(m_eDir));
     return m_hrQueryDirection;
 }
 

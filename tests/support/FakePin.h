@@ -70,7 +70,7 @@ public:
     BOOL NotifiedReadOnly() const { return m_bNotifiedReadOnly; }
 
     // --- Scripts: connection
-    PIN_DIRECTION m_eDir = PINDIR_INPUT;
+    int m_eDir = PINDIR_INPUT;         ///< any number, as a broken peer may answer
     HRESULT m_hrQueryDirection = S_OK; ///< a failure leaves the output as it is
     bool m_bMemInput = true;           ///< offers IMemInputPin
     IBaseFilter* m_pFilter = nullptr;  ///< owner, not counted

@@ -227,8 +227,7 @@ HRESULT CFilterCore::MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcep
     CComPtr<IPin> spPeer;
     if (pPin->ConnectedTo(&spPeer) != S_OK)
         return S_OK; // an unconnected pin needs nothing
-    PIN_DIRECTION ePinDir = PINDIR_INPUT;
-    pPin->QueryDirection(&ePinDir);
+    const int ePinDir = QueryPinDirection(pPin);
     DSASSERT(ePinDir == PINDIR_INPUT || ePinDir == PINDIR_OUTPUT);
     trace(atlTraceGeneral, eTL_Main, L"%s CBaseFilter::MakeReconnect( %s )\n", GetClassName(),
           ePinDir == PINDIR_OUTPUT ? L"Out" : L"In");

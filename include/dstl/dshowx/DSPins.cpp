@@ -34,9 +34,7 @@ void CPin::SetPeer(IPin* pPeer) noexcept
 
 bool CPin::CheckDirection(IPin* pPeer) const noexcept
 {
-    auto ePinDirection = static_cast<PIN_DIRECTION>(-1);
-    if (pPeer != nullptr)
-        pPeer->QueryDirection(&ePinDirection);
+    const int ePinDirection = QueryPinDirection(pPeer);
     DSASSERT(ePinDirection == PINDIR_INPUT || ePinDirection == PINDIR_OUTPUT);
     return ePinDirection != m_ePinDir;
 }

@@ -19,6 +19,19 @@ void CopyDSName(wchar_t (&szDst)[cchDSName], LPCWSTR pszSrc) noexcept
     memset(szDst + n, 0, (cchDSName - n) * sizeof(wchar_t));
 }
 
+int QueryPinDirection(IPin* pPin) noexcept
+{
+    // Moved by bytes, as a value outside the enumeration may not be read as one.
+    int nDirection = -1;
+    PIN_DIRECTION eDirection;
+    static_assert(sizeof(eDirection) == sizeof(nDirection));
+    memcpy(&eDirection, &nDirection, sizeof(eDirection));
+    if (pPin != nullptr)
+        pPin->QueryDirection(&eDirection);
+    memcpy(&nDirection, &eDirection, sizeof(nDirection));
+    return nDirection;
+}
+
 HRESULT DSTLNotImpl(LPCWSTR pszOperation) noexcept
 {
     trace(atlTraceGeneral, eTL_Atl, L"ATL: %s not implemented.\n", pszOperation);

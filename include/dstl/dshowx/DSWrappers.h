@@ -30,6 +30,10 @@ private:
     AM_MEDIA_TYPE* m_pmt = nullptr;
 };
 
+/// A pin's direction as a number, for peers that may answer anything: PINDIR_INPUT, PINDIR_OUTPUT, or another
+/// value; -1 when the pin does not answer or there is none.
+int QueryPinDirection(IPin* pPin) noexcept;
+
 /// Writes ATL's line for an operation that is not there. \return E_NOTIMPL
 HRESULT DSTLNotImpl(LPCWSTR pszOperation) noexcept;
 
