@@ -23,6 +23,7 @@ static_assert(sizeof(VIDEO_STREAM_CONFIG_CAPS) == 128);
 VIDEO_STREAM_CONFIG_CAPS MakeCaps(const GUID& guidFormat) noexcept
 {
     constexpr SIZE sizeFrame = {nCapsWidth, nCapsHeight};
+    // VideoStandard, StretchTapsX, StretchTapsY, ShrinkTapsX and ShrinkTapsY stay 0.
     VIDEO_STREAM_CONFIG_CAPS vidCaps{};
     vidCaps.guid = guidFormat;
     vidCaps.InputSize = sizeFrame;

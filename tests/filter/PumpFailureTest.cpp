@@ -46,6 +46,7 @@ TEST_F(PumpFailure, LoadOfTheSample)
 {
     m_alloc.m_onLend = [](FakeSample& sample) { sample.Script(eSC_GetPointer, E_FAIL); };
     RunInto("###Err### [CCoQXStillSourceOut]: PrepareSample(): sample.Load()=0x80004005\n");
+    EXPECT_TRUE(m_trace.WaitFor(2, sEnd + "80004005\n"));
     ExpectAsleep(sEnd + "80004005\n");
     EXPECT_EQ(Out().m_nFrame, 0);
     EXPECT_EQ(Out().m_rtCurrent, 0);

@@ -126,9 +126,12 @@ TEST_F(PumpState, StopWaitsForABlockedReceive)
             EXPECT_EQ(Filter().Stop(), S_OK);
             bStopped = true;
         });
-    EXPECT_TRUE(m_log.WaitFor("alloc.Decommit")); // the stop has come as far as the wait
-    EXPECT_FALSE(bStopped);
+    // The stop has come as far as the wait.
+    for (int i = 0; i < nTestLimitMs && Out().m_bStreaming; i++)
+        Sleep(1);
+    EXPECT_FALSE(Out().m_bStreaming);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
+    EXPECT_FALSE(bStopped);
     m_sink.m_pin.m_gate.Open();
     EXPECT_TRUE(EndsInTime([&] { stopper.join(); }));
     EXPECT_TRUE(bStopped);
