@@ -1,7 +1,6 @@
 #include "CoQXStillSource.h"
 
 #include <algorithm>
-#include <new>
 
 #include "PictureNames.h"
 #include "dstl/dshowx/DSParsers.h"

@@ -42,6 +42,14 @@ TEST_F(PumpFailure, GetBuffer)
     EXPECT_EQ(m_sink.m_pin.Segments().size(), 0u);
 }
 
+TEST_F(PumpFailure, GetBufferWithoutASample)
+{
+    m_alloc.m_bNullSample = true; // a success that gives none
+    RunInto(sEnd + "80070057\n");
+    ExpectAsleep(sEnd + "80070057\n");
+    EXPECT_EQ(m_asserts.Count("pSample != NULL"), 2);
+}
+
 TEST_F(PumpFailure, LoadOfTheSample)
 {
     m_alloc.m_onLend = [](FakeSample& sample) { sample.Script(eSC_GetPointer, E_FAIL); };

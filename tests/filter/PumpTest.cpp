@@ -310,6 +310,39 @@ TEST_F(Pump, TypeOnASampleIsTakenOver)
         m_trace.Has(8, "[CCoQXStillSourceOut] SetMediaTypeFromSample(): new mediatype is received\n"));
 }
 
+TEST_F(Pump, TypeWithPaddedRowsOnTheFirstSample)
+{
+    // What a renderer does that wants its rows longer than the picture.
+    Show(FOURCC_RGB32, 8, 4, Pattern(128));
+    Out().m_nStopFrame = 1;
+    m_sink.m_pin.m_bCopyData = true;
+    m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& props) { props.cbBuffer = 256; };
+    bool bFirst = true;
+    m_alloc.m_onLend = [&](FakeSample& sample)
+    {
+        if (bFirst)
+        {
+            EXPECT_EQ(MTCreateVideo(&sample.m_mt, FOURCC_RGB32, FORMAT_VideoInfo, 8, 4, 16), S_OK);
+        }
+        bFirst = false;
+    };
+    ASSERT_EQ(Connect(), S_OK);
+    RunAndStop();
+    const auto samples = m_sink.m_pin.Samples();
+    ASSERT_EQ(samples.size(), 2u);
+    Bytes expected(256, 0);
+    const Bytes pixels = Pattern(128);
+    for (size_t y = 0; y < 4; y++)
+        std::copy_n(pixels.begin() + static_cast<ptrdiff_t>(y * 32), 32,
+                    expected.begin() + static_cast<ptrdiff_t>(y * 64));
+    for (const auto& sample : samples)
+    {
+        EXPECT_EQ(sample.lActual, 256);
+        EXPECT_EQ(sample.arrData, expected);
+    }
+    EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
+}
+
 TEST_F(Pump, RefusedTypeOnASampleChangesNothing)
 {
     ShowSmall(0x11);
