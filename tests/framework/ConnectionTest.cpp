@@ -449,6 +449,18 @@ TEST_F(ConnectionTest, Disconnect)
     EXPECT_EQ(Peer().Refs(), 0);
 }
 
+TEST_F(ConnectionTest, AConnectionThatBreaksWhileItIsActiveCommitsTheNextAllocator)
+{
+    ASSERT_EQ(Connect(), S_OK);
+    ASSERT_EQ(Pin().AllocatorActivate(true), S_OK);
+    EXPECT_EQ(PinItf()->Disconnect(), S_OK);
+    EXPECT_FALSE(m_alloc.IsCommitted());
+    EXPECT_FALSE(Pin().m_bActive);
+    ASSERT_EQ(Connect(), S_OK);
+    EXPECT_EQ(Filter().Pause(), S_OK);
+    EXPECT_TRUE(m_alloc.IsCommitted());
+}
+
 TEST_F(ConnectionTest, TheTypeOfTheLastConnectionIsOfferedAgain)
 {
     const CMType mtOther = VideoType(32, 16);
