@@ -53,7 +53,6 @@ void CCoQXStillSource::FinalRelease() noexcept
 }
 
 // --- IMediaFilter
-// --------------------------------------------------------------------------------------------
 
 STDMETHODIMP CCoQXStillSource::Stop() noexcept
 {
@@ -76,7 +75,6 @@ STDMETHODIMP CCoQXStillSource::Pause() noexcept
 }
 
 // --- IFileSourceFilter
-// ---------------------------------------------------------------------------------------
 
 STDMETHODIMP CCoQXStillSource::Load(LPCOLESTR pszFileName, const AM_MEDIA_TYPE* /*pmt*/) noexcept
 {
@@ -100,7 +98,6 @@ STDMETHODIMP CCoQXStillSource::GetCurFile(LPOLESTR* ppszFileName, AM_MEDIA_TYPE*
 }
 
 // --- IQXStillSource
-// ------------------------------------------------------------------------------------------
 
 STDMETHODIMP CCoQXStillSource::SetOutputFormat(BSTR _bsFourcc, int _nWidth, int _nHeight) noexcept
 {

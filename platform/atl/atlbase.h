@@ -6,7 +6,7 @@
 #include "atldef.h"
 #include "atlcomcli.h"
 
-// --- Locks -----------------------------------------------------------------------------------------------
+// --- Locks
 
 /// A critical section with explicit start and end.
 class CComCriticalSection
@@ -94,7 +94,7 @@ public:
 typedef CComMultiThreadModel CComObjectThreadModel;
 typedef CComMultiThreadModel CComGlobalsThreadModel;
 
-// --- Registry --------------------------------------------------------------------------------------------
+// --- Registry
 
 /// An owned registry key. Results are Win32 error codes. A failed Open or Create leaves the key held as it
 /// is.
@@ -258,7 +258,7 @@ inline LONG CRegKey::RecurseDeleteKey(LPCWSTR lpszKey) noexcept
     return DeleteSubKey(lpszKey);
 }
 
-// --- Module ----------------------------------------------------------------------------------------------
+// --- Module
 
 /// Makes an object and answers for riid. pv is the outer object, or what a class factory is to create with.
 typedef HRESULT(WINAPI _ATL_CREATORFUNC)(void* pv, REFIID riid, LPVOID* ppv);

@@ -6,7 +6,7 @@
 
 #include <climits>
 
-// --- Interface map ---------------------------------------------------------------------------------------
+// --- Interface map
 
 /// A row of an interface map, tried in order. A simple row casts; any other row calls a function, which gives
 /// a failure for what it does not serve, and then the rows after it are tried.
@@ -105,7 +105,7 @@ public:                                                                         
     }
 // clang-format on
 
-// --- Base classes of objects -----------------------------------------------------------------------------
+// --- Base classes of objects
 
 /// What every object has: the count, or the outer object of an aggregated one.
 class CComObjectRootBase
@@ -193,7 +193,7 @@ public:                                                                         
         return GetUnknown();                                                                                 \
     }
 
-// --- Complete objects ------------------------------------------------------------------------------------
+// --- Complete objects
 
 /// Keeps the module loaded while an object's last code runs.
 class CComModuleLock
@@ -392,7 +392,7 @@ public:
     }
 };
 
-// --- Creators and class factories ------------------------------------------------------------------------
+// --- Creators and class factories
 
 /// Makes a T and answers for riid.
 template <class T>

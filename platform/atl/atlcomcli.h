@@ -3,7 +3,7 @@
 
 #include "atldef.h"
 
-// --- Counted pointers ------------------------------------------------------------------------------------
+// --- Counted pointers
 
 /// Assigns p to *pp with the right counts: the new one is counted before the old one goes.
 template <class T>
@@ -226,7 +226,7 @@ public:
     T* m_p = nullptr;
 };
 
-// --- BSTR ------------------------------------------------------------------------------------------------
+// --- BSTR
 
 /// An owned BSTR. A null string and an empty one are the same text. Without memory the string becomes null.
 class CComBSTR

@@ -266,7 +266,6 @@ TEST_F(ConnectionTest, AssertionsOfTheSteps)
 }
 
 // --- Enumerators of peers
-// -------------------------------------------------------------------------------------
 
 TEST_F(ConnectionTest, EnumeratorsOfPeers)
 {
@@ -336,7 +335,6 @@ TEST_F(ConnectionTest, AnEnumeratorThatNeverEnds)
 }
 
 // --- Hooks and call-backs
-// -------------------------------------------------------------------------------------
 
 TEST_F(ConnectionTest, AFilterThatDoesNotCompleteTheConnection)
 {
@@ -389,7 +387,6 @@ TEST_F(ConnectionTest, APeerThatBreaksTheConnectionWhileItIsMade)
 }
 
 // --- Allocator and end
-// ----------------------------------------------------------------------------------------
 
 TEST_F(ConnectionTest, APeerWithoutSampleInput)
 {

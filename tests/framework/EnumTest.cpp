@@ -246,7 +246,6 @@ TEST_F(EnumTest, OutOfSyncLastsUntilReset)
 }
 
 // --- The two real accessors
-// -----------------------------------------------------------------------------------
 
 TEST_F(EnumTest, MediaTypesOfAPin)
 {

@@ -5,7 +5,6 @@
 #include <cstring>
 
 // --- FakeTypeEnum
-// ---------------------------------------------------------------------------------------------
 
 std::atomic<int> FakeTypeEnum::s_nLiving = 0;
 std::atomic<int> FakeTypeEnum::s_nFetched = 0;
@@ -57,7 +56,6 @@ STDMETHODIMP FakeTypeEnum::Reset()
 }
 
 // --- FakeInputPin
-// ---------------------------------------------------------------------------------------------
 
 FakeInputPin::FakeInputPin(CallLog* pLog, std::string sName) : m_pLog(pLog), m_sName(std::move(sName)) {}
 

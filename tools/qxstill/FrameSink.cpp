@@ -208,7 +208,7 @@ private:
     std::atomic<ULONG> m_references{1};
 };
 
-// --- The pin ---------------------------------------------------------------------------------------------
+// --- The pin
 
 STDMETHODIMP SinkPin::QueryInterface(REFIID riid, void** object)
 {
@@ -406,7 +406,7 @@ STDMETHODIMP SinkPin::ReceiveMultiple(IMediaSample** samples, long count, long* 
     return hr;
 }
 
-// --- The filter ------------------------------------------------------------------------------------------
+// --- The filter
 
 STDMETHODIMP FrameSink::QueryInterface(REFIID riid, void** object)
 {

@@ -34,7 +34,6 @@ CFilterCore::~CFilterCore()
 }
 
 // --- State
-// ----------------------------------------------------------------------------------------------------
 
 HRESULT CFilterCore::FilterGetState(FILTER_STATE* State) noexcept
 {
@@ -92,7 +91,6 @@ HRESULT CFilterCore::PauseBeforeRun(IBaseFilter* pThis, REFERENCE_TIME tStart) n
 }
 
 // --- Identity, clock, graph
-// -----------------------------------------------------------------------------------
 
 HRESULT CFilterCore::FilterGetClassID(const CLSID& clsid, CLSID* pClassID) noexcept
 {
@@ -213,7 +211,6 @@ HRESULT CFilterCore::FilterJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) 
 }
 
 // --- Reconnection
-// ---------------------------------------------------------------------------------------------
 
 HRESULT CFilterCore::MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcept
 {

@@ -17,7 +17,6 @@ unsigned Hr(HRESULT hr) noexcept
 } // namespace
 
 // --- Peer and direction
-// ---------------------------------------------------------------------------------------
 
 CComPtr<IPin> CPin::GetPeer() const noexcept
 {
@@ -40,7 +39,6 @@ bool CPin::CheckDirection(IPin* pPeer) const noexcept
 }
 
 // --- Media type
-// -----------------------------------------------------------------------------------------------
 
 void CMTSingle::SetMediaType(const AM_MEDIA_TYPE* pmt) noexcept
 {
@@ -67,7 +65,6 @@ HRESULT CMTSingle::GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept
 }
 
 // --- Queries
-// --------------------------------------------------------------------------------------------------
 
 HRESULT COutputPinBase::PinConnectedTo(IPin** ppPin) noexcept
 {
@@ -142,7 +139,6 @@ HRESULT COutputPinBase::PinQueryInternalConnections() noexcept
 }
 
 // --- Connection
-// -----------------------------------------------------------------------------------------------
 
 HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept
 {
