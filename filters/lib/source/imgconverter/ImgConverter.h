@@ -39,9 +39,19 @@ size_t Img_GetBufferSizeEx(const PicProps* _pInputProps, const PicProps* _pOutpu
 HRESULT Img_Copy(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
                  const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput) noexcept;
 
-/// Converts without scaling; ITU-R BT.601, studio range. Answers E_NOTIMPL.
+/// Converts without scaling; ITU-R BT.601, studio range, HDYC included. No field handling. The two frames must
+/// not share memory. No memory is allocated. Answers, beside those above:
+/// - S_OK, also for a pair without a path, which leaves the output as it is but for the flip of a bottom-up side
+/// - E_NOTIMPL after an assertion for YVYU from RGB or UYVY, and for YVYU to other packed formats and RGB
+/// - 0xFFFFFFFA for a rectangle below 2 x 1 pixels with a packed YUV side, below 2 x 2 with a planar one (1 x 1
+///   from planar to RGB)
+/// - 0xFFFFFFF8 for RGB24 to UYVY or HDYC and back without a buffer: pTemp, or the one that a turned source or
+///   bMirrorToBuffer (UYVY to RGB24) stands for
+/// - 0x80070023 when an odd last row was left out between RGB and a planar format; the rest was written
+///
+/// RGB24 to a 32-bit format leaves the fourth byte, RGB32 to ARGB32 sets it to 255, as YUV to 32 bits does.
 /// \param bMirrorToBuffer true: the input stays unchanged; false: a bottom-up input may be flipped in place
-/// \param pTemp optional: Img_GetBufferSize bytes
+/// \param pTemp optional: Img_GetBufferSize bytes, see above; they stay as they are
 HRESULT Img_Convert(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
                     const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput,
                     bool bMirrorToBuffer, BYTE* pTemp) noexcept;
@@ -59,13 +69,33 @@ enum eImgResize : int
 };
 
 /// Scales a rectangle of one picture into a rectangle of another of the same format (E_INVALIDARG for two
-/// formats). Rectangles of equal size without sharpening are an Img_Copy; everything else answers E_NOTIMPL.
+/// formats). Rectangles of equal size without sharpening are an Img_Copy. Sample centres are aligned; filters
+/// reach over the edges of the source rectangle, but in packed YUV, where its outermost samples count again.
+/// Chroma is scaled linearly at most, and never sharpened. An interpolation value that is none scales nothing
+/// and answers S_OK, as do the 16-bit RGB formats.
 /// \param nMode eImgResize
-/// \param pTemp optional: Img_GetBufferSize bytes
-/// \param nSharp -50 (softest) to 50 (sharpest), 0 is none
+/// \param pTemp optional: Img_GetBufferSize bytes; without it a call makes at most one allocation
+/// \param nSharp -50 (softest) to 50 (sharpest), 0 is none; the outermost ring of pixels stays as scaled
+/// \return S_OK; E_INVALIDARG; S_FALSE when a rectangle lies outside its picture; E_OUTOFMEMORY
 HRESULT Img_ResizeFrame(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
                         const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput,
                         int nMode, BYTE* pTemp, int nSharp) noexcept;
+
+/// Img_ResizeFrame for pictures of two interleaved fields, each of which is scaled on its own. Bottom-up
+/// against top-down RGB exchanges the fields.
+/// \param nField negative for both fields, 0 for the first only, 1 for the second only
+HRESULT Img_ResizeFields(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
+                         const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput,
+                         int nMode, BYTE* pTemp, int nSharp, int nField) noexcept;
+
+/// Converts, then scales, each where it is needed. The conversion takes whole pictures; only the scaling knows
+/// the rectangles: without scaling they are ignored. What both need at once is allocated unless pTemp is given.
+/// \param bFieldMode scale with Img_ResizeFields, both fields, in place of Img_ResizeFrame
+/// \param nMode, nSharp as of the resizer
+/// \param pTemp optional: Img_GetBufferSizeEx bytes
+HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
+                          const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput,
+                          bool bFieldMode, int nMode, BYTE* pTemp, int nSharp) noexcept;
 
 /// Makes the colour of a format out of a COLORREF with alpha (0xAABBGGRR).
 /// \param _pbResColor receives the bytes as they stand in memory (Y, U, V for planes), the rest zero

@@ -1,0 +1,149 @@
+#include "asm/SIMD64Resize.h"
+
+#include "asm/Cpu.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace
+{
+
+template <int nChannels>
+int32_t TapSum(const ResizeRowTaps& taps, const BYTE* pSrc, LONG nOutput, int nChannel) noexcept
+{
+    const BYTE* pb = pSrc + ptrdiff_t{taps.pStart[nOutput]} * nChannels + nChannel;
+    const int16_t* pWeights = taps.pWeights + ptrdiff_t{nOutput} * taps.nTaps;
+    int32_t nSum = 0;
+    for (LONG k = 0; k < taps.nTaps; k++)
+        nSum += pWeights[k] * pb[ptrdiff_t{k} * nChannels];
+    return nSum;
+}
+
+template <int nChannels>
+void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    constexpr int nShift = nResizeWeightBits - nResizeRowBits;
+    for (LONG i = 0; i < taps.nOutputs; i++)
+    {
+        for (int c = 0; c < nChannels; c++)
+        {
+            const int32_t nSum = TapSum<nChannels>(taps, pSrc, i, c);
+            *pDst++ = static_cast<int16_t>((nSum + (1 << (nShift - 1))) >> nShift);
+        }
+    }
+}
+
+template <int nChannels>
+void Sum(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
+{
+    for (LONG i = 0; i < taps.nOutputs; i++)
+    {
+        for (int c = 0; c < nChannels; c++)
+            *pDst++ = TapSum<nChannels>(taps, pSrc, i, c);
+    }
+}
+
+/// Each product is rounded to 1/32 of a level, as the processors' rounding multiplication does.
+void Blend(const int16_t* const* ppRows, const int16_t* pWeights, LONG nTaps, BYTE* pDst,
+           size_t nSamples) noexcept
+{
+    constexpr int nBits = nResizeRowBits - 1;
+    for (size_t i = 0; i < nSamples; i++)
+    {
+        int nSum = 1 << (nBits - 1);
+        for (LONG k = 0; k < nTaps; k++)
+            nSum += (ppRows[k][i] * pWeights[k] + (1 << nResizeWeightBits)) >> (nResizeWeightBits + 1);
+        pDst[i] = static_cast<BYTE>(std::clamp(nSum >> nBits, 0, 255));
+    }
+}
+
+void Add(uint32_t* pSums, const int32_t* pRow, uint32_t nWeight, bool bFirst, size_t nSamples) noexcept
+{
+    for (size_t i = 0; i < nSamples; i++)
+        pSums[i] = (bFirst ? 0 : pSums[i]) + static_cast<uint32_t>(pRow[i]) * nWeight;
+}
+
+void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, size_t nSamples) noexcept
+{
+    for (size_t i = 0; i < nSamples; i++)
+    {
+        const uint64_t n = pSums[i] + divisor.nHalf;
+        pDst[i] = static_cast<BYTE>((n * divisor.nReciprocal) >> divisor.nShift);
+    }
+}
+
+constexpr LONG nOutputsWindow = 8;
+constexpr LONG nOutputsHalf = 4;
+constexpr LONG nTapsWindow = 4;
+constexpr LONG cbWindow = 16;
+
+/// The part of a window that four outputs take their four taps from.
+bool MakeHalf(const ResizeRowTaps& taps, LONG nFirst, LONG nChunk, ResizeWindow& window, LONG nHalf,
+              int32_t& nBase) noexcept
+{
+    const LONG nLast = std::min(nFirst + nOutputsHalf, taps.nOutputs);
+    std::memset(window.arrFirst + nHalf * cbWindow, 0x80, cbWindow); // 0x80 gives zero
+    std::memset(window.arrSecond + nHalf * cbWindow, 0x80, cbWindow);
+    std::memset(window.arrWeight01 + nHalf * 8, 0, cbWindow);
+    std::memset(window.arrWeight23 + nHalf * 8, 0, cbWindow);
+    nBase = 0;
+    if (nFirst >= nLast)
+        return true;
+
+    const LONG nTap = nChunk * nTapsWindow;
+    const LONG nTaps = std::min(taps.nTaps - nTap, nTapsWindow);
+    nBase = std::min(taps.pStart[nFirst] + nTap, static_cast<int32_t>(taps.cbRow) - int32_t{cbWindow});
+    for (LONG i = nFirst; i < nLast; i++)
+    {
+        const LONG nOffset = taps.pStart[i] + nTap - nBase;
+        if (nOffset + nTaps > cbWindow)
+            return false;
+        for (LONG k = 0; k < nTaps; k++)
+        {
+            const LONG nWord = (nHalf * nOutputsHalf + i - nFirst) * 2 + (k & 1);
+            (k < 2 ? window.arrFirst : window.arrSecond)[nWord * 2] = static_cast<BYTE>(nOffset + k);
+            (k < 2 ? window.arrWeight01 : window.arrWeight23)[nWord] =
+                taps.pWeights[ptrdiff_t{i} * taps.nTaps + nTap + k];
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+ResizeDivisor MakeResizeDivisor(uint32_t nTotal) noexcept
+{
+    int nBits = 0;
+    while ((1u << nBits) < nTotal)
+        nBits++;
+    // Rounded up, the reciprocal is too large by less than nTotal / 2^nShift, which no n below 2^31 feels.
+    const int nShift = 31 + nBits;
+    const uint64_t nOne = uint64_t{1} << nShift;
+    return {nTotal, nTotal / 2, static_cast<uint32_t>((nOne + nTotal - 1) / nTotal), nShift};
+}
+
+bool MakeResizeWindows(const ResizeRowTaps& taps, ResizeWindow* pWindows, int32_t* pWindowBase) noexcept
+{
+    if (taps.cbRow < static_cast<size_t>(cbWindow))
+        return false;
+    for (LONG nFirst = 0; nFirst < taps.nOutputs; nFirst += nOutputsWindow)
+    {
+        for (LONG nChunk = 0; nChunk < taps.nChunks; nChunk++)
+        {
+            if (!MakeHalf(taps, nFirst, nChunk, *pWindows, 0, pWindowBase[0]) ||
+                !MakeHalf(taps, nFirst + nOutputsHalf, nChunk, *pWindows, 1, pWindowBase[1]))
+                return false;
+            pWindows++;
+            pWindowBase += 2;
+        }
+    }
+    return true;
+}
+
+const ResizeKernels kernelsResizeScalar = {
+    {Row<1>, nullptr, Row<3>, Row<4>}, {Sum<1>, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide, false};
+
+const ResizeKernels& GetResizeKernels() noexcept
+{
+    return kernelsResizeScalar;
+}
