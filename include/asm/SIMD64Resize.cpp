@@ -145,5 +145,13 @@ const ResizeKernels kernelsResizeScalar = {
 
 const ResizeKernels& GetResizeKernels() noexcept
 {
-    return kernelsResizeScalar;
+    switch (CpuLevel())
+    {
+    case eCPU_AVX2:
+        return kernelsResizeAVX2;
+    case eCPU_SSE41:
+        return kernelsResizeSSE41;
+    default:
+        return kernelsResizeScalar;
+    }
 }

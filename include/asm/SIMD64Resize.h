@@ -93,3 +93,5 @@ struct ResizeKernels
 const ResizeKernels& GetResizeKernels() noexcept;
 
 extern const ResizeKernels kernelsResizeScalar;
+extern const ResizeKernels kernelsResizeSSE41;
+extern const ResizeKernels kernelsResizeAVX2;

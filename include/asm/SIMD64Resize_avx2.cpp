@@ -1,0 +1,328 @@
+#include "asm/SIMD64Resize.h"
+
+#include <immintrin.h>
+
+namespace
+{
+
+constexpr int nRowShift = nResizeWeightBits - nResizeRowBits;
+/// Shuffle index that gives a zero byte.
+constexpr char z = static_cast<char>(0x80);
+
+__m256i Load(const void* p) noexcept
+{
+    return _mm256_loadu_si256(static_cast<const __m256i*>(p));
+}
+
+/// 16 bytes from each of two places.
+__m256i LoadPair(const BYTE* pLow, const BYTE* pHigh) noexcept
+{
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pLow));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pHigh));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+
+/// 8 bytes from each of two places.
+__m256i LoadHalves(const BYTE* pLow, const BYTE* pHigh) noexcept
+{
+    const __m128i low = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pLow));
+    const __m128i high = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pHigh));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+}
+
+__m256i RoundRow(__m256i v) noexcept
+{
+    return _mm256_srai_epi32(_mm256_add_epi32(v, _mm256_set1_epi32(1 << (nRowShift - 1))), nRowShift);
+}
+
+/// Sums of eight outputs of one channel.
+template <bool bTwoTaps>
+__m256i WindowSum(const ResizeRowTaps& taps, const BYTE* pSrc, size_t nWindow) noexcept
+{
+    const auto nChunks = static_cast<size_t>(taps.nChunks);
+    __m256i sum = _mm256_setzero_si256();
+    for (size_t i = nWindow * nChunks; i < (nWindow + 1) * nChunks; i++)
+    {
+        const ResizeWindow& window = taps.pWindows[i];
+        const __m256i v = LoadPair(pSrc + taps.pWindowBase[2 * i], pSrc + taps.pWindowBase[2 * i + 1]);
+        const __m256i first = _mm256_shuffle_epi8(v, Load(window.arrFirst));
+        sum = _mm256_add_epi32(sum, _mm256_madd_epi16(first, Load(window.arrWeight01)));
+        if constexpr (!bTwoTaps)
+        {
+            const __m256i second = _mm256_shuffle_epi8(v, Load(window.arrSecond));
+            sum = _mm256_add_epi32(sum, _mm256_madd_epi16(second, Load(window.arrWeight23)));
+        }
+    }
+    return sum;
+}
+
+template <bool bTwoTaps>
+void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
+    size_t i = 0;
+    for (; i + 2 <= nWindows; i += 2)
+    {
+        const __m256i first = RoundRow(WindowSum<bTwoTaps>(taps, pSrc, i));
+        const __m256i second = RoundRow(WindowSum<bTwoTaps>(taps, pSrc, i + 1));
+        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi32(first, second), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), packed);
+    }
+    if (i < nWindows)
+    {
+        const __m256i last = RoundRow(WindowSum<bTwoTaps>(taps, pSrc, i));
+        const __m128i packed =
+            _mm_packs_epi32(_mm256_castsi256_si128(last), _mm256_extracti128_si256(last, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + 8 * i), packed);
+    }
+}
+
+void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    if (!taps.pWindows)
+        kernelsResizeScalar.arrRow[0](taps, pSrc, pDst);
+    else if (taps.nTaps <= 2)
+        RowWindows<true>(taps, pSrc, pDst);
+    else
+        RowWindows<false>(taps, pSrc, pDst);
+}
+
+void Sum1(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
+{
+    if (!taps.pWindows)
+    {
+        kernelsResizeScalar.arrSum[0](taps, pSrc, pDst);
+        return;
+    }
+    const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
+    for (size_t i = 0; i < nWindows; i++)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), WindowSum<false>(taps, pSrc, i));
+}
+
+/// Taps of one pixel, of which each channel becomes four bytes: two taps widened to words.
+template <int nChannels>
+__m256i ShuffleTaps(int nTap) noexcept
+{
+    const auto n = static_cast<char>(nTap * nChannels);
+    const auto m = static_cast<char>((nTap + 1) * nChannels);
+    const char c2 = static_cast<char>(n + 3);
+    const char d2 = static_cast<char>(m + 3);
+    constexpr bool bFour = nChannels == 4;
+    const __m128i v = _mm_setr_epi8(n, z, m, z, static_cast<char>(n + 1), z, static_cast<char>(m + 1), z,
+                                    static_cast<char>(n + 2), z, static_cast<char>(m + 2), z, bFour ? c2 : z,
+                                    z, bFour ? d2 : z, z);
+    return _mm256_broadcastsi128_si256(v);
+}
+
+__m256i WeightPair(const int16_t* pLow, const int16_t* pHigh) noexcept
+{
+    int nLow = 0;
+    int nHigh = 0;
+    __builtin_memcpy(&nLow, pLow, sizeof(nLow));
+    __builtin_memcpy(&nHigh, pHigh, sizeof(nHigh));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_set1_epi32(nLow)), _mm_set1_epi32(nHigh), 1);
+}
+
+/// Sums of the channels of two pixels.
+template <int nChannels, bool bTwoTaps>
+__m256i PixelSum(const ResizeRowTaps& taps, const BYTE* pSrc, ptrdiff_t nLow, ptrdiff_t nHigh) noexcept
+{
+    const BYTE* pLow = pSrc + ptrdiff_t{taps.pStart[nLow]} * nChannels;
+    const BYTE* pHigh = pSrc + ptrdiff_t{taps.pStart[nHigh]} * nChannels;
+    const int16_t* pWeightLow = taps.pWeights + nLow * taps.nTaps;
+    const int16_t* pWeightHigh = taps.pWeights + nHigh * taps.nTaps;
+    const __m256i shuffle01 = ShuffleTaps<nChannels>(0);
+    if constexpr (bTwoTaps)
+    {
+        const __m256i v = LoadHalves(pLow, pHigh);
+        return _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle01), WeightPair(pWeightLow, pWeightHigh));
+    }
+    const __m256i shuffle23 = ShuffleTaps<nChannels>(2);
+    __m256i sum = _mm256_setzero_si256();
+    for (LONG k = 0; k < taps.nTaps; k += 4)
+    {
+        const __m256i v = LoadPair(pLow + ptrdiff_t{k} * nChannels, pHigh + ptrdiff_t{k} * nChannels);
+        const __m256i first =
+            _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle01), WeightPair(pWeightLow + k, pWeightHigh + k));
+        const __m256i second = _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle23),
+                                                 WeightPair(pWeightLow + k + 2, pWeightHigh + k + 2));
+        sum = _mm256_add_epi32(sum, _mm256_add_epi32(first, second));
+    }
+    return sum;
+}
+
+/// Outputs whose loads end inside the row, all of the first ones.
+template <int nChannels, bool bTwoTaps>
+ptrdiff_t SafeOutputs(const ResizeRowTaps& taps) noexcept
+{
+    const ptrdiff_t nLastLoad = bTwoTaps ? 0 : ptrdiff_t{taps.nTaps} - 4;
+    constexpr ptrdiff_t cbLoad = bTwoTaps ? 8 : 16;
+    const ptrdiff_t nLimit = static_cast<ptrdiff_t>(taps.cbRow) - cbLoad;
+    ptrdiff_t n = taps.nOutputs;
+    while (n > 0 && (taps.pStart[n - 1] + nLastLoad) * nChannels > nLimit)
+        n--;
+    return n;
+}
+
+/// The outputs from nFirst on.
+ResizeRowTaps Rest(const ResizeRowTaps& taps, ptrdiff_t nFirst) noexcept
+{
+    ResizeRowTaps rest = taps;
+    rest.pStart += nFirst;
+    rest.pWeights += nFirst * taps.nTaps;
+    rest.nOutputs -= static_cast<LONG>(nFirst);
+    return rest;
+}
+
+template <int nChannels, bool bTwoTaps>
+void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    const ptrdiff_t nSafe = SafeOutputs<nChannels, bTwoTaps>(taps) & ~ptrdiff_t{3};
+    for (ptrdiff_t i = 0; i < nSafe; i += 4)
+    {
+        const __m256i a = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i, i + 2));
+        const __m256i b = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i + 1, i + 3));
+        const __m256i packed = _mm256_packs_epi32(a, b); // pixels 0, 1 | 2, 3
+        if constexpr (nChannels == 4)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + i * 4), packed);
+        else
+        {
+            const __m256i close =
+                _mm256_shuffle_epi8(packed, _mm256_broadcastsi128_si256(_mm_setr_epi8(
+                                                0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, z, z, z, z)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + i * 3), _mm256_castsi256_si128(close));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + i * 3 + 6),
+                             _mm256_extracti128_si256(close, 1));
+        }
+    }
+    if (nSafe < taps.nOutputs)
+        kernelsResizeScalar.arrRow[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
+}
+
+template <int nChannels>
+void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    if (taps.nTaps == 2)
+        RowPixels<nChannels, true>(taps, pSrc, pDst);
+    else if (taps.nTaps % 4 == 0)
+        RowPixels<nChannels, false>(taps, pSrc, pDst);
+    else
+        kernelsResizeScalar.arrRow[nChannels - 1](taps, pSrc, pDst);
+}
+
+template <int nChannels>
+void Sum(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
+{
+    if (taps.nTaps % 4 != 0)
+    {
+        kernelsResizeScalar.arrSum[nChannels - 1](taps, pSrc, pDst);
+        return;
+    }
+    const ptrdiff_t nSafe = SafeOutputs<nChannels, false>(taps) & ~ptrdiff_t{1};
+    for (ptrdiff_t i = 0; i < nSafe; i += 2)
+    {
+        const __m256i v = PixelSum<nChannels, false>(taps, pSrc, i, i + 1);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + i * nChannels), _mm256_castsi256_si128(v));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + (i + 1) * nChannels),
+                         _mm256_extracti128_si256(v, 1));
+    }
+    if (nSafe < taps.nOutputs)
+        kernelsResizeScalar.arrSum[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
+}
+
+template <int nTaps>
+__m256i BlendSum(const int16_t* const* ppRows, const __m256i* pWeights, size_t nAt) noexcept
+{
+    __m256i sum = _mm256_set1_epi16(1 << (nResizeRowBits - 2));
+    for (int k = 0; k < nTaps; k++)
+        sum = _mm256_add_epi16(sum, _mm256_mulhrs_epi16(Load(ppRows[k] + nAt), pWeights[k]));
+    return _mm256_srai_epi16(sum, nResizeRowBits - 1);
+}
+
+template <int nTaps>
+void BlendRows(const int16_t* const* ppRows, const int16_t* pWeights, BYTE* pDst, size_t nSamples) noexcept
+{
+    constexpr size_t nVector = 32;
+    __m256i arrWeights[nTaps];
+    for (int k = 0; k < nTaps; k++)
+        arrWeights[k] = _mm256_set1_epi16(pWeights[k]);
+    const auto store = [&](size_t i, BYTE* p)
+    {
+        const __m256i low = BlendSum<nTaps>(ppRows, arrWeights, i);
+        const __m256i high = BlendSum<nTaps>(ppRows, arrWeights, i + 16);
+        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), packed);
+    };
+    size_t i = 0;
+    for (; i + nVector <= nSamples; i += nVector)
+        store(i, pDst + i);
+    if (i < nSamples)
+    {
+        // The slack behind the rows may be read, but nothing written behind the output.
+        BYTE arrLast[nVector];
+        store(i, arrLast);
+        __builtin_memcpy(pDst + i, arrLast, nSamples - i);
+    }
+}
+
+void Blend(const int16_t* const* ppRows, const int16_t* pWeights, LONG nTaps, BYTE* pDst,
+           size_t nSamples) noexcept
+{
+    switch (nTaps)
+    {
+    case 4:
+        BlendRows<4>(ppRows, pWeights, pDst, nSamples);
+        break;
+    case 2:
+        BlendRows<2>(ppRows, pWeights, pDst, nSamples);
+        break;
+    default:
+        kernelsResizeScalar.pfnBlend(ppRows, pWeights, nTaps, pDst, nSamples);
+    }
+}
+
+void Add(uint32_t* pSums, const int32_t* pRow, uint32_t nWeight, bool bFirst, size_t nSamples) noexcept
+{
+    const __m256i weight = _mm256_set1_epi32(static_cast<int>(nWeight));
+    size_t i = 0;
+    for (; i + 8 <= nSamples; i += 8)
+    {
+        __m256i v = _mm256_mullo_epi32(Load(pRow + i), weight);
+        if (!bFirst)
+            v = _mm256_add_epi32(v, Load(pSums + i));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pSums + i), v);
+    }
+    kernelsResizeScalar.pfnAdd(pSums + i, pRow + i, nWeight, bFirst, nSamples - i);
+}
+
+/// Eight quotients in the low bytes of eight words.
+__m256i Quotients(const uint32_t* pSums, __m256i half, __m256i reciprocal, __m128i shift) noexcept
+{
+    const __m256i n = _mm256_add_epi32(Load(pSums), half);
+    const __m256i even = _mm256_srl_epi64(_mm256_mul_epu32(n, reciprocal), shift);
+    const __m256i odd = _mm256_srl_epi64(_mm256_mul_epu32(_mm256_srli_epi64(n, 32), reciprocal), shift);
+    return _mm256_or_si256(even, _mm256_slli_epi64(odd, 32));
+}
+
+void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, size_t nSamples) noexcept
+{
+    const __m256i half = _mm256_set1_epi32(static_cast<int>(divisor.nHalf));
+    const __m256i reciprocal = _mm256_set1_epi64x(divisor.nReciprocal);
+    const __m128i shift = _mm_cvtsi32_si128(divisor.nShift);
+    size_t i = 0;
+    for (; i + 16 <= nSamples; i += 16)
+    {
+        const __m256i low = Quotients(pSums + i, half, reciprocal, shift);
+        const __m256i high = Quotients(pSums + i + 8, half, reciprocal, shift);
+        const __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), 0xD8);
+        const __m128i bytes =
+            _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + i), bytes);
+    }
+    kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
+}
+
+} // namespace
+
+const ResizeKernels kernelsResizeAVX2 = {
+    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide, true};

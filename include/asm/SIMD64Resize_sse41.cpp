@@ -1,0 +1,287 @@
+#include "asm/SIMD64Resize.h"
+
+#include <smmintrin.h>
+
+namespace
+{
+
+constexpr int nRowShift = nResizeWeightBits - nResizeRowBits;
+/// Shuffle index that gives a zero byte.
+constexpr char z = static_cast<char>(0x80);
+
+__m128i Load(const void* p) noexcept
+{
+    return _mm_loadu_si128(static_cast<const __m128i*>(p));
+}
+
+void Store(void* p, __m128i v) noexcept
+{
+    _mm_storeu_si128(static_cast<__m128i*>(p), v);
+}
+
+__m128i RoundRow(__m128i v) noexcept
+{
+    return _mm_srai_epi32(_mm_add_epi32(v, _mm_set1_epi32(1 << (nRowShift - 1))), nRowShift);
+}
+
+/// Sums of four outputs of one channel: half a window.
+template <bool bTwoTaps>
+__m128i HalfSum(const ResizeRowTaps& taps, const BYTE* pSrc, size_t nHalf) noexcept
+{
+    const auto nChunks = static_cast<size_t>(taps.nChunks);
+    const size_t nFirst = nHalf / 2 * nChunks;
+    const size_t nSide = nHalf & 1;
+    __m128i sum = _mm_setzero_si128();
+    for (size_t i = nFirst; i < nFirst + nChunks; i++)
+    {
+        const ResizeWindow& window = taps.pWindows[i];
+        const __m128i v = Load(pSrc + taps.pWindowBase[2 * i + nSide]);
+        const __m128i first = _mm_shuffle_epi8(v, Load(window.arrFirst + 16 * nSide));
+        sum = _mm_add_epi32(sum, _mm_madd_epi16(first, Load(window.arrWeight01 + 8 * nSide)));
+        if constexpr (!bTwoTaps)
+        {
+            const __m128i second = _mm_shuffle_epi8(v, Load(window.arrSecond + 16 * nSide));
+            sum = _mm_add_epi32(sum, _mm_madd_epi16(second, Load(window.arrWeight23 + 8 * nSide)));
+        }
+    }
+    return sum;
+}
+
+template <bool bTwoTaps>
+void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
+    for (size_t i = 0; i < nWindows; i++)
+    {
+        const __m128i low = RoundRow(HalfSum<bTwoTaps>(taps, pSrc, 2 * i));
+        const __m128i high = RoundRow(HalfSum<bTwoTaps>(taps, pSrc, 2 * i + 1));
+        Store(pDst + 8 * i, _mm_packs_epi32(low, high));
+    }
+}
+
+void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    if (!taps.pWindows)
+        kernelsResizeScalar.arrRow[0](taps, pSrc, pDst);
+    else if (taps.nTaps <= 2)
+        RowWindows<true>(taps, pSrc, pDst);
+    else
+        RowWindows<false>(taps, pSrc, pDst);
+}
+
+void Sum1(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
+{
+    if (!taps.pWindows)
+    {
+        kernelsResizeScalar.arrSum[0](taps, pSrc, pDst);
+        return;
+    }
+    const size_t nHalves = (static_cast<size_t>(taps.nOutputs) + 3) / 4;
+    for (size_t i = 0; i < nHalves; i++)
+        Store(pDst + 4 * i, HalfSum<false>(taps, pSrc, i));
+}
+
+/// Taps of one pixel, of which each channel becomes four bytes: two taps widened to words.
+template <int nChannels>
+__m128i ShuffleTaps(int nTap) noexcept
+{
+    const int n = nTap * nChannels;
+    const int m = (nTap + 1) * nChannels;
+    const auto at = [](int nByte) { return static_cast<char>(nByte); };
+    constexpr bool bFour = nChannels == 4;
+    return _mm_setr_epi8(at(n), z, at(m), z, at(n + 1), z, at(m + 1), z, at(n + 2), z, at(m + 2), z,
+                         bFour ? at(n + 3) : z, z, bFour ? at(m + 3) : z, z);
+}
+
+__m128i WeightPair(const int16_t* pWeights) noexcept
+{
+    int nPair = 0;
+    __builtin_memcpy(&nPair, pWeights, sizeof(nPair));
+    return _mm_set1_epi32(nPair);
+}
+
+/// Sums of the channels of one pixel.
+template <int nChannels, bool bTwoTaps>
+__m128i PixelSum(const ResizeRowTaps& taps, const BYTE* pSrc, ptrdiff_t nOutput) noexcept
+{
+    const BYTE* p = pSrc + ptrdiff_t{taps.pStart[nOutput]} * nChannels;
+    const int16_t* pWeights = taps.pWeights + nOutput * taps.nTaps;
+    const __m128i shuffle01 = ShuffleTaps<nChannels>(0);
+    if constexpr (bTwoTaps)
+    {
+        const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle01), WeightPair(pWeights));
+    }
+    const __m128i shuffle23 = ShuffleTaps<nChannels>(2);
+    __m128i sum = _mm_setzero_si128();
+    for (LONG k = 0; k < taps.nTaps; k += 4)
+    {
+        const __m128i v = Load(p + ptrdiff_t{k} * nChannels);
+        const __m128i first = _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle01), WeightPair(pWeights + k));
+        const __m128i second = _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle23), WeightPair(pWeights + k + 2));
+        sum = _mm_add_epi32(sum, _mm_add_epi32(first, second));
+    }
+    return sum;
+}
+
+/// Outputs whose loads end inside the row, all of the first ones.
+template <int nChannels, bool bTwoTaps>
+ptrdiff_t SafeOutputs(const ResizeRowTaps& taps) noexcept
+{
+    const ptrdiff_t nLastLoad = bTwoTaps ? 0 : ptrdiff_t{taps.nTaps} - 4;
+    constexpr ptrdiff_t cbLoad = bTwoTaps ? 8 : 16;
+    const ptrdiff_t nLimit = static_cast<ptrdiff_t>(taps.cbRow) - cbLoad;
+    ptrdiff_t n = taps.nOutputs;
+    while (n > 0 && (taps.pStart[n - 1] + nLastLoad) * nChannels > nLimit)
+        n--;
+    return n;
+}
+
+/// The outputs from nFirst on.
+ResizeRowTaps Rest(const ResizeRowTaps& taps, ptrdiff_t nFirst) noexcept
+{
+    ResizeRowTaps rest = taps;
+    rest.pStart += nFirst;
+    rest.pWeights += nFirst * taps.nTaps;
+    rest.nOutputs -= static_cast<LONG>(nFirst);
+    return rest;
+}
+
+template <int nChannels, bool bTwoTaps>
+void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    const ptrdiff_t nSafe = SafeOutputs<nChannels, bTwoTaps>(taps) & ~ptrdiff_t{1};
+    for (ptrdiff_t i = 0; i < nSafe; i += 2)
+    {
+        const __m128i a = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i));
+        const __m128i b = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i + 1));
+        __m128i packed = _mm_packs_epi32(a, b);
+        if constexpr (nChannels == 3)
+            packed =
+                _mm_shuffle_epi8(packed, _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, z, z, z, z));
+        Store(pDst + i * nChannels, packed);
+    }
+    if (nSafe < taps.nOutputs)
+        kernelsResizeScalar.arrRow[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
+}
+
+template <int nChannels>
+void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+{
+    if (taps.nTaps == 2)
+        RowPixels<nChannels, true>(taps, pSrc, pDst);
+    else if (taps.nTaps % 4 == 0)
+        RowPixels<nChannels, false>(taps, pSrc, pDst);
+    else
+        kernelsResizeScalar.arrRow[nChannels - 1](taps, pSrc, pDst);
+}
+
+template <int nChannels>
+void Sum(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
+{
+    if (taps.nTaps % 4 != 0)
+    {
+        kernelsResizeScalar.arrSum[nChannels - 1](taps, pSrc, pDst);
+        return;
+    }
+    const ptrdiff_t nSafe = SafeOutputs<nChannels, false>(taps);
+    for (ptrdiff_t i = 0; i < nSafe; i++)
+        Store(pDst + i * nChannels, PixelSum<nChannels, false>(taps, pSrc, i));
+    if (nSafe < taps.nOutputs)
+        kernelsResizeScalar.arrSum[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
+}
+
+template <int nTaps>
+__m128i BlendSum(const int16_t* const* ppRows, const __m128i* pWeights, size_t nAt) noexcept
+{
+    __m128i sum = _mm_set1_epi16(1 << (nResizeRowBits - 2));
+    for (int k = 0; k < nTaps; k++)
+        sum = _mm_add_epi16(sum, _mm_mulhrs_epi16(Load(ppRows[k] + nAt), pWeights[k]));
+    return _mm_srai_epi16(sum, nResizeRowBits - 1);
+}
+
+template <int nTaps>
+void BlendRows(const int16_t* const* ppRows, const int16_t* pWeights, BYTE* pDst, size_t nSamples) noexcept
+{
+    constexpr size_t nVector = 16;
+    __m128i arrWeights[nTaps];
+    for (int k = 0; k < nTaps; k++)
+        arrWeights[k] = _mm_set1_epi16(pWeights[k]);
+    const auto blend = [&](size_t i)
+    {
+        return _mm_packus_epi16(BlendSum<nTaps>(ppRows, arrWeights, i),
+                                BlendSum<nTaps>(ppRows, arrWeights, i + 8));
+    };
+    size_t i = 0;
+    for (; i + nVector <= nSamples; i += nVector)
+        Store(pDst + i, blend(i));
+    if (i < nSamples)
+    {
+        // The slack behind the rows may be read, but nothing written behind the output.
+        BYTE arrLast[nVector];
+        Store(arrLast, blend(i));
+        __builtin_memcpy(pDst + i, arrLast, nSamples - i);
+    }
+}
+
+void Blend(const int16_t* const* ppRows, const int16_t* pWeights, LONG nTaps, BYTE* pDst,
+           size_t nSamples) noexcept
+{
+    switch (nTaps)
+    {
+    case 4:
+        BlendRows<4>(ppRows, pWeights, pDst, nSamples);
+        break;
+    case 2:
+        BlendRows<2>(ppRows, pWeights, pDst, nSamples);
+        break;
+    default:
+        kernelsResizeScalar.pfnBlend(ppRows, pWeights, nTaps, pDst, nSamples);
+    }
+}
+
+void Add(uint32_t* pSums, const int32_t* pRow, uint32_t nWeight, bool bFirst, size_t nSamples) noexcept
+{
+    const __m128i weight = _mm_set1_epi32(static_cast<int>(nWeight));
+    size_t i = 0;
+    for (; i + 4 <= nSamples; i += 4)
+    {
+        __m128i v = _mm_mullo_epi32(Load(pRow + i), weight);
+        if (!bFirst)
+            v = _mm_add_epi32(v, Load(pSums + i));
+        Store(pSums + i, v);
+    }
+    kernelsResizeScalar.pfnAdd(pSums + i, pRow + i, nWeight, bFirst, nSamples - i);
+}
+
+/// Four quotients.
+__m128i Quotients(const uint32_t* pSums, __m128i half, __m128i reciprocal, __m128i shift) noexcept
+{
+    const __m128i n = _mm_add_epi32(Load(pSums), half);
+    const __m128i even = _mm_srl_epi64(_mm_mul_epu32(n, reciprocal), shift);
+    const __m128i odd = _mm_srl_epi64(_mm_mul_epu32(_mm_srli_epi64(n, 32), reciprocal), shift);
+    return _mm_or_si128(even, _mm_slli_epi64(odd, 32));
+}
+
+void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, size_t nSamples) noexcept
+{
+    const __m128i half = _mm_set1_epi32(static_cast<int>(divisor.nHalf));
+    const __m128i reciprocal = _mm_set1_epi64x(divisor.nReciprocal);
+    const __m128i shift = _mm_cvtsi32_si128(divisor.nShift);
+    size_t i = 0;
+    for (; i + 16 <= nSamples; i += 16)
+    {
+        const auto words = [&](size_t nAt)
+        {
+            return _mm_packus_epi32(Quotients(pSums + nAt, half, reciprocal, shift),
+                                    Quotients(pSums + nAt + 4, half, reciprocal, shift));
+        };
+        Store(pDst + i, _mm_packus_epi16(words(i), words(i + 8)));
+    }
+    kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
+}
+
+} // namespace
+
+const ResizeKernels kernelsResizeSSE41 = {
+    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide, true};
