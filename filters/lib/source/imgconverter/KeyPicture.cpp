@@ -2,6 +2,7 @@
 
 #include "imgconverter/ImgConverter.h"
 
+#include <cstring>
 #include <new>
 
 HRESULT CKeyPicture::Open(const BYTE* pbInput, const PicProps& pic, BYTE* pTemp) noexcept
@@ -19,13 +20,16 @@ HRESULT CKeyPicture::Open(const BYTE* pbInput, const PicProps& pic, BYTE* pTemp)
 
     if (pic.nRowWidth <= 0)
         return E_INVALIDARG; // the converted rows would have no length
+    const auto cbPicture = static_cast<size_t>(m_cbPitch * m_nHeight);
     if (!pTemp)
     {
-        m_memory.reset(new (std::nothrow) BYTE[static_cast<size_t>(m_cbPitch * m_nHeight)]);
+        m_memory.reset(new (std::nothrow) BYTE[cbPicture]);
         pTemp = m_memory.get();
     }
     if (!pTemp)
         return E_OUTOFMEMORY;
+    // Some formats have no path to RGB32 and leave the output as it is: such a picture counts as black.
+    std::memset(pTemp, 0, cbPicture);
     // A YUV picture becomes a top-down one, an RGB picture keeps its order.
     const LONG nHeight = IsRGBFormat(pic.fccType) ? pic.nHeight : static_cast<LONG>(-m_nHeight);
     const PicProps picRGB = {FOURCC_RGB32, pic.nWidth, nHeight, pic.nRowWidth};
