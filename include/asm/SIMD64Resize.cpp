@@ -72,6 +72,34 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     }
 }
 
+template <bool bChromaFirst>
+void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
+{
+    constexpr int nLuma = bChromaFirst ? 1 : 0;
+    for (size_t i = 0; i < nPairs; i++)
+    {
+        const BYTE* p = pSrc + 4 * i;
+        pY[2 * i] = p[nLuma];
+        pY[2 * i + 1] = p[nLuma + 2];
+        pFirst[i] = p[1 - nLuma];
+        pSecond[i] = p[3 - nLuma];
+    }
+}
+
+template <bool bChromaFirst>
+void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, size_t nPairs) noexcept
+{
+    constexpr int nLuma = bChromaFirst ? 1 : 0;
+    for (size_t i = 0; i < nPairs; i++)
+    {
+        BYTE* p = pDst + 4 * i;
+        p[nLuma] = pY[2 * i];
+        p[nLuma + 2] = pY[2 * i + 1];
+        p[1 - nLuma] = pFirst[i];
+        p[3 - nLuma] = pSecond[i];
+    }
+}
+
 constexpr LONG nOutputsWindow = 8;
 constexpr LONG nOutputsHalf = 4;
 constexpr LONG nTapsWindow = 4;
@@ -140,8 +168,27 @@ bool MakeResizeWindows(const ResizeRowTaps& taps, ResizeWindow* pWindows, int32_
     return true;
 }
 
+void MakeResizePixelWeights(const ResizeRowTaps& taps, ResizePixelWeights* pPixelWeights) noexcept
+{
+    std::memset(pPixelWeights, 0,
+                (static_cast<size_t>(taps.nOutputs) + 1) / 2 * static_cast<size_t>(taps.nChunks) *
+                    sizeof(ResizePixelWeights));
+    for (LONG i = 0; i < taps.nOutputs; i++)
+    {
+        const int16_t* pWeights = taps.pWeights + ptrdiff_t{i} * taps.nTaps;
+        for (LONG k = 0; k < taps.nTaps; k++)
+        {
+            ResizePixelWeights& pixel = pPixelWeights[ptrdiff_t{i / 2} * taps.nChunks + k / nTapsWindow];
+            int16_t* pTarget = (k & 2 ? pixel.arrWeight23 : pixel.arrWeight01) + (i & 1) * 8 + (k & 1);
+            for (int c = 0; c < 4; c++)
+                pTarget[2 * c] = pWeights[k];
+        }
+    }
+}
+
 const ResizeKernels kernelsResizeScalar = {
-    {Row<1>, nullptr, Row<3>, Row<4>}, {Sum<1>, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide, false};
+    {Row<1>, nullptr, Row<3>, Row<4>}, {Sum<1>, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide,
+    {Split<false>, Split<true>},       {Merge<false>, Merge<true>},       false};
 
 const ResizeKernels& GetResizeKernels() noexcept
 {

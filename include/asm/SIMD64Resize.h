@@ -29,7 +29,14 @@ struct alignas(32) ResizeWindow
     int16_t arrWeight23[16];
 };
 
-/// How a row is scaled across. All forms read pStart and pWeights; windows are optional.
+/// The weights of four taps of two outputs, repeated for each of four channels: one output a half.
+struct alignas(32) ResizePixelWeights
+{
+    int16_t arrWeight01[16];
+    int16_t arrWeight23[16];
+};
+
+/// How a row is scaled across. All forms read pStart and pWeights; the rest is optional.
 struct ResizeRowTaps
 {
     const int32_t* pStart;   ///< first source pixel of each output
@@ -41,7 +48,9 @@ struct ResizeRowTaps
     /// fit.
     const ResizeWindow* pWindows;
     const int32_t* pWindowBase; ///< two byte offsets for each window
-    LONG nChunks;
+    /// Weights for three and four channels: nChunks for each two outputs, or null.
+    const ResizePixelWeights* pPixelWeights;
+    LONG nChunks; ///< groups of four taps
 };
 
 /// Divides sums by the number of parts that a full pixel has, rounding half up.
@@ -64,6 +73,10 @@ ResizeDivisor MakeResizeDivisor(uint32_t nTotal) noexcept;
 /// \return false when four outputs lie too far apart for 16 bytes, or the row is too short
 bool MakeResizeWindows(const ResizeRowTaps& taps, ResizeWindow* pWindows, int32_t* pWindowBase) noexcept;
 
+/// Repeats the weights for three and four channels.
+/// \param pPixelWeights nChunks for each two outputs begun
+void MakeResizePixelWeights(const ResizeRowTaps& taps, ResizePixelWeights* pPixelWeights) noexcept;
+
 /// A row across, to 16-bit samples of 1/64 level. pDst has nResizeRowSlack samples to spare.
 using PFNRESIZEROW = void (*)(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept;
 /// A row across, to plain sums. pDst has nResizeRowSlack samples to spare.
@@ -78,6 +91,12 @@ using PFNRESIZEADD = void (*)(uint32_t* pSums, const int32_t* pRow, uint32_t nWe
 using PFNRESIZEDIVIDE = void (*)(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor,
                                  size_t nSamples) noexcept;
 
+/// nPairs times four bytes of packed 4:2:2 into planes: Y, and the two kinds of chroma as they come.
+using PFNSPLIT422 = void (*)(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept;
+/// Planes into packed 4:2:2.
+using PFNMERGE422 = void (*)(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst,
+                             size_t nPairs) noexcept;
+
 /// Kernels by number of channels, less one; two channels have none.
 struct ResizeKernels
 {
@@ -86,7 +105,9 @@ struct ResizeKernels
     PFNRESIZEBLEND pfnBlend;
     PFNRESIZEADD pfnAdd;
     PFNRESIZEDIVIDE pfnDivide;
-    bool bWindows; ///< the one-channel forms gain from windows
+    PFNSPLIT422 arrSplit[2]; ///< luma first (Y, U, Y, V), and chroma first (U, Y, V, Y)
+    PFNMERGE422 arrMerge[2];
+    bool bPrepared; ///< the forms gain from windows and repeated weights
 };
 
 /// The kernels of the level that CpuLevel names.

@@ -35,16 +35,15 @@ __m256i RoundRow(__m256i v) noexcept
     return _mm256_srai_epi32(_mm256_add_epi32(v, _mm256_set1_epi32(1 << (nRowShift - 1))), nRowShift);
 }
 
-/// Sums of eight outputs of one channel.
+/// Sums of eight outputs of one channel, with nChunks groups of four taps.
 template <bool bTwoTaps>
-__m256i WindowSum(const ResizeRowTaps& taps, const BYTE* pSrc, size_t nWindow) noexcept
+__m256i WindowSum(const BYTE* pSrc, const ResizeWindow* pWindows, const int32_t* pBase, LONG nChunks) noexcept
 {
-    const auto nChunks = static_cast<size_t>(taps.nChunks);
     __m256i sum = _mm256_setzero_si256();
-    for (size_t i = nWindow * nChunks; i < (nWindow + 1) * nChunks; i++)
+    for (LONG k = 0; k < nChunks; k++)
     {
-        const ResizeWindow& window = taps.pWindows[i];
-        const __m256i v = LoadPair(pSrc + taps.pWindowBase[2 * i], pSrc + taps.pWindowBase[2 * i + 1]);
+        const ResizeWindow& window = pWindows[k];
+        const __m256i v = LoadPair(pSrc + pBase[2 * k], pSrc + pBase[2 * k + 1]);
         const __m256i first = _mm256_shuffle_epi8(v, Load(window.arrFirst));
         sum = _mm256_add_epi32(sum, _mm256_madd_epi16(first, Load(window.arrWeight01)));
         if constexpr (!bTwoTaps)
@@ -56,21 +55,25 @@ __m256i WindowSum(const ResizeRowTaps& taps, const BYTE* pSrc, size_t nWindow) n
     return sum;
 }
 
+/// Rows of one group of taps, as all interpolating filters have. What the loop reads stands in locals: for
+/// all that the compiler knows, its stores could change what taps holds.
 template <bool bTwoTaps>
 void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 {
     const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
+    const ResizeWindow* pWindows = taps.pWindows;
+    const int32_t* pBase = taps.pWindowBase;
+    const auto sum = [=](size_t i)
+    { return RoundRow(WindowSum<bTwoTaps>(pSrc, pWindows + i, pBase + 2 * i, 1)); };
     size_t i = 0;
     for (; i + 2 <= nWindows; i += 2)
     {
-        const __m256i first = RoundRow(WindowSum<bTwoTaps>(taps, pSrc, i));
-        const __m256i second = RoundRow(WindowSum<bTwoTaps>(taps, pSrc, i + 1));
-        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi32(first, second), 0xD8);
+        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi32(sum(i), sum(i + 1)), 0xD8);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), packed);
     }
     if (i < nWindows)
     {
-        const __m256i last = RoundRow(WindowSum<bTwoTaps>(taps, pSrc, i));
+        const __m256i last = sum(i);
         const __m128i packed =
             _mm_packs_epi32(_mm256_castsi256_si128(last), _mm256_extracti128_si256(last, 1));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + 8 * i), packed);
@@ -84,7 +87,7 @@ void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
     else if (taps.nTaps <= 2)
         RowWindows<true>(taps, pSrc, pDst);
     else
-        RowWindows<false>(taps, pSrc, pDst);
+        RowWindows<false>(taps, pSrc, pDst); // four taps at most
 }
 
 void Sum1(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
@@ -94,9 +97,14 @@ void Sum1(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
         kernelsResizeScalar.arrSum[0](taps, pSrc, pDst);
         return;
     }
+    const LONG nChunks = taps.nChunks;
     const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
     for (size_t i = 0; i < nWindows; i++)
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), WindowSum<false>(taps, pSrc, i));
+    {
+        const size_t nAt = i * static_cast<size_t>(nChunks);
+        const __m256i v = WindowSum<false>(pSrc, taps.pWindows + nAt, taps.pWindowBase + 2 * nAt, nChunks);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), v);
+    }
 }
 
 /// Taps of one pixel, of which each channel becomes four bytes: two taps widened to words.
@@ -114,38 +122,27 @@ __m256i ShuffleTaps(int nTap) noexcept
     return _mm256_broadcastsi128_si256(v);
 }
 
-__m256i WeightPair(const int16_t* pLow, const int16_t* pHigh) noexcept
-{
-    int nLow = 0;
-    int nHigh = 0;
-    __builtin_memcpy(&nLow, pLow, sizeof(nLow));
-    __builtin_memcpy(&nHigh, pHigh, sizeof(nHigh));
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_set1_epi32(nLow)), _mm_set1_epi32(nHigh), 1);
-}
-
-/// Sums of the channels of two pixels.
+/// Sums of the channels of two pixels, with nChunks groups of four taps.
 template <int nChannels, bool bTwoTaps>
-__m256i PixelSum(const ResizeRowTaps& taps, const BYTE* pSrc, ptrdiff_t nLow, ptrdiff_t nHigh) noexcept
+__m256i PixelSum(const BYTE* pLow, const BYTE* pHigh, const ResizePixelWeights* pWeights,
+                 LONG nChunks) noexcept
 {
-    const BYTE* pLow = pSrc + ptrdiff_t{taps.pStart[nLow]} * nChannels;
-    const BYTE* pHigh = pSrc + ptrdiff_t{taps.pStart[nHigh]} * nChannels;
-    const int16_t* pWeightLow = taps.pWeights + nLow * taps.nTaps;
-    const int16_t* pWeightHigh = taps.pWeights + nHigh * taps.nTaps;
     const __m256i shuffle01 = ShuffleTaps<nChannels>(0);
     if constexpr (bTwoTaps)
     {
         const __m256i v = LoadHalves(pLow, pHigh);
-        return _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle01), WeightPair(pWeightLow, pWeightHigh));
+        return _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle01), Load(pWeights->arrWeight01));
     }
     const __m256i shuffle23 = ShuffleTaps<nChannels>(2);
     __m256i sum = _mm256_setzero_si256();
-    for (LONG k = 0; k < taps.nTaps; k += 4)
+    for (LONG k = 0; k < nChunks; k++)
     {
-        const __m256i v = LoadPair(pLow + ptrdiff_t{k} * nChannels, pHigh + ptrdiff_t{k} * nChannels);
+        const ptrdiff_t nAt = ptrdiff_t{k} * 4 * nChannels;
+        const __m256i v = LoadPair(pLow + nAt, pHigh + nAt);
         const __m256i first =
-            _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle01), WeightPair(pWeightLow + k, pWeightHigh + k));
-        const __m256i second = _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle23),
-                                                 WeightPair(pWeightLow + k + 2, pWeightHigh + k + 2));
+            _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle01), Load(pWeights[k].arrWeight01));
+        const __m256i second =
+            _mm256_madd_epi16(_mm256_shuffle_epi8(v, shuffle23), Load(pWeights[k].arrWeight23));
         sum = _mm256_add_epi32(sum, _mm256_add_epi32(first, second));
     }
     return sum;
@@ -174,15 +171,20 @@ ResizeRowTaps Rest(const ResizeRowTaps& taps, ptrdiff_t nFirst) noexcept
     return rest;
 }
 
+/// Rows of one group of taps, as all interpolating filters have.
 template <int nChannels, bool bTwoTaps>
 void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 {
     const ptrdiff_t nSafe = SafeOutputs<nChannels, bTwoTaps>(taps) & ~ptrdiff_t{3};
+    const int32_t* pStart = taps.pStart;
+    const ResizePixelWeights* pWeights = taps.pPixelWeights;
+    const auto at = [=](ptrdiff_t i) { return pSrc + ptrdiff_t{pStart[i]} * nChannels; };
     for (ptrdiff_t i = 0; i < nSafe; i += 4)
     {
-        const __m256i a = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i, i + 2));
-        const __m256i b = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i + 1, i + 3));
-        const __m256i packed = _mm256_packs_epi32(a, b); // pixels 0, 1 | 2, 3
+        const __m256i a = RoundRow(PixelSum<nChannels, bTwoTaps>(at(i), at(i + 1), pWeights + i / 2, 1));
+        const __m256i b =
+            RoundRow(PixelSum<nChannels, bTwoTaps>(at(i + 2), at(i + 3), pWeights + i / 2 + 1, 1));
+        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi32(a, b), 0xD8);
         if constexpr (nChannels == 4)
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + i * 4), packed);
         else
@@ -202,9 +204,9 @@ void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexc
 template <int nChannels>
 void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 {
-    if (taps.nTaps == 2)
+    if (taps.pPixelWeights && taps.nTaps == 2)
         RowPixels<nChannels, true>(taps, pSrc, pDst);
-    else if (taps.nTaps % 4 == 0)
+    else if (taps.pPixelWeights && taps.nTaps == 4)
         RowPixels<nChannels, false>(taps, pSrc, pDst);
     else
         kernelsResizeScalar.arrRow[nChannels - 1](taps, pSrc, pDst);
@@ -213,15 +215,19 @@ void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 template <int nChannels>
 void Sum(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
 {
-    if (taps.nTaps % 4 != 0)
+    if (!taps.pPixelWeights || taps.nTaps % 4 != 0)
     {
         kernelsResizeScalar.arrSum[nChannels - 1](taps, pSrc, pDst);
         return;
     }
     const ptrdiff_t nSafe = SafeOutputs<nChannels, false>(taps) & ~ptrdiff_t{1};
+    const LONG nChunks = taps.nChunks;
     for (ptrdiff_t i = 0; i < nSafe; i += 2)
     {
-        const __m256i v = PixelSum<nChannels, false>(taps, pSrc, i, i + 1);
+        const BYTE* pLow = pSrc + ptrdiff_t{taps.pStart[i]} * nChannels;
+        const BYTE* pHigh = pSrc + ptrdiff_t{taps.pStart[i + 1]} * nChannels;
+        const __m256i v =
+            PixelSum<nChannels, false>(pLow, pHigh, taps.pPixelWeights + i / 2 * nChunks, nChunks);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + i * nChannels), _mm256_castsi256_si128(v));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + (i + 1) * nChannels),
                          _mm256_extracti128_si256(v, 1));
@@ -244,12 +250,16 @@ void BlendRows(const int16_t* const* ppRows, const int16_t* pWeights, BYTE* pDst
 {
     constexpr size_t nVector = 32;
     __m256i arrWeights[nTaps];
+    const int16_t* arrRows[nTaps];
     for (int k = 0; k < nTaps; k++)
+    {
         arrWeights[k] = _mm256_set1_epi16(pWeights[k]);
+        arrRows[k] = ppRows[k];
+    }
     const auto store = [&](size_t i, BYTE* p)
     {
-        const __m256i low = BlendSum<nTaps>(ppRows, arrWeights, i);
-        const __m256i high = BlendSum<nTaps>(ppRows, arrWeights, i + 16);
+        const __m256i low = BlendSum<nTaps>(arrRows, arrWeights, i);
+        const __m256i high = BlendSum<nTaps>(arrRows, arrWeights, i + 16);
         const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), packed);
     };
@@ -322,7 +332,57 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
 }
 
+/// Low bytes of the words of two vectors, in order.
+__m256i PackWords(__m256i first, __m256i second) noexcept
+{
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(first, second), 0xD8);
+}
+
+template <bool bChromaFirst>
+void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
+{
+    const __m256i low = _mm256_set1_epi16(0xFF);
+    size_t i = 0;
+    for (; i + 16 <= nPairs; i += 16)
+    {
+        const __m256i a = Load(pSrc + 4 * i);
+        const __m256i b = Load(pSrc + 4 * i + 32);
+        const __m256i even = PackWords(_mm256_and_si256(a, low), _mm256_and_si256(b, low));
+        const __m256i odd = PackWords(_mm256_srli_epi16(a, 8), _mm256_srli_epi16(b, 8));
+        const __m256i chroma = bChromaFirst ? even : odd;
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pY + 2 * i), bChromaFirst ? odd : even);
+        const __m256i sides = PackWords(_mm256_and_si256(chroma, low), _mm256_srli_epi16(chroma, 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pFirst + i), _mm256_castsi256_si128(sides));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pSecond + i), _mm256_extracti128_si256(sides, 1));
+    }
+    kernelsResizeScalar.arrSplit[bChromaFirst](pSrc + 4 * i, pY + 2 * i, pFirst + i, pSecond + i, nPairs - i);
+}
+
+template <bool bChromaFirst>
+void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, size_t nPairs) noexcept
+{
+    size_t i = 0;
+    for (; i + 16 <= nPairs; i += 16)
+    {
+        const __m128i u = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pFirst + i));
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pSecond + i));
+        const __m256i chroma = _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_unpacklo_epi8(u, v)),
+                                                       _mm_unpackhi_epi8(u, v), 1);
+        const __m256i luma = Load(pY + 2 * i);
+        const __m256i even = bChromaFirst ? chroma : luma;
+        const __m256i odd = bChromaFirst ? luma : chroma;
+        const __m256i low = _mm256_unpacklo_epi8(even, odd);
+        const __m256i high = _mm256_unpackhi_epi8(even, odd);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 4 * i),
+                            _mm256_permute2x128_si256(low, high, 0x20));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 4 * i + 32),
+                            _mm256_permute2x128_si256(low, high, 0x31));
+    }
+    kernelsResizeScalar.arrMerge[bChromaFirst](pY + 2 * i, pFirst + i, pSecond + i, pDst + 4 * i, nPairs - i);
+}
+
 } // namespace
 
 const ResizeKernels kernelsResizeAVX2 = {
-    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide, true};
+    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide,
+    {Split<false>, Split<true>},     {Merge<false>, Merge<true>},     true};

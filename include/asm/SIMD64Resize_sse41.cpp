@@ -93,32 +93,26 @@ __m128i ShuffleTaps(int nTap) noexcept
                          bFour ? at(n + 3) : z, z, bFour ? at(m + 3) : z, z);
 }
 
-__m128i WeightPair(const int16_t* pWeights) noexcept
-{
-    int nPair = 0;
-    __builtin_memcpy(&nPair, pWeights, sizeof(nPair));
-    return _mm_set1_epi32(nPair);
-}
-
-/// Sums of the channels of one pixel.
+/// Sums of the channels of one pixel, the first or the second of its weights, with nChunks groups of four
+/// taps.
 template <int nChannels, bool bTwoTaps>
-__m128i PixelSum(const ResizeRowTaps& taps, const BYTE* pSrc, ptrdiff_t nOutput) noexcept
+__m128i PixelSum(const BYTE* p, const ResizePixelWeights* pWeights, ptrdiff_t nSide, LONG nChunks) noexcept
 {
-    const BYTE* p = pSrc + ptrdiff_t{taps.pStart[nOutput]} * nChannels;
-    const int16_t* pWeights = taps.pWeights + nOutput * taps.nTaps;
     const __m128i shuffle01 = ShuffleTaps<nChannels>(0);
     if constexpr (bTwoTaps)
     {
         const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
-        return _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle01), WeightPair(pWeights));
+        return _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle01), Load(pWeights->arrWeight01 + nSide * 8));
     }
     const __m128i shuffle23 = ShuffleTaps<nChannels>(2);
     __m128i sum = _mm_setzero_si128();
-    for (LONG k = 0; k < taps.nTaps; k += 4)
+    for (LONG k = 0; k < nChunks; k++)
     {
-        const __m128i v = Load(p + ptrdiff_t{k} * nChannels);
-        const __m128i first = _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle01), WeightPair(pWeights + k));
-        const __m128i second = _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle23), WeightPair(pWeights + k + 2));
+        const __m128i v = Load(p + ptrdiff_t{k} * 4 * nChannels);
+        const __m128i first =
+            _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle01), Load(pWeights[k].arrWeight01 + nSide * 8));
+        const __m128i second =
+            _mm_madd_epi16(_mm_shuffle_epi8(v, shuffle23), Load(pWeights[k].arrWeight23 + nSide * 8));
         sum = _mm_add_epi32(sum, _mm_add_epi32(first, second));
     }
     return sum;
@@ -147,14 +141,18 @@ ResizeRowTaps Rest(const ResizeRowTaps& taps, ptrdiff_t nFirst) noexcept
     return rest;
 }
 
+/// Rows of one group of taps, as all interpolating filters have.
 template <int nChannels, bool bTwoTaps>
 void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 {
     const ptrdiff_t nSafe = SafeOutputs<nChannels, bTwoTaps>(taps) & ~ptrdiff_t{1};
+    const int32_t* pStart = taps.pStart;
+    const ResizePixelWeights* pWeights = taps.pPixelWeights;
+    const auto at = [=](ptrdiff_t i) { return pSrc + ptrdiff_t{pStart[i]} * nChannels; };
     for (ptrdiff_t i = 0; i < nSafe; i += 2)
     {
-        const __m128i a = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i));
-        const __m128i b = RoundRow(PixelSum<nChannels, bTwoTaps>(taps, pSrc, i + 1));
+        const __m128i a = RoundRow(PixelSum<nChannels, bTwoTaps>(at(i), pWeights + i / 2, 0, 1));
+        const __m128i b = RoundRow(PixelSum<nChannels, bTwoTaps>(at(i + 1), pWeights + i / 2, 1, 1));
         __m128i packed = _mm_packs_epi32(a, b);
         if constexpr (nChannels == 3)
             packed =
@@ -168,9 +166,9 @@ void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexc
 template <int nChannels>
 void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 {
-    if (taps.nTaps == 2)
+    if (taps.pPixelWeights && taps.nTaps == 2)
         RowPixels<nChannels, true>(taps, pSrc, pDst);
-    else if (taps.nTaps % 4 == 0)
+    else if (taps.pPixelWeights && taps.nTaps == 4)
         RowPixels<nChannels, false>(taps, pSrc, pDst);
     else
         kernelsResizeScalar.arrRow[nChannels - 1](taps, pSrc, pDst);
@@ -179,14 +177,19 @@ void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
 template <int nChannels>
 void Sum(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
 {
-    if (taps.nTaps % 4 != 0)
+    if (!taps.pPixelWeights || taps.nTaps % 4 != 0)
     {
         kernelsResizeScalar.arrSum[nChannels - 1](taps, pSrc, pDst);
         return;
     }
     const ptrdiff_t nSafe = SafeOutputs<nChannels, false>(taps);
+    const LONG nChunks = taps.nChunks;
     for (ptrdiff_t i = 0; i < nSafe; i++)
-        Store(pDst + i * nChannels, PixelSum<nChannels, false>(taps, pSrc, i));
+    {
+        const BYTE* p = pSrc + ptrdiff_t{taps.pStart[i]} * nChannels;
+        Store(pDst + i * nChannels,
+              PixelSum<nChannels, false>(p, taps.pPixelWeights + i / 2 * nChunks, i & 1, nChunks));
+    }
     if (nSafe < taps.nOutputs)
         kernelsResizeScalar.arrSum[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
 }
@@ -281,7 +284,46 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
 }
 
+template <bool bChromaFirst>
+void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
+{
+    const __m128i low = _mm_set1_epi16(0xFF);
+    size_t i = 0;
+    for (; i + 8 <= nPairs; i += 8)
+    {
+        const __m128i a = Load(pSrc + 4 * i);
+        const __m128i b = Load(pSrc + 4 * i + 16);
+        const __m128i even = _mm_packus_epi16(_mm_and_si128(a, low), _mm_and_si128(b, low));
+        const __m128i odd = _mm_packus_epi16(_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8));
+        const __m128i chroma = bChromaFirst ? even : odd;
+        Store(pY + 2 * i, bChromaFirst ? odd : even);
+        const __m128i sides = _mm_packus_epi16(_mm_and_si128(chroma, low), _mm_srli_epi16(chroma, 8));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pFirst + i), sides);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pSecond + i), _mm_srli_si128(sides, 8));
+    }
+    kernelsResizeScalar.arrSplit[bChromaFirst](pSrc + 4 * i, pY + 2 * i, pFirst + i, pSecond + i, nPairs - i);
+}
+
+template <bool bChromaFirst>
+void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, size_t nPairs) noexcept
+{
+    size_t i = 0;
+    for (; i + 8 <= nPairs; i += 8)
+    {
+        const __m128i chroma =
+            _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(pFirst + i)),
+                              _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pSecond + i)));
+        const __m128i luma = Load(pY + 2 * i);
+        const __m128i even = bChromaFirst ? chroma : luma;
+        const __m128i odd = bChromaFirst ? luma : chroma;
+        Store(pDst + 4 * i, _mm_unpacklo_epi8(even, odd));
+        Store(pDst + 4 * i + 16, _mm_unpackhi_epi8(even, odd));
+    }
+    kernelsResizeScalar.arrMerge[bChromaFirst](pY + 2 * i, pFirst + i, pSecond + i, pDst + 4 * i, nPairs - i);
+}
+
 } // namespace
 
 const ResizeKernels kernelsResizeSSE41 = {
-    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide, true};
+    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide,
+    {Split<false>, Split<true>},     {Merge<false>, Merge<true>},     true};

@@ -168,8 +168,13 @@ TEST(ResizeKernels, RowsAcross)
                     std::vector<BYTE> source(cbRow + 1);
                     for (BYTE& b : source)
                         b = static_cast<BYTE>(random() % 3 ? random() : random() % 2 * 255);
-                    ResizeRowTaps taps = {starts.data(), weights.data(), nTaps,   nOutputs,
-                                          cbRow,         nullptr,        nullptr, (nTaps + 3) / 4};
+                    ResizeRowTaps taps = {};
+                    taps.pStart = starts.data();
+                    taps.pWeights = weights.data();
+                    taps.nTaps = nTaps;
+                    taps.nOutputs = nOutputs;
+                    taps.cbRow = cbRow;
+                    taps.nChunks = (nTaps + 3) / 4;
                     const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
                     std::vector<int16_t> expected(nSamples);
                     std::vector<int32_t> expectedSum(nSamples);
@@ -186,6 +191,11 @@ TEST(ResizeKernels, RowsAcross)
                         taps.pWindows = windows.data();
                         taps.pWindowBase = bases.data();
                     }
+                    std::vector<ResizePixelWeights> pixels(
+                        static_cast<size_t>((nOutputs + 1) / 2 * taps.nChunks));
+                    MakeResizePixelWeights(taps, pixels.data());
+                    if (nChannels != 1)
+                        taps.pPixelWeights = pixels.data();
                     for (const Form& form : Forms())
                     {
                         std::vector<int16_t> result(nSamples + nResizeRowSlack);
@@ -200,6 +210,47 @@ TEST(ResizeKernels, RowsAcross)
                             << " level " << form.eLevel;
                     }
                 }
+            }
+        }
+    }
+}
+
+/// Packed 4:2:2 into planes and back, by its definition.
+TEST(ResizeKernels, SplitAndMerge)
+{
+    std::mt19937 random(6);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (size_t nPairs = 1; nPairs <= 130; nPairs++)
+    {
+        for (const size_t nOrder : {0, 1})
+        {
+            std::vector<BYTE> packed(nPairs * 4 + 1);
+            for (BYTE& b : packed)
+                b = static_cast<BYTE>(random());
+            std::vector<BYTE> luma;
+            std::vector<BYTE> first;
+            std::vector<BYTE> second;
+            for (size_t i = 0; i < nPairs; i++)
+            {
+                const BYTE* p = packed.data() + 1 + 4 * i;
+                luma.push_back(p[nOrder]);
+                luma.push_back(p[nOrder + 2]);
+                first.push_back(p[1 - nOrder]);
+                second.push_back(p[3 - nOrder]);
+            }
+            for (const Form& form : forms)
+            {
+                std::vector<BYTE> y(nPairs * 2);
+                std::vector<BYTE> u(nPairs);
+                std::vector<BYTE> v(nPairs);
+                form.pKernels->arrSplit[nOrder](packed.data() + 1, y.data(), u.data(), v.data(), nPairs);
+                ASSERT_EQ(y, luma) << nPairs << " level " << form.eLevel;
+                ASSERT_EQ(u, first) << nPairs << " level " << form.eLevel;
+                ASSERT_EQ(v, second) << nPairs << " level " << form.eLevel;
+                std::vector<BYTE> back(nPairs * 4 + 1, packed[0]);
+                form.pKernels->arrMerge[nOrder](y.data(), u.data(), v.data(), back.data() + 1, nPairs);
+                ASSERT_EQ(back, packed) << nPairs << " level " << form.eLevel;
             }
         }
     }

@@ -24,6 +24,6 @@ ePrimitiveStatus SplitUYVY(const BYTE* pSrc, ptrdiff_t nSrcStep, const Planes422
 ePrimitiveStatus MergeYUY2(const Planes422<const BYTE>& src, BYTE* pDst, ptrdiff_t nDstStep,
                            RoiSize size) noexcept;
 
-/// Packed Y, U, Y, V into packed U, Y, V, Y, between two buffers.
-ePrimitiveStatus SwapYUY2ToUYVY(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                RoiSize size) noexcept;
+/// Planes into packed U, Y, V, Y, without a packed Y, U, Y, V between them.
+ePrimitiveStatus MergeUYVY(const Planes422<const BYTE>& src, BYTE* pDst, ptrdiff_t nDstStep,
+                           RoiSize size) noexcept;

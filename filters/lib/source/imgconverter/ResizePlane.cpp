@@ -36,6 +36,7 @@ struct WorkLayout
     int16_t* pWeights;
     ResizeWindow* pWindows;
     int32_t* pWindowBase;
+    ResizePixelWeights* pPixelWeights;
     int16_t* pWeightsDown; ///< of one output row
     int16_t* pRows;        ///< rows scaled across, for interpolation
     size_t nRowSamples;    ///< from one of them to the next
@@ -145,6 +146,9 @@ size_t LayOut(WorkLayout& layout, const PlaneScale& scale, eWay way, eInterpolat
         layout.pWindows = work.Take<ResizeWindow>(nWindows);
         layout.pWindowBase = work.Take<int32_t>(nWindows * 2);
     }
+    else
+        layout.pPixelWeights =
+            work.Take<ResizePixelWeights>((nOutputs + 1) / 2 * static_cast<size_t>(Chunks(taps.nAcross)));
     constexpr size_t nRowAlign = cbWorkAlign / sizeof(int16_t);
     const size_t nSamples = nOutputs * static_cast<size_t>(nChannels) + nResizeRowSlack;
     layout.nRowSamples = (nSamples + nRowAlign - 1) / nRowAlign * nRowAlign;
@@ -213,8 +217,14 @@ ResizeRowTaps RowTaps(const Job& job, LONG nTaps, const ResizeKernels& kernels) 
     taps.nOutputs = job.scale.dstSize.nWidth;
     taps.cbRow = static_cast<size_t>(job.scale.srcSize.nWidth) * static_cast<size_t>(job.nChannels);
     taps.nChunks = Chunks(nTaps);
-    if (job.nChannels == 1 && kernels.bWindows &&
-        MakeResizeWindows(taps, job.work.pWindows, job.work.pWindowBase))
+    if (!kernels.bPrepared)
+        return taps;
+    if (job.nChannels != 1)
+    {
+        MakeResizePixelWeights(taps, job.work.pPixelWeights);
+        taps.pPixelWeights = job.work.pPixelWeights;
+    }
+    else if (MakeResizeWindows(taps, job.work.pWindows, job.work.pWindowBase))
     {
         taps.pWindows = job.work.pWindows;
         taps.pWindowBase = job.work.pWindowBase;

@@ -238,10 +238,8 @@ void RunPacked(const ResizeCall& call, BYTE* pbSourcePlanes) noexcept
         ScaleThreePlanes(call) != ePS_Done)
         return;
     BYTE* pOutput = call.pbOutput + dstOffset[0];
-    if (!call.branch.bChromaFirst)
-        MergeYUY2(scaled, pOutput, nDstStep, dstSize);
-    else if (MergeYUY2(scaled, call.pSharp, nDstStep, dstSize) == ePS_Done)
-        SwapYUY2ToUYVY(call.pSharp, nDstStep, pOutput, nDstStep, dstSize);
+    const auto pfnMerge = call.branch.bChromaFirst ? MergeUYVY : MergeYUY2;
+    pfnMerge(scaled, pOutput, nDstStep, dstSize);
 }
 
 /// Turns the output where the row orders differ.
