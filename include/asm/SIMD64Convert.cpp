@@ -247,6 +247,12 @@ constexpr ConvertKernels kernelsScalar = {
 struct Tables
 {
     ConvertKernels arrKernels[eCPU_Count] = {kernelsScalar, kernelsScalar, kernelsScalar};
+
+    Tables() noexcept
+    {
+        AddConvertKernels_sse41(arrKernels[eCPU_SSE41]);
+        AddConvertKernels_avx2(arrKernels[eCPU_AVX2]);
+    }
 };
 
 } // namespace
@@ -255,4 +261,9 @@ const ConvertKernels& GetConvertKernels() noexcept
 {
     static const Tables tables;
     return tables.arrKernels[CpuLevel()];
+}
+
+const ConvertKernels& GetScalarConvertKernels() noexcept
+{
+    return kernelsScalar;
 }

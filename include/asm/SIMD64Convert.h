@@ -66,6 +66,9 @@ struct ConvertKernels
 /// The kernels for CpuLevel().
 const ConvertKernels& GetConvertKernels() noexcept;
 
+/// The scalar forms, whatever the level.
+const ConvertKernels& GetScalarConvertKernels() noexcept;
+
 /// Put the vector forms in the place of the scalar ones; for the table of GetConvertKernels.
 void AddConvertKernels_sse41(ConvertKernels& kernels) noexcept;
 void AddConvertKernels_avx2(ConvertKernels& kernels) noexcept;
