@@ -58,12 +58,13 @@ void Fill32(const FillTarget& target, DWORD dwColor, int nOpacity) noexcept
 void Fill16(const FillTarget& target, DWORD dwColor, int) noexcept
 {
     const CPaint paint(dwColor, 4, 255);
-    for (LONG y = 0; y < target.roi.nHeight; y++)
-    {
-        BYTE* const pRow = target.block.Pixels(0) + y * target.block.arrStep[0];
-        const auto cbLeft = static_cast<size_t>(target.pbEnd - pRow);
-        paint.Run(pRow, std::min(static_cast<size_t>(target.roi.nWidth) * 4, cbLeft));
-    }
+    const size_t cbRow = static_cast<size_t>(target.roi.nWidth) * 4;
+    const auto cbStep = static_cast<size_t>(target.block.arrStep[0]);
+    const LONG nLast = target.roi.nHeight - 1;
+    // What runs into the next row is painted over by it: only the last row has to run on.
+    paint.Rows(target.block.Pixels(0), target.block.arrStep[0], std::min(cbRow, cbStep), nLast);
+    BYTE* const pLast = target.block.Pixels(0) + nLast * target.block.arrStep[0];
+    paint.Run(pLast, std::min(cbRow, static_cast<size_t>(target.pbEnd - pLast)));
 }
 
 /// How each format takes a colour.
