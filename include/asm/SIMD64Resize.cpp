@@ -43,6 +43,28 @@ void Sum(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
     }
 }
 
+template <int nChannels>
+void Narrow(const ResizeRowTaps& taps, const BYTE* pSrc, uint16_t* pDst) noexcept
+{
+    for (LONG i = 0; i < taps.nOutputs; i++)
+    {
+        for (int c = 0; c < nChannels; c++)
+            *pDst++ = static_cast<uint16_t>(TapSum<nChannels>(taps, pSrc, i, c));
+    }
+}
+
+void Average(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows,
+             const ResizeNarrowDivisor& divisor, BYTE* pDst, size_t nSamples) noexcept
+{
+    for (size_t i = 0; i < nSamples; i++)
+    {
+        uint32_t nSum = divisor.nHalf;
+        for (LONG k = 0; k < nRows; k++)
+            nSum += uint32_t{ppRows[k][i]} * pWeights[k];
+        pDst[i] = static_cast<BYTE>(((nSum * divisor.nReciprocal) >> 16) >> divisor.nShift);
+    }
+}
+
 /// Each product is rounded to 1/32 of a level, as the processors' rounding multiplication does.
 void Blend(const int16_t* const* ppRows, const int16_t* pWeights, LONG nTaps, BYTE* pDst,
            size_t nSamples) noexcept
@@ -150,6 +172,23 @@ ResizeDivisor MakeResizeDivisor(uint32_t nTotal) noexcept
     return {nTotal, nTotal / 2, static_cast<uint32_t>((nOne + nTotal - 1) / nTotal), nShift};
 }
 
+bool MakeResizeNarrowDivisor(uint64_t nTotal, ResizeNarrowDivisor& divisor) noexcept
+{
+    const uint64_t nLargest = 255 * nTotal + nTotal / 2;
+    if (nTotal < 2 || nLargest > UINT16_MAX)
+        return false;
+    int nShift = 0;
+    while ((uint64_t{2} << nShift) < nTotal)
+        nShift++;
+    const uint64_t nOne = uint64_t{1} << (16 + nShift);
+    const uint64_t nReciprocal = (nOne + nTotal - 1) / nTotal;
+    // The reciprocal is rounded up; what it is too large by must not reach the next quotient.
+    if (nReciprocal > UINT16_MAX || nLargest * (nReciprocal * nTotal - nOne) >= nOne)
+        return false;
+    divisor = {static_cast<uint16_t>(nTotal / 2), static_cast<uint16_t>(nReciprocal), nShift};
+    return true;
+}
+
 bool MakeResizeWindows(const ResizeRowTaps& taps, ResizeWindow* pWindows, int32_t* pWindowBase) noexcept
 {
     if (taps.cbRow < static_cast<size_t>(cbWindow))
@@ -186,9 +225,16 @@ void MakeResizePixelWeights(const ResizeRowTaps& taps, ResizePixelWeights* pPixe
     }
 }
 
-const ResizeKernels kernelsResizeScalar = {
-    {Row<1>, nullptr, Row<3>, Row<4>}, {Sum<1>, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide,
-    {Split<false>, Split<true>},       {Merge<false>, Merge<true>},       false};
+const ResizeKernels kernelsResizeScalar = {{Row<1>, nullptr, Row<3>, Row<4>},
+                                           {Sum<1>, nullptr, Sum<3>, Sum<4>},
+                                           Blend,
+                                           Add,
+                                           Divide,
+                                           {Narrow<1>, nullptr, Narrow<3>, Narrow<4>},
+                                           Average,
+                                           {Split<false>, Split<true>},
+                                           {Merge<false>, Merge<true>},
+                                           false};
 
 const ResizeKernels& GetResizeKernels() noexcept
 {

@@ -17,6 +17,8 @@ constexpr int nResizeWeightBits = 14;
 constexpr int nResizeWeightOne = 1 << nResizeWeightBits;
 /// Fraction bits of a row that is scaled across.
 constexpr int nResizeRowBits = 6;
+/// Rows of an average of narrow sums.
+constexpr LONG nResizeNarrowRows = 16;
 /// Samples that a vector form may write behind the end of a scaled row.
 constexpr size_t nResizeRowSlack = 32;
 
@@ -68,6 +70,17 @@ constexpr uint32_t nResizeMaxTotal = 1u << 23;
 /// \param nTotal 1 to nResizeMaxTotal
 ResizeDivisor MakeResizeDivisor(uint32_t nTotal) noexcept;
 
+/// The same for sums below 2^16: ((n + nHalf) * nReciprocal >> 16) >> nShift.
+struct ResizeNarrowDivisor
+{
+    uint16_t nHalf;
+    uint16_t nReciprocal;
+    int nShift;
+};
+
+/// \return false where sums of 255 * nTotal do not fit, or the reciprocal is not exact for all of them
+bool MakeResizeNarrowDivisor(uint64_t nTotal, ResizeNarrowDivisor& divisor) noexcept;
+
 /// Fills the windows of one channel.
 /// \param pWindows, pWindowBase nChunks for each eight outputs begun, two bases each
 /// \return false when four outputs lie too far apart for 16 bytes, or the row is too short
@@ -91,6 +104,11 @@ using PFNRESIZEADD = void (*)(uint32_t* pSums, const int32_t* pRow, uint32_t nWe
 using PFNRESIZEDIVIDE = void (*)(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor,
                                  size_t nSamples) noexcept;
 
+/// A row across, four taps at most, to plain sums below 2^16. pDst has nResizeRowSlack samples to spare.
+using PFNRESIZENARROW = void (*)(const ResizeRowTaps& taps, const BYTE* pSrc, uint16_t* pDst) noexcept;
+/// The average of nRows rows, at most nResizeNarrowRows: Add and Divide for narrow sums.
+using PFNRESIZEAVERAGE = void (*)(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows,
+                                  const ResizeNarrowDivisor& divisor, BYTE* pDst, size_t nSamples) noexcept;
 /// nPairs times four bytes of packed 4:2:2 into planes: Y, and the two kinds of chroma as they come.
 using PFNSPLIT422 = void (*)(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept;
 /// Planes into packed 4:2:2.
@@ -105,6 +123,8 @@ struct ResizeKernels
     PFNRESIZEBLEND pfnBlend;
     PFNRESIZEADD pfnAdd;
     PFNRESIZEDIVIDE pfnDivide;
+    PFNRESIZENARROW arrNarrow[4];
+    PFNRESIZEAVERAGE pfnAverage;
     PFNSPLIT422 arrSplit[2]; ///< luma first (Y, U, Y, V), and chroma first (U, Y, V, Y)
     PFNMERGE422 arrMerge[2];
     bool bPrepared; ///< the forms gain from windows and repeated weights

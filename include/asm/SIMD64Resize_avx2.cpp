@@ -22,17 +22,31 @@ __m256i LoadPair(const BYTE* pLow, const BYTE* pHigh) noexcept
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
 }
 
+/// What becomes of the sums of a row.
+struct ToLevels
+{
+    using Sample = int16_t;
+    static constexpr auto& Kernels = kernelsResizeScalar.arrRow;
+    static __m256i Pack(__m256i a, __m256i b) noexcept { return _mm256_packs_epi32(Round(a), Round(b)); }
+    static __m256i Round(__m256i v) noexcept
+    {
+        return _mm256_srai_epi32(_mm256_add_epi32(v, _mm256_set1_epi32(1 << (nRowShift - 1))), nRowShift);
+    }
+};
+
+struct ToNarrowSums
+{
+    using Sample = uint16_t;
+    static constexpr auto& Kernels = kernelsResizeScalar.arrNarrow;
+    static __m256i Pack(__m256i a, __m256i b) noexcept { return _mm256_packus_epi32(a, b); }
+};
+
 /// 8 bytes from each of two places.
 __m256i LoadHalves(const BYTE* pLow, const BYTE* pHigh) noexcept
 {
     const __m128i low = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pLow));
     const __m128i high = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(pHigh));
     return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
-}
-
-__m256i RoundRow(__m256i v) noexcept
-{
-    return _mm256_srai_epi32(_mm256_add_epi32(v, _mm256_set1_epi32(1 << (nRowShift - 1))), nRowShift);
 }
 
 /// Sums of eight outputs of one channel, with nChunks groups of four taps.
@@ -57,37 +71,34 @@ __m256i WindowSum(const BYTE* pSrc, const ResizeWindow* pWindows, const int32_t*
 
 /// Rows of one group of taps, as all interpolating filters have. What the loop reads stands in locals: for
 /// all that the compiler knows, its stores could change what taps holds.
-template <bool bTwoTaps>
-void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget, bool bTwoTaps>
+void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
     const ResizeWindow* pWindows = taps.pWindows;
     const int32_t* pBase = taps.pWindowBase;
-    const auto sum = [=](size_t i)
-    { return RoundRow(WindowSum<bTwoTaps>(pSrc, pWindows + i, pBase + 2 * i, 1)); };
+    const auto sum = [=](size_t i) { return WindowSum<bTwoTaps>(pSrc, pWindows + i, pBase + 2 * i, 1); };
+    const auto store = [=](size_t i, __m256i a, __m256i b)
+    {
+        const __m256i packed = _mm256_permute4x64_epi64(TTarget::Pack(a, b), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), packed);
+    };
     size_t i = 0;
     for (; i + 2 <= nWindows; i += 2)
-    {
-        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi32(sum(i), sum(i + 1)), 0xD8);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 8 * i), packed);
-    }
+        store(i, sum(i), sum(i + 1));
     if (i < nWindows)
-    {
-        const __m256i last = sum(i);
-        const __m128i packed =
-            _mm_packs_epi32(_mm256_castsi256_si128(last), _mm256_extracti128_si256(last, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pDst + 8 * i), packed);
-    }
+        store(i, sum(i), _mm256_setzero_si256()); // into the slack
 }
 
-void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget>
+void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     if (!taps.pWindows)
-        kernelsResizeScalar.arrRow[0](taps, pSrc, pDst);
+        TTarget::Kernels[0](taps, pSrc, pDst);
     else if (taps.nTaps <= 2)
-        RowWindows<true>(taps, pSrc, pDst);
+        RowWindows<TTarget, true>(taps, pSrc, pDst);
     else
-        RowWindows<false>(taps, pSrc, pDst); // four taps at most
+        RowWindows<TTarget, false>(taps, pSrc, pDst); // four taps at most
 }
 
 void Sum1(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
@@ -172,8 +183,8 @@ ResizeRowTaps Rest(const ResizeRowTaps& taps, ptrdiff_t nFirst) noexcept
 }
 
 /// Rows of one group of taps, as all interpolating filters have.
-template <int nChannels, bool bTwoTaps>
-void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget, int nChannels, bool bTwoTaps>
+void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     const ptrdiff_t nSafe = SafeOutputs<nChannels, bTwoTaps>(taps) & ~ptrdiff_t{3};
     const int32_t* pStart = taps.pStart;
@@ -181,10 +192,9 @@ void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexc
     const auto at = [=](ptrdiff_t i) { return pSrc + ptrdiff_t{pStart[i]} * nChannels; };
     for (ptrdiff_t i = 0; i < nSafe; i += 4)
     {
-        const __m256i a = RoundRow(PixelSum<nChannels, bTwoTaps>(at(i), at(i + 1), pWeights + i / 2, 1));
-        const __m256i b =
-            RoundRow(PixelSum<nChannels, bTwoTaps>(at(i + 2), at(i + 3), pWeights + i / 2 + 1, 1));
-        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packs_epi32(a, b), 0xD8);
+        const __m256i a = (PixelSum<nChannels, bTwoTaps>(at(i), at(i + 1), pWeights + i / 2, 1));
+        const __m256i b = (PixelSum<nChannels, bTwoTaps>(at(i + 2), at(i + 3), pWeights + i / 2 + 1, 1));
+        const __m256i packed = _mm256_permute4x64_epi64(TTarget::Pack(a, b), 0xD8);
         if constexpr (nChannels == 4)
             _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + i * 4), packed);
         else
@@ -198,18 +208,18 @@ void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexc
         }
     }
     if (nSafe < taps.nOutputs)
-        kernelsResizeScalar.arrRow[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
+        TTarget::Kernels[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
 }
 
-template <int nChannels>
-void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget, int nChannels>
+void Row(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     if (taps.pPixelWeights && taps.nTaps == 2)
-        RowPixels<nChannels, true>(taps, pSrc, pDst);
+        RowPixels<TTarget, nChannels, true>(taps, pSrc, pDst);
     else if (taps.pPixelWeights && taps.nTaps == 4)
-        RowPixels<nChannels, false>(taps, pSrc, pDst);
+        RowPixels<TTarget, nChannels, false>(taps, pSrc, pDst);
     else
-        kernelsResizeScalar.arrRow[nChannels - 1](taps, pSrc, pDst);
+        TTarget::Kernels[nChannels - 1](taps, pSrc, pDst);
 }
 
 template <int nChannels>
@@ -332,6 +342,45 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
 }
 
+void Average(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows,
+             const ResizeNarrowDivisor& divisor, BYTE* pDst, size_t nSamples) noexcept
+{
+    constexpr size_t nVector = 32;
+    __m256i arrWeights[nResizeNarrowRows];
+    const uint16_t* arrRows[nResizeNarrowRows];
+    for (LONG k = 0; k < nRows; k++)
+    {
+        arrWeights[k] = _mm256_set1_epi16(static_cast<short>(pWeights[k]));
+        arrRows[k] = ppRows[k];
+    }
+    const __m256i half = _mm256_set1_epi16(static_cast<short>(divisor.nHalf));
+    const __m256i reciprocal = _mm256_set1_epi16(static_cast<short>(divisor.nReciprocal));
+    const __m128i shift = _mm_cvtsi32_si128(divisor.nShift);
+    const auto store = [&](size_t i, BYTE* p)
+    {
+        __m256i low = half;
+        __m256i high = half;
+        for (LONG k = 0; k < nRows; k++)
+        {
+            low = _mm256_add_epi16(low, _mm256_mullo_epi16(Load(arrRows[k] + i), arrWeights[k]));
+            high = _mm256_add_epi16(high, _mm256_mullo_epi16(Load(arrRows[k] + i + 16), arrWeights[k]));
+        }
+        low = _mm256_srl_epi16(_mm256_mulhi_epu16(low, reciprocal), shift);
+        high = _mm256_srl_epi16(_mm256_mulhi_epu16(high, reciprocal), shift);
+        const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), packed);
+    };
+    size_t i = 0;
+    for (; i + nVector <= nSamples; i += nVector)
+        store(i, pDst + i);
+    if (i < nSamples)
+    {
+        BYTE arrLast[nVector];
+        store(i, arrLast);
+        __builtin_memcpy(pDst + i, arrLast, nSamples - i);
+    }
+}
+
 /// Low bytes of the words of two vectors, in order.
 __m256i PackWords(__m256i first, __m256i second) noexcept
 {
@@ -384,5 +433,13 @@ void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, 
 } // namespace
 
 const ResizeKernels kernelsResizeAVX2 = {
-    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide,
-    {Split<false>, Split<true>},     {Merge<false>, Merge<true>},     true};
+    {Row1<ToLevels>, nullptr, Row<ToLevels, 3>, Row<ToLevels, 4>},
+    {Sum1, nullptr, Sum<3>, Sum<4>},
+    Blend,
+    Add,
+    Divide,
+    {Row1<ToNarrowSums>, nullptr, Row<ToNarrowSums, 3>, Row<ToNarrowSums, 4>},
+    Average,
+    {Split<false>, Split<true>},
+    {Merge<false>, Merge<true>},
+    true};

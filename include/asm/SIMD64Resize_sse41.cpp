@@ -19,10 +19,24 @@ void Store(void* p, __m128i v) noexcept
     _mm_storeu_si128(static_cast<__m128i*>(p), v);
 }
 
-__m128i RoundRow(__m128i v) noexcept
+/// What becomes of the sums of a row.
+struct ToLevels
 {
-    return _mm_srai_epi32(_mm_add_epi32(v, _mm_set1_epi32(1 << (nRowShift - 1))), nRowShift);
-}
+    using Sample = int16_t;
+    static constexpr auto& Kernels = kernelsResizeScalar.arrRow;
+    static __m128i Pack(__m128i a, __m128i b) noexcept { return _mm_packs_epi32(Round(a), Round(b)); }
+    static __m128i Round(__m128i v) noexcept
+    {
+        return _mm_srai_epi32(_mm_add_epi32(v, _mm_set1_epi32(1 << (nRowShift - 1))), nRowShift);
+    }
+};
+
+struct ToNarrowSums
+{
+    using Sample = uint16_t;
+    static constexpr auto& Kernels = kernelsResizeScalar.arrNarrow;
+    static __m128i Pack(__m128i a, __m128i b) noexcept { return _mm_packus_epi32(a, b); }
+};
 
 /// Sums of four outputs of one channel: half a window.
 template <bool bTwoTaps>
@@ -47,26 +61,24 @@ __m128i HalfSum(const ResizeRowTaps& taps, const BYTE* pSrc, size_t nHalf) noexc
     return sum;
 }
 
-template <bool bTwoTaps>
-void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget, bool bTwoTaps>
+void RowWindows(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     const size_t nWindows = (static_cast<size_t>(taps.nOutputs) + 7) / 8;
     for (size_t i = 0; i < nWindows; i++)
-    {
-        const __m128i low = RoundRow(HalfSum<bTwoTaps>(taps, pSrc, 2 * i));
-        const __m128i high = RoundRow(HalfSum<bTwoTaps>(taps, pSrc, 2 * i + 1));
-        Store(pDst + 8 * i, _mm_packs_epi32(low, high));
-    }
+        Store(pDst + 8 * i,
+              TTarget::Pack(HalfSum<bTwoTaps>(taps, pSrc, 2 * i), HalfSum<bTwoTaps>(taps, pSrc, 2 * i + 1)));
 }
 
-void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget>
+void Row1(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     if (!taps.pWindows)
-        kernelsResizeScalar.arrRow[0](taps, pSrc, pDst);
+        TTarget::Kernels[0](taps, pSrc, pDst);
     else if (taps.nTaps <= 2)
-        RowWindows<true>(taps, pSrc, pDst);
+        RowWindows<TTarget, true>(taps, pSrc, pDst);
     else
-        RowWindows<false>(taps, pSrc, pDst);
+        RowWindows<TTarget, false>(taps, pSrc, pDst);
 }
 
 void Sum1(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept
@@ -142,8 +154,8 @@ ResizeRowTaps Rest(const ResizeRowTaps& taps, ptrdiff_t nFirst) noexcept
 }
 
 /// Rows of one group of taps, as all interpolating filters have.
-template <int nChannels, bool bTwoTaps>
-void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget, int nChannels, bool bTwoTaps>
+void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     const ptrdiff_t nSafe = SafeOutputs<nChannels, bTwoTaps>(taps) & ~ptrdiff_t{1};
     const int32_t* pStart = taps.pStart;
@@ -151,27 +163,27 @@ void RowPixels(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexc
     const auto at = [=](ptrdiff_t i) { return pSrc + ptrdiff_t{pStart[i]} * nChannels; };
     for (ptrdiff_t i = 0; i < nSafe; i += 2)
     {
-        const __m128i a = RoundRow(PixelSum<nChannels, bTwoTaps>(at(i), pWeights + i / 2, 0, 1));
-        const __m128i b = RoundRow(PixelSum<nChannels, bTwoTaps>(at(i + 1), pWeights + i / 2, 1, 1));
-        __m128i packed = _mm_packs_epi32(a, b);
+        const __m128i a = (PixelSum<nChannels, bTwoTaps>(at(i), pWeights + i / 2, 0, 1));
+        const __m128i b = (PixelSum<nChannels, bTwoTaps>(at(i + 1), pWeights + i / 2, 1, 1));
+        __m128i packed = TTarget::Pack(a, b);
         if constexpr (nChannels == 3)
             packed =
                 _mm_shuffle_epi8(packed, _mm_setr_epi8(0, 1, 2, 3, 4, 5, 8, 9, 10, 11, 12, 13, z, z, z, z));
         Store(pDst + i * nChannels, packed);
     }
     if (nSafe < taps.nOutputs)
-        kernelsResizeScalar.arrRow[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
+        TTarget::Kernels[nChannels - 1](Rest(taps, nSafe), pSrc, pDst + nSafe * nChannels);
 }
 
-template <int nChannels>
-void Row(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept
+template <class TTarget, int nChannels>
+void Row(const ResizeRowTaps& taps, const BYTE* pSrc, typename TTarget::Sample* pDst) noexcept
 {
     if (taps.pPixelWeights && taps.nTaps == 2)
-        RowPixels<nChannels, true>(taps, pSrc, pDst);
+        RowPixels<TTarget, nChannels, true>(taps, pSrc, pDst);
     else if (taps.pPixelWeights && taps.nTaps == 4)
-        RowPixels<nChannels, false>(taps, pSrc, pDst);
+        RowPixels<TTarget, nChannels, false>(taps, pSrc, pDst);
     else
-        kernelsResizeScalar.arrRow[nChannels - 1](taps, pSrc, pDst);
+        TTarget::Kernels[nChannels - 1](taps, pSrc, pDst);
 }
 
 template <int nChannels>
@@ -284,6 +296,44 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
 }
 
+void Average(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows,
+             const ResizeNarrowDivisor& divisor, BYTE* pDst, size_t nSamples) noexcept
+{
+    constexpr size_t nVector = 16;
+    __m128i arrWeights[nResizeNarrowRows];
+    const uint16_t* arrRows[nResizeNarrowRows];
+    for (LONG k = 0; k < nRows; k++)
+    {
+        arrWeights[k] = _mm_set1_epi16(static_cast<short>(pWeights[k]));
+        arrRows[k] = ppRows[k];
+    }
+    const __m128i half = _mm_set1_epi16(static_cast<short>(divisor.nHalf));
+    const __m128i reciprocal = _mm_set1_epi16(static_cast<short>(divisor.nReciprocal));
+    const __m128i shift = _mm_cvtsi32_si128(divisor.nShift);
+    const auto average = [&](size_t i)
+    {
+        __m128i low = half;
+        __m128i high = half;
+        for (LONG k = 0; k < nRows; k++)
+        {
+            low = _mm_add_epi16(low, _mm_mullo_epi16(Load(arrRows[k] + i), arrWeights[k]));
+            high = _mm_add_epi16(high, _mm_mullo_epi16(Load(arrRows[k] + i + 8), arrWeights[k]));
+        }
+        low = _mm_srl_epi16(_mm_mulhi_epu16(low, reciprocal), shift);
+        high = _mm_srl_epi16(_mm_mulhi_epu16(high, reciprocal), shift);
+        return _mm_packus_epi16(low, high);
+    };
+    size_t i = 0;
+    for (; i + nVector <= nSamples; i += nVector)
+        Store(pDst + i, average(i));
+    if (i < nSamples)
+    {
+        BYTE arrLast[nVector];
+        Store(arrLast, average(i));
+        __builtin_memcpy(pDst + i, arrLast, nSamples - i);
+    }
+}
+
 template <bool bChromaFirst>
 void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
 {
@@ -325,5 +375,13 @@ void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, 
 } // namespace
 
 const ResizeKernels kernelsResizeSSE41 = {
-    {Row1, nullptr, Row<3>, Row<4>}, {Sum1, nullptr, Sum<3>, Sum<4>}, Blend, Add, Divide,
-    {Split<false>, Split<true>},     {Merge<false>, Merge<true>},     true};
+    {Row1<ToLevels>, nullptr, Row<ToLevels, 3>, Row<ToLevels, 4>},
+    {Sum1, nullptr, Sum<3>, Sum<4>},
+    Blend,
+    Add,
+    Divide,
+    {Row1<ToNarrowSums>, nullptr, Row<ToNarrowSums, 3>, Row<ToNarrowSums, 4>},
+    Average,
+    {Split<false>, Split<true>},
+    {Merge<false>, Merge<true>},
+    true};

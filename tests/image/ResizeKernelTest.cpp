@@ -73,6 +73,76 @@ TEST(ResizeKernels, DivisorIsExact)
     }
 }
 
+/// Every sum of every total that the narrow divisor takes.
+TEST(ResizeKernels, NarrowDivisorIsExact)
+{
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    int nTaken = 0;
+    for (uint32_t nTotal = 0; nTotal <= 300; nTotal++)
+    {
+        ResizeNarrowDivisor divisor = {};
+        if (!MakeResizeNarrowDivisor(nTotal, divisor))
+            continue;
+        nTaken++;
+        std::vector<uint16_t> row(255 * nTotal + 1);
+        std::vector<BYTE> expected(row.size());
+        for (size_t i = 0; i < row.size(); i++)
+        {
+            row[i] = static_cast<uint16_t>(i);
+            expected[i] = static_cast<BYTE>((i + nTotal / 2) / nTotal);
+        }
+        row.resize(row.size() + nResizeRowSlack);
+        const uint16_t* arrRows[] = {row.data()};
+        const uint16_t nWeight = 1;
+        for (const Form& form : forms)
+        {
+            std::vector<BYTE> result(expected.size());
+            form.pKernels->pfnAverage(arrRows, &nWeight, 1, divisor, result.data(), result.size());
+            ASSERT_EQ(result, expected) << nTotal << " level " << form.eLevel;
+        }
+    }
+    EXPECT_GT(nTaken, 100);
+    ResizeNarrowDivisor divisor = {};
+    for (const uint32_t nTotal : {2, 4, 9, 16, 120}) // everyday reductions
+        EXPECT_TRUE(MakeResizeNarrowDivisor(nTotal, divisor)) << nTotal;
+    EXPECT_FALSE(MakeResizeNarrowDivisor(257, divisor));
+    EXPECT_FALSE(MakeResizeNarrowDivisor(uint64_t{1} << 40, divisor));
+}
+
+TEST(ResizeKernels, Average)
+{
+    std::mt19937 random(7);
+    ResizeNarrowDivisor divisor = {};
+    ASSERT_TRUE(MakeResizeNarrowDivisor(120, divisor));
+    for (size_t nSamples = 1; nSamples <= 130; nSamples++)
+    {
+        for (const LONG nRows : {1, 2, 3, 5, 16})
+        {
+            std::vector<uint16_t> rows[nResizeNarrowRows];
+            const uint16_t* arrRows[nResizeNarrowRows] = {};
+            uint16_t arrWeights[nResizeNarrowRows] = {};
+            for (LONG k = 0; k < nRows; k++)
+            {
+                rows[k].resize(nSamples + nResizeRowSlack);
+                for (uint16_t& n : rows[k])
+                    n = static_cast<uint16_t>(random() % 2041);
+                arrRows[k] = rows[k].data();
+                arrWeights[k] = static_cast<uint16_t>(15 / nRows);
+            }
+            std::vector<BYTE> expected(nSamples);
+            kernelsResizeScalar.pfnAverage(arrRows, arrWeights, nRows, divisor, expected.data(), nSamples);
+            for (const Form& form : Forms())
+            {
+                std::vector<BYTE> result(nSamples + 1, BYTE{0xA5});
+                form.pKernels->pfnAverage(arrRows, arrWeights, nRows, divisor, result.data() + 1, nSamples);
+                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), result.begin() + 1))
+                    << nSamples << " rows " << nRows << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
 /// All lengths with all tails; the output ends where its memory ends.
 TEST(ResizeKernels, Blend)
 {

@@ -50,8 +50,9 @@ enum class eWay
     Refused,
     Nearest,
     Filter,
-    Area,    ///< sums of 32 bits
-    AreaWide ///< sums of 64 bits, for sides whose ratio has large terms
+    AreaNarrow, ///< sums of 16 bits, for the ratios of everyday formats
+    Area,       ///< sums of 32 bits
+    AreaWide    ///< sums of 64 bits, for sides whose ratio has large terms
 };
 
 ResizeAxis AxisX(const PlaneScale& scale) noexcept
@@ -85,6 +86,18 @@ bool FitsNarrowWeights(const ResizeAxis& axis) noexcept
     return std::min(parts.nDst, parts.nSrc) <= std::numeric_limits<int16_t>::max();
 }
 
+/// All of them give the same bytes.
+eWay FindAreaWay(const PlaneScale& scale) noexcept
+{
+    const uint64_t nTotal = AreaTotal(scale);
+    if (nTotal > nResizeMaxTotal || !FitsNarrowWeights(AxisX(scale)) || !FitsNarrowWeights(AxisY(scale)))
+        return eWay::AreaWide;
+    ResizeNarrowDivisor divisor;
+    const bool bNarrow = AreaTaps(AxisX(scale)) <= 4 && AreaTaps(AxisY(scale)) <= nResizeNarrowRows &&
+                         MakeResizeNarrowDivisor(nTotal, divisor);
+    return bNarrow ? eWay::AreaNarrow : eWay::Area;
+}
+
 eWay FindWay(const PlaneScale& scale, int nInterpolation) noexcept
 {
     if (!IsUsable(AxisX(scale)) || !IsUsable(AxisY(scale)))
@@ -97,10 +110,7 @@ eWay FindWay(const PlaneScale& scale, int nInterpolation) noexcept
     case eIP_Cubic:
         return eWay::Filter;
     case eIP_Super:
-        return AreaTotal(scale) <= nResizeMaxTotal && FitsNarrowWeights(AxisX(scale)) &&
-                       FitsNarrowWeights(AxisY(scale))
-                   ? eWay::Area
-                   : eWay::AreaWide;
+        return FindAreaWay(scale);
     default:
         return eWay::Refused;
     }
@@ -115,7 +125,7 @@ struct TapCounts
 
 TapCounts CountTaps(const PlaneScale& scale, eWay way, eInterpolation eMode) noexcept
 {
-    if (way == eWay::Area)
+    if (way == eWay::Area || way == eWay::AreaNarrow)
         return {AreaTaps(AxisX(scale)), AreaTaps(AxisY(scale))};
     return {FilterTaps(AxisX(scale), eMode), FilterTaps(AxisY(scale), eMode)};
 }
@@ -262,6 +272,41 @@ void ScaleFilter(const Job& job, eInterpolation eMode, const ResizeKernels& kern
     }
 }
 
+void ScaleAreaNarrow(const Job& job, const ResizeKernels& kernels) noexcept
+{
+    const ResizeAxis axisX = AxisX(job.scale);
+    const ResizeAxis axisY = AxisY(job.scale);
+    const LONG nTapsX = AreaTaps(axisX);
+    const LONG nTapsY = AreaTaps(axisY);
+    for (LONG i = 0; i < axisX.nDstSize; i++)
+        job.work.pStart[i] = AreaWeights(axisX, i, job.work.pWeights + ptrdiff_t{i} * nTapsX);
+    const ResizeRowTaps taps = RowTaps(job, nTapsX, kernels);
+    const PFNRESIZENARROW pfnNarrow = kernels.arrNarrow[job.nChannels - 1];
+    ResizeNarrowDivisor divisor = {};
+    MakeResizeNarrowDivisor(AreaTotal(job.scale), divisor);
+    const ResizeFactor partsY = AreaParts(axisY);
+
+    LONG nNext = 0; // rows before it are scaled
+    for (LONG y = 0; y < axisY.nDstSize; y++)
+    {
+        const AreaSpan span = AreaOf(partsY, y);
+        const uint16_t* arrRows[nResizeNarrowRows] = {};
+        uint16_t arrWeights[nResizeNarrowRows] = {};
+        for (LONG nRow = span.nFirst; nRow < span.nEnd; nRow++)
+        {
+            uint16_t* pRow = reinterpret_cast<uint16_t*>(job.work.pRows) +
+                             job.work.nRowSamples * static_cast<size_t>(nRow % nTapsY);
+            if (nRow >= nNext)
+                pfnNarrow(taps, job.SrcRow(axisY.nRoiStart + nRow), pRow);
+            arrRows[nRow - span.nFirst] = pRow;
+            arrWeights[nRow - span.nFirst] = static_cast<uint16_t>(AreaWeight(partsY, y, nRow));
+        }
+        nNext = span.nEnd;
+        kernels.pfnAverage(arrRows, arrWeights, span.nEnd - span.nFirst, divisor, job.DstRow(y),
+                           job.Samples());
+    }
+}
+
 void ScaleArea(const Job& job, const ResizeKernels& kernels) noexcept
 {
     const ResizeAxis axisX = AxisX(job.scale);
@@ -359,6 +404,9 @@ ePrimitiveStatus ResizePlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, p
         break;
     case eWay::Filter:
         ScaleFilter(job, eMode, kernels);
+        break;
+    case eWay::AreaNarrow:
+        ScaleAreaNarrow(job, kernels);
         break;
     case eWay::Area:
         ScaleArea(job, kernels);
