@@ -141,8 +141,9 @@ bool MakeHalf(const ResizeRowTaps& taps, LONG nFirst, LONG nChunk, ResizeWindow&
         return true;
 
     const LONG nTap = nChunk * nTapsWindow;
-    const LONG nTaps = std::min(taps.nTaps - nTap, nTapsWindow);
-    nBase = std::min(taps.pStart[nFirst] + nTap, static_cast<int32_t>(taps.cbRow) - int32_t{cbWindow});
+    const LONG nTaps = std::min<LONG>(taps.nTaps - nTap, nTapsWindow);
+    nBase =
+        std::min<int32_t>(taps.pStart[nFirst] + nTap, static_cast<int32_t>(taps.cbRow) - int32_t{cbWindow});
     for (LONG i = nFirst; i < nLast; i++)
     {
         const LONG nOffset = taps.pStart[i] + nTap - nBase;

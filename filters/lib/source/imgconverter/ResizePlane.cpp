@@ -267,7 +267,7 @@ void ScaleFilter(const Job& job, eInterpolation eMode, const ResizeKernels& kern
                 pfnRow(taps, job.SrcRow(nRow), pRow);
             arrRows[k] = pRow;
         }
-        nNext = std::max(nNext, nFirst + nTapsY);
+        nNext = std::max<int32_t>(nNext, nFirst + nTapsY);
         kernels.pfnBlend(arrRows, job.work.pWeightsDown, nTapsY, job.DstRow(y), job.Samples());
     }
 }
