@@ -160,6 +160,30 @@ const MixKernels g_mixScalar = {Blend,
                                 ComposePre,
                                 Straighten};
 
+void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
+                const SHORT wB[4]) noexcept
+{
+    constexpr BYTE arrCentre[4] = {0, 0, 0, 0};
+    BlendCentred(pDst, pA, pB, cb, wA, wB, arrCentre);
+}
+
+void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
+                 const SHORT wB[4]) noexcept
+{
+    constexpr BYTE arrCentre[4] = {128, 128, 128, 128};
+    BlendCentred(pDst, pA, pB, cb, wA, wB, arrCentre);
+}
+
+void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4], const SHORT wB[4],
+                  const BYTE c[4]) noexcept
+{
+    BlendWeights weights;
+    std::copy_n(wA, 4, weights.arrA);
+    std::copy_n(wB, 4, weights.arrB);
+    std::copy_n(c, 4, weights.arrCentre);
+    GetMixKernels().pfnBlend(pDst, pA, pB, cb, weights);
+}
+
 const MixKernels& GetMixKernels(eCPU eLevel) noexcept
 {
     return *arrKernels[eLevel];

@@ -13,12 +13,6 @@ struct BlendWeights
     SHORT arrCentre[4]; ///< 0 to 255: what the weights stretch the values around
 };
 
-/// One weight and one centre each for all bytes.
-constexpr BlendWeights MakeBlendWeights(SHORT nA, SHORT nB, SHORT nCentre) noexcept
-{
-    return {{nA, nA, nA, nA}, {nB, nB, nB, nB}, {nCentre, nCentre, nCentre, nCentre}};
-}
-
 /// Rows that are mixed by an alpha for each pixel. A straight one weighs the source with the alpha a, a
 /// premultiplied one with an opacity of 0 to 255; the destination weighs 255 - a.
 enum eMixRow : int
@@ -66,6 +60,15 @@ struct MixKernels
 extern const MixKernels g_mixScalar;
 extern const MixKernels g_mixSSE41;
 extern const MixKernels g_mixAVX2;
+
+/// The blends by name, with the kernels of the level in force: plain bytes, around 0; chroma, around 128;
+/// packed rows, around a centre for each of the bytes i mod 4.
+void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
+                const SHORT wB[4]) noexcept;
+void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
+                 const SHORT wB[4]) noexcept;
+void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4], const SHORT wB[4],
+                  const BYTE c[4]) noexcept;
 
 /// The kernels of one level; the processor has to have it.
 const MixKernels& GetMixKernels(eCPU eLevel) noexcept;

@@ -204,6 +204,32 @@ TEST(MixKernels, RowsOfExtremeValues)
     }
 }
 
+/// One weight and one centre each for all bytes.
+BlendWeights MakeBlendWeights(SHORT nA, SHORT nB, SHORT nCentre)
+{
+    return {{nA, nA, nA, nA}, {nB, nB, nB, nB}, {nCentre, nCentre, nCentre, nCentre}};
+}
+
+TEST(MixKernels, BlendsByName)
+{
+    const BYTE arrA[] = {0, 1, 127, 128, 200, 255};
+    const BYTE arrB[] = {9, 8, 7, 6, 5, 4};
+    const SHORT arrOne[4] = {256, 256, 256, 256};
+    const SHORT arrHalf[4] = {128, 128, 128, 128};
+    const SHORT arrNone[4] = {0, 0, 0, 0};
+    const BYTE arrCentre[4] = {0, 128, 0, 128};
+    const auto result = [](const BYTE(&arr)[6]) { return std::vector<BYTE>(arr, arr + 6); };
+    BYTE arrDst[6] = {};
+    BlendBytes(arrDst, arrA, arrB, 6, arrOne, arrNone);
+    EXPECT_EQ(result(arrDst), result(arrA));
+    BlendBytes(arrDst, arrA, arrB, 6, arrHalf, arrNone);
+    EXPECT_EQ(result(arrDst), (std::vector<BYTE>{0, 0, 63, 64, 100, 127}));
+    BlendChroma(arrDst, arrA, arrB, 6, arrHalf, arrNone);
+    EXPECT_EQ(result(arrDst), (std::vector<BYTE>{64, 64, 127, 128, 164, 191}));
+    BlendCentred(arrDst, arrA, arrB, 6, arrHalf, arrNone, arrCentre);
+    EXPECT_EQ(result(arrDst), (std::vector<BYTE>{0, 64, 63, 128, 100, 191}));
+}
+
 TEST(MixKernels, Blends)
 {
     const BlendWeights arrWeights[] = {

@@ -27,16 +27,6 @@ constexpr FormatBlend arrBlends[] = {
     {FOURCC_ARGB32, 4, false, {0, 0, 0, 0}},
 };
 
-void BlendPlane(const BlockPair& blocks, int nPlane, const RoiSize& roi, size_t cbSample,
-                const BlendWeights& weights) noexcept
-{
-    const MixKernels& kernels = GetMixKernels();
-    const auto cbRow = static_cast<size_t>(roi.nWidth) * cbSample;
-    ForEachRow(blocks, nPlane, roi,
-               [&](BYTE* pDst, const BYTE* pSrc, ptrdiff_t)
-               { kernels.pfnBlend(pDst, pSrc, pDst, cbRow, weights); });
-}
-
 SHORT Weight(int n) noexcept
 {
     return static_cast<SHORT>(std::clamp(n, -32768, 32767));
@@ -73,10 +63,16 @@ HRESULT Img_Blend(const BYTE* _pbInput, BYTE* _pbOutput, int nSrcWeight, int nDs
 
     const SHORT nA = Weight(nSrcWeight);
     const SHORT nB = Weight(nDstWeight);
-    BlendWeights weights = MakeBlendWeights(nA, nB, 0);
-    std::copy(std::begin(pBlend->arrCentre), std::end(pBlend->arrCentre), weights.arrCentre);
-    BlendPlane(blocks, 0, blocks.roi, pBlend->cbSample, weights);
+    const SHORT wA[4] = {nA, nA, nA, nA};
+    const SHORT wB[4] = {nB, nB, nB, nB};
+    const auto cbRow = static_cast<size_t>(blocks.roi.nWidth) * pBlend->cbSample;
+    ForEachRow(blocks, 0, blocks.roi,
+               [&](BYTE* pDst, const BYTE* pSrc, ptrdiff_t)
+               { BlendCentred(pDst, pSrc, pDst, cbRow, wA, wB, pBlend->arrCentre); });
+    const RoiSize roiChroma = HalfSize(blocks.roi);
     for (int nPlane = 1; pBlend->bPlanar && nPlane < 3; nPlane++)
-        BlendPlane(blocks, nPlane, HalfSize(blocks.roi), 1, MakeBlendWeights(nA, nB, 128));
+        ForEachRow(blocks, nPlane, roiChroma,
+                   [&](BYTE* pDst, const BYTE* pSrc, ptrdiff_t)
+                   { BlendChroma(pDst, pSrc, pDst, static_cast<size_t>(roiChroma.nWidth), wA, wB); });
     return S_OK;
 }

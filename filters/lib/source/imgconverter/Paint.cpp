@@ -2,11 +2,23 @@
 
 #include <algorithm>
 
+namespace
+{
+
+constexpr SHORT Weight(int n) noexcept
+{
+    return static_cast<SHORT>(n);
+}
+
+} // namespace
+
 CPaint::CPaint(DWORD dwColor, size_t nBytes, int nOpacity) noexcept
-    : m_fill(GetFillKernels()), m_mix(GetMixKernels()), m_pattern(MakeFillPattern(dwColor, nBytes)),
+    : m_fill(GetFillKernels()), m_pattern(MakeFillPattern(dwColor, nBytes)),
       // The two weights add up to 255 of 256: everything but a full opacity darkens by a trace. Deliberate.
-      m_weights(MakeBlendWeights(static_cast<SHORT>(255 - nOpacity), static_cast<SHORT>(nOpacity), 0)),
-      m_nBytes(nBytes), m_bOpaque(nOpacity == 255)
+      m_arrKeep{Weight(255 - nOpacity), Weight(255 - nOpacity), Weight(255 - nOpacity),
+                Weight(255 - nOpacity)},
+      m_arrColor{Weight(nOpacity), Weight(nOpacity), Weight(nOpacity), Weight(nOpacity)}, m_nBytes(nBytes),
+      m_bOpaque(nOpacity == 255)
 {
 }
 
@@ -23,7 +35,7 @@ void CPaint::Run(BYTE* pDst, size_t cb) const noexcept
     while (cb != 0)
     {
         const size_t cbPiece = std::min(cb, sizeof(arrPiece));
-        m_mix.pfnBlend(pDst, pDst, arrPiece, cbPiece, m_weights);
+        BlendBytes(pDst, pDst, arrPiece, cbPiece, m_arrKeep, m_arrColor);
         pDst += cbPiece;
         cb -= cbPiece;
     }

@@ -23,9 +23,9 @@ private:
     bool IsWhole(size_t cb) const noexcept { return cb % m_nBytes == 0; }
 
     const FillKernels& m_fill;
-    const MixKernels& m_mix;
     FillPattern m_pattern;
-    BlendWeights m_weights;
+    SHORT m_arrKeep[4];  ///< weights of what is there
+    SHORT m_arrColor[4]; ///< weights of the colour
     size_t m_nBytes;
     bool m_bOpaque;
 };
