@@ -45,25 +45,26 @@ struct V16
     {
         _mm_storeh_pi(reinterpret_cast<__m64*>(p), _mm_castsi128_ps(v));
     }
-    static V16 Same(__m128i vLane) { return {vLane}; }
-    static V16 Zero() { return {_mm_setzero_si128()}; }
+    static V16 Number(int n) { return {_mm_set1_epi32(n)}; }
+    /// The bytes of a lane. Written so that the compiler sees a constant of the whole width.
+    template <class... T>
+    static V16 Order(T... nBytes)
+    {
+        return {_mm_setr_epi8(static_cast<char>(nBytes)...)};
+    }
 
     V16 operator&(V16 o) const { return {_mm_and_si128(v, o.v)}; }
     V16 operator|(V16 o) const { return {_mm_or_si128(v, o.v)}; }
     V16 Add16(V16 o) const { return {_mm_add_epi16(v, o.v)}; }
     V16 Add32(V16 o) const { return {_mm_add_epi32(v, o.v)}; }
-    V16 Sub32(V16 o) const { return {_mm_sub_epi32(v, o.v)}; }
     V16 Madd(V16 o) const { return {_mm_madd_epi16(v, o.v)}; }
+    /// Unsigned bytes of this times signed bytes of the other, in pairs.
+    V16 MaddBytes(V16 o) const { return {_mm_maddubs_epi16(v, o.v)}; }
     V16 Bytes(V16 o) const { return {_mm_shuffle_epi8(v, o.v)}; }
     template <int n>
     V16 Right32() const
     {
         return {_mm_srli_epi32(v, n)};
-    }
-    template <int n>
-    V16 Left32() const
-    {
-        return {_mm_slli_epi32(v, n)};
     }
     template <int n>
     V16 Right16() const
@@ -150,25 +151,24 @@ struct V32
         Lane0().StoreHigh<0>(p);
         Lane1().StoreHigh<0>(p + nStride);
     }
-    static V32 Same(__m128i vLane) { return {_mm256_broadcastsi128_si256(vLane)}; }
-    static V32 Zero() { return {_mm256_setzero_si256()}; }
+    static V32 Number(int n) { return {_mm256_set1_epi32(n)}; }
+    template <class... T>
+    static V32 Order(T... nBytes)
+    {
+        return {_mm256_setr_epi8(static_cast<char>(nBytes)..., static_cast<char>(nBytes)...)};
+    }
 
     V32 operator&(V32 o) const { return {_mm256_and_si256(v, o.v)}; }
     V32 operator|(V32 o) const { return {_mm256_or_si256(v, o.v)}; }
     V32 Add16(V32 o) const { return {_mm256_add_epi16(v, o.v)}; }
     V32 Add32(V32 o) const { return {_mm256_add_epi32(v, o.v)}; }
-    V32 Sub32(V32 o) const { return {_mm256_sub_epi32(v, o.v)}; }
     V32 Madd(V32 o) const { return {_mm256_madd_epi16(v, o.v)}; }
+    V32 MaddBytes(V32 o) const { return {_mm256_maddubs_epi16(v, o.v)}; }
     V32 Bytes(V32 o) const { return {_mm256_shuffle_epi8(v, o.v)}; }
     template <int n>
     V32 Right32() const
     {
         return {_mm256_srli_epi32(v, n)};
-    }
-    template <int n>
-    V32 Left32() const
-    {
-        return {_mm256_slli_epi32(v, n)};
     }
     template <int n>
     V32 Right16() const
@@ -208,13 +208,7 @@ struct V32
 template <class V>
 V Words(int nLow, int nHigh)
 {
-    return V::Same(_mm_set1_epi32(static_cast<int>((static_cast<unsigned>(nHigh) << 16) | (nLow & 0xFFFF))));
-}
-
-template <class V>
-V Number(int n)
-{
-    return V::Same(_mm_set1_epi32(n));
+    return V::Number(static_cast<int>((static_cast<unsigned>(nHigh) << 16) | (nLow & 0xFFFF)));
 }
 
 /// Eight pixels a lane, as 32-bit words: those of even and of odd columns.
@@ -237,8 +231,8 @@ Pixels8<V> LoadPixels(const BYTE* p)
     else
     {
         // The second load ends with the last pixel, so that none reaches behind the block.
-        const V wideFirst = V::Same(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
-        const V wideLast = V::Same(_mm_setr_epi8(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1));
+        const V wideFirst = V::Order(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+        const V wideLast = V::Order(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
         first = V::template Load<nStride>(p).Bytes(wideFirst);
         second = V::template Load<nStride>(p + 8).Bytes(wideLast);
     }
@@ -253,7 +247,7 @@ struct Components
 
     explicit Components(V px)
         : br(px & Words<V>(0xFF, 0xFF)),
-          gg(px.Bytes(V::Same(_mm_setr_epi8(1, -1, 1, -1, 5, -1, 5, -1, 9, -1, 9, -1, 13, -1, 13, -1))))
+          gg(px.Bytes(V::Order(1, -1, 1, -1, 5, -1, 5, -1, 9, -1, 9, -1, 13, -1, 13, -1)))
     {
     }
     Components(V brSum, V ggSum) : br(brSum), gg(ggSum) {}
@@ -265,16 +259,16 @@ struct Components
         // 33030 is too much for a signed word, so that G counts twice with a half.
         return br.Madd(Words<V>(nLumaB, nLumaR))
             .Add32(gg.Madd(Words<V>(nLumaG / 2, nLumaG / 2)))
-            .Add32(Number<V>(nLumaRound));
+            .Add32(V::Number(nLumaRound));
     }
     /// Sums before their shift.
     V Cb(int nRound) const
     {
-        return br.Madd(Words<V>(nCbB, nCbR)).Add32(gg.Madd(Words<V>(nCbG, 0))).Add32(Number<V>(nRound));
+        return br.Madd(Words<V>(nCbB, nCbR)).Add32(gg.Madd(Words<V>(nCbG, 0))).Add32(V::Number(nRound));
     }
     V Cr(int nRound) const
     {
-        return br.Madd(Words<V>(nCrB, nCrR)).Add32(gg.Madd(Words<V>(nCrG, 0))).Add32(Number<V>(nRound));
+        return br.Madd(Words<V>(nCrB, nCrR)).Add32(gg.Madd(Words<V>(nCrG, 0))).Add32(V::Number(nRound));
     }
 };
 
@@ -319,7 +313,7 @@ struct RgbToPackedBlock
 template <class V>
 void StoreChroma(V inTurn, BYTE* pU, BYTE* pV)
 {
-    const V apart = V::Same(_mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15));
+    const V apart = V::Order(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
     const V planes = inTurn.Bytes(apart);
     planes.template StoreLow<8>(pU);
     planes.template StoreHigh<8>(pV);
@@ -362,28 +356,57 @@ struct RgbWords
     V b, g, r;
 };
 
-/// A multiple of 65536 in a coefficient leaves the shift: what is left of each fits a signed word.
-/// \param luma words of Y
-/// \param chroma words of U and V in turn
-template <class V, RgbSet set>
-RgbWords<V> ToRgbWords(V luma, V chroma)
+/// Four bytes in each 32 bits.
+template <class V>
+V FourBytes(int n0, int n1, int n2, int n3)
 {
-    constexpr int nY = set.nY - 0x10000;
-    const V lumaEven = luma.Madd(Words<V>(nY, 0));
-    const V lumaOdd = luma.Madd(Words<V>(0, nY));
-    const V vHigh = chroma & Words<V>(0, 0xFFFF);
-    const V b = chroma.Madd(Words<V>(set.nBU - 0x20000, 0))
-                    .Add32(chroma.template Left32<17>())
-                    .Add32(Number<V>(set.nB));
-    const V g = chroma.Madd(Words<V>(set.nGU, set.nGV + 0x10000)).Sub32(vHigh).Add32(Number<V>(set.nG));
-    const V r = chroma.Madd(Words<V>(0, set.nRV - 0x20000))
-                    .Add32(vHigh.template Left32<1>())
-                    .Add32(Number<V>(set.nR));
+    return Words<V>((n0 & 0xFF) | (n1 & 0xFF) << 8, (n2 & 0xFF) | (n3 & 0xFF) << 8);
+}
+
+/// Each coefficient of more than 16 bits is split into the products of a small factor, which the bytes are
+/// multiplied by first, and a signed word: nothing is rounded before the shift.
+template <RgbSet set>
+struct SplitSet
+{
+    static constexpr int nYFactor = set.nY % 4 == 0 ? 4 : 86;
+    static constexpr int nY = set.nY / nYFactor;
+    static constexpr int nRV = set.nRV / 4; ///< of 4 V, with the rest of V
+    static constexpr int nRVRest = set.nRV % 4;
+    static constexpr int nBU = set.nBU / 8; ///< of 8 U, with the rest of U
+    static constexpr int nBURest = set.nBU % 8;
+    static constexpr int nGU = set.nGU; ///< of U + 2 V, with the rest of V
+    static constexpr int nGVRest = set.nGV - 2 * set.nGU;
+
+    static_assert(nY * nYFactor == set.nY && nYFactor * 255 <= 0x7FFF && nY <= 0x7FFF);
+    static_assert(nRV <= 0x7FFF && nBU <= 0x7FFF && nGU >= -0x8000 && nGVRest >= -0x8000);
+};
+
+/// Eight pixels of packed 4:2:2 a lane.
+template <class V, bool bUyvy, RgbSet set>
+RgbWords<V> PackedToRgbWords(V packed)
+{
+    using Split = SplitSet<set>;
+    constexpr int nEvenByte = bUyvy ? 0 : Split::nYFactor;
+    constexpr int nOddByte = bUyvy ? Split::nYFactor : 0;
+    const V luma = packed.MaddBytes(FourBytes<V>(nEvenByte, nOddByte, nEvenByte, nOddByte));
+    const V lumaEven = luma.Madd(Words<V>(Split::nY, 0));
+    const V lumaOdd = luma.Madd(Words<V>(0, Split::nY));
+
+    // Bytes U, V, U, V for each pair.
+    const V order = bUyvy ? V::Order(0, 2, 0, 2, 4, 6, 4, 6, 8, 10, 8, 10, 12, 14, 12, 14)
+                          : V::Order(1, 3, 1, 3, 5, 7, 5, 7, 9, 11, 9, 11, 13, 15, 13, 15);
+    const V chroma = packed.Bytes(order);
+    const V b = chroma.MaddBytes(FourBytes<V>(8, 0, Split::nBURest, 0))
+                    .Madd(Words<V>(Split::nBU, 1))
+                    .Add32(V::Number(set.nB));
+    const V g = chroma.MaddBytes(FourBytes<V>(1, 2, 0, 1))
+                    .Madd(Words<V>(Split::nGU, Split::nGVRest))
+                    .Add32(V::Number(set.nG));
+    const V r = chroma.MaddBytes(FourBytes<V>(0, 4, 0, Split::nRVRest))
+                    .Madd(Words<V>(Split::nRV, 1))
+                    .Add32(V::Number(set.nR));
     const auto words = [&](V part)
-    {
-        const V even = lumaEven.Add32(part).template Right32<16>();
-        return even.EvenOddWords(lumaOdd.Add32(part)).Add16(luma);
-    };
+    { return lumaEven.Add32(part).template Right32<16>().EvenOddWords(lumaOdd.Add32(part)); };
     return {words(b), words(g), words(r)};
 }
 
@@ -403,10 +426,10 @@ void ToBgra(const RgbWords<V>& words, V& first, V& second)
 template <class V>
 void StoreBgr24(V q0, V q1, V q2, V q3, BYTE* pDst)
 {
-    const V last0 = V::Same(_mm_setr_epi8(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14));
-    const V split1 = V::Same(_mm_setr_epi8(0, 1, 2, 4, -1, -1, -1, -1, 5, 6, 8, 9, 10, 12, 13, 14));
-    const V split2 = V::Same(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, -1, -1, -1, -1, 10, 12, 13, 14));
-    const V first3 = V::Same(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    const V last0 = V::Order(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14);
+    const V split1 = V::Order(0, 1, 2, 4, -1, -1, -1, -1, 5, 6, 8, 9, 10, 12, 13, 14);
+    const V split2 = V::Order(0, 1, 2, 4, 5, 6, 8, 9, -1, -1, -1, -1, 10, 12, 13, 14);
+    const V first3 = V::Order(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
     const V b0 = q0.Bytes(last0);
     const V b1 = q1.Bytes(split1);
     const V b2 = q2.Bytes(split2);
@@ -414,14 +437,6 @@ void StoreBgr24(V q0, V q1, V q2, V q3, BYTE* pDst)
     b0.template Join<4>(b1).template Store<48>(pDst);
     b1.template Join<8>(b2).template Store<48>(pDst + 16);
     b2.template Join<12>(b3).template Store<48>(pDst + 32);
-}
-
-template <class V, bool bUyvy, RgbSet set>
-RgbWords<V> PackedToRgbWords(V packed)
-{
-    const V low = packed & Words<V>(0xFF, 0xFF);
-    const V high = packed.template Right16<8>();
-    return bUyvy ? ToRgbWords<V, set>(high, low) : ToRgbWords<V, set>(low, high);
 }
 
 template <class V, bool bUyvy, RgbSet set>
@@ -466,15 +481,19 @@ struct PlanarToRgbBlock
     {
         const V luma = V::template Load<16>(pY);
         const V chroma = V::template LoadHalf<8>(pU).Low8(V::template LoadHalf<8>(pV));
+        // As rows of YUY2.
         V q0, q1, q2, q3;
-        ToBgra(ToRgbWords<V, rgbFrom420>(luma.Low8(V::Zero()), chroma.Low8(V::Zero())), q0, q1);
-        ToBgra(ToRgbWords<V, rgbFrom420>(luma.High8(V::Zero()), chroma.High8(V::Zero())), q2, q3);
+        ToBgra(PackedToRgbWords<V, false, rgbFrom420>(luma.Low8(chroma)), q0, q1);
+        if constexpr (!b24)
+        {
+            q0.template Store<64>(pDst);
+            q1.template Store<64>(pDst + 16);
+        }
+        ToBgra(PackedToRgbWords<V, false, rgbFrom420>(luma.High8(chroma)), q2, q3);
         if constexpr (b24)
             StoreBgr24(q0, q1, q2, q3, pDst);
         else
         {
-            q0.template Store<64>(pDst);
-            q1.template Store<64>(pDst + 16);
             q2.template Store<64>(pDst + 32);
             q3.template Store<64>(pDst + 48);
         }
@@ -535,8 +554,8 @@ struct PackedOrderBlock
     static void Do(const BYTE* pSrc, BYTE* pDst)
     {
         const V packed = V::template Load<16>(pSrc);
-        const V chromaSwapped = V::Same(_mm_setr_epi8(0, 3, 2, 1, 4, 7, 6, 5, 8, 11, 10, 9, 12, 15, 14, 13));
-        const V bytesSwapped = V::Same(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14));
+        const V chromaSwapped = V::Order(0, 3, 2, 1, 4, 7, 6, 5, 8, 11, 10, 9, 12, 15, 14, 13);
+        const V bytesSwapped = V::Order(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
         packed.Bytes(bToYvyu ? chromaSwapped : bytesSwapped).template Store<16>(pDst);
     }
 };
@@ -550,9 +569,9 @@ struct Bgr24To32Block
 
     static void Do(const BYTE* pSrc, BYTE* pDst)
     {
-        const V wideFirst = V::Same(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
-        const V wideLast = V::Same(_mm_setr_epi8(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1));
-        const V fourth = Number<V>(static_cast<int>(0xFF000000u));
+        const V wideFirst = V::Order(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+        const V wideLast = V::Order(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+        const V fourth = V::Number(static_cast<int>(0xFF000000u));
         const V keptFirst = V::template Load<32>(pDst) & fourth;
         const V keptLast = V::template Load<32>(pDst + 16) & fourth;
         (V::template Load<24>(pSrc).Bytes(wideFirst) | keptFirst).template Store<32>(pDst);
@@ -583,7 +602,7 @@ struct Bgr32ToBgraBlock
 
     static void Do(const BYTE* pSrc, BYTE* pDst)
     {
-        (V::template Load<16>(pSrc) | Number<V>(static_cast<int>(0xFF000000u))).template Store<16>(pDst);
+        (V::template Load<16>(pSrc) | V::Number(static_cast<int>(0xFF000000u))).template Store<16>(pDst);
     }
 };
 
