@@ -94,6 +94,20 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     }
 }
 
+template <int nChannels>
+void Halve(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    for (size_t i = 0; i < nOutputs; i++)
+    {
+        for (size_t c = 0; c < nChannels; c++)
+        {
+            const size_t nAt = 2 * i * nChannels + c;
+            const int nSum = pUpper[nAt] + pUpper[nAt + nChannels] + pLower[nAt] + pLower[nAt + nChannels];
+            pDst[i * nChannels + c] = static_cast<BYTE>((nSum + 2) >> 2);
+        }
+    }
+}
+
 template <bool bChromaFirst>
 void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
 {
@@ -233,6 +247,7 @@ const ResizeKernels kernelsResizeScalar = {{Row<1>, nullptr, Row<3>, Row<4>},
                                            Divide,
                                            {Narrow<1>, nullptr, Narrow<3>, Narrow<4>},
                                            Average,
+                                           {Halve<1>, nullptr, Halve<3>, Halve<4>},
                                            {Split<false>, Split<true>},
                                            {Merge<false>, Merge<true>},
                                            false};

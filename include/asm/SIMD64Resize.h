@@ -109,6 +109,9 @@ using PFNRESIZENARROW = void (*)(const ResizeRowTaps& taps, const BYTE* pSrc, ui
 /// The average of nRows rows, at most nResizeNarrowRows: Add and Divide for narrow sums.
 using PFNRESIZEAVERAGE = void (*)(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows,
                                   const ResizeNarrowDivisor& divisor, BYTE* pDst, size_t nSamples) noexcept;
+/// Two rows halved both ways: the mean of each four pixels, rounded half up, which is what linear
+/// interpolation and the area average come to.
+using PFNRESIZEHALVE = void (*)(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept;
 /// nPairs times four bytes of packed 4:2:2 into planes: Y, and the two kinds of chroma as they come.
 using PFNSPLIT422 = void (*)(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept;
 /// Planes into packed 4:2:2.
@@ -125,6 +128,7 @@ struct ResizeKernels
     PFNRESIZEDIVIDE pfnDivide;
     PFNRESIZENARROW arrNarrow[4];
     PFNRESIZEAVERAGE pfnAverage;
+    PFNRESIZEHALVE arrHalve[4];
     PFNSPLIT422 arrSplit[2]; ///< luma first (Y, U, Y, V), and chroma first (U, Y, V, Y)
     PFNMERGE422 arrMerge[2];
     bool bPrepared; ///< the forms gain from windows and repeated weights

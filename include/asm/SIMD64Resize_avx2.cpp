@@ -381,6 +381,56 @@ void Average(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows
     }
 }
 
+__m256i MeanOfFour(__m256i sum) noexcept
+{
+    return _mm256_srli_epi16(_mm256_add_epi16(sum, _mm256_set1_epi16(2)), 2);
+}
+
+void Halve1(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    const __m256i ones = _mm256_set1_epi8(1);
+    const auto mean = [=](size_t nAt)
+    {
+        const __m256i upper = _mm256_maddubs_epi16(Load(pUpper + nAt), ones);
+        return MeanOfFour(_mm256_add_epi16(upper, _mm256_maddubs_epi16(Load(pLower + nAt), ones)));
+    };
+    size_t i = 0;
+    for (; i + 32 <= nOutputs; i += 32)
+    {
+        const __m256i packed =
+            _mm256_permute4x64_epi64(_mm256_packus_epi16(mean(2 * i), mean(2 * i + 32)), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + i), packed);
+    }
+    kernelsResizeScalar.arrHalve[0](pUpper + 2 * i, pLower + 2 * i, pDst + i, nOutputs - i);
+}
+
+void Halve4(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    // Each channel beside that of the next pixel.
+    const __m256i pairs =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15));
+    const __m256i ones = _mm256_set1_epi8(1);
+    const auto mean = [=](size_t nAt)
+    {
+        const __m256i upper = _mm256_maddubs_epi16(_mm256_shuffle_epi8(Load(pUpper + nAt), pairs), ones);
+        const __m256i lower = _mm256_maddubs_epi16(_mm256_shuffle_epi8(Load(pLower + nAt), pairs), ones);
+        return MeanOfFour(_mm256_add_epi16(upper, lower));
+    };
+    size_t i = 0;
+    for (; i + 8 <= nOutputs; i += 8)
+    {
+        const __m256i packed =
+            _mm256_permute4x64_epi64(_mm256_packus_epi16(mean(8 * i), mean(8 * i + 32)), 0xD8);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pDst + 4 * i), packed);
+    }
+    kernelsResizeScalar.arrHalve[3](pUpper + 8 * i, pLower + 8 * i, pDst + 4 * i, nOutputs - i);
+}
+
+void Halve3(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    kernelsResizeScalar.arrHalve[2](pUpper, pLower, pDst, nOutputs);
+}
+
 /// Low bytes of the words of two vectors, in order.
 __m256i PackWords(__m256i first, __m256i second) noexcept
 {
@@ -440,6 +490,7 @@ const ResizeKernels kernelsResizeAVX2 = {
     Divide,
     {Row1<ToNarrowSums>, nullptr, Row<ToNarrowSums, 3>, Row<ToNarrowSums, 4>},
     Average,
+    {Halve1, nullptr, Halve3, Halve4},
     {Split<false>, Split<true>},
     {Merge<false>, Merge<true>},
     true};

@@ -334,6 +334,47 @@ void Average(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows
     }
 }
 
+__m128i MeanOfFour(__m128i sum) noexcept
+{
+    return _mm_srli_epi16(_mm_add_epi16(sum, _mm_set1_epi16(2)), 2);
+}
+
+void Halve1(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    const __m128i ones = _mm_set1_epi8(1);
+    const auto mean = [=](size_t nAt)
+    {
+        const __m128i upper = _mm_maddubs_epi16(Load(pUpper + nAt), ones);
+        return MeanOfFour(_mm_add_epi16(upper, _mm_maddubs_epi16(Load(pLower + nAt), ones)));
+    };
+    size_t i = 0;
+    for (; i + 16 <= nOutputs; i += 16)
+        Store(pDst + i, _mm_packus_epi16(mean(2 * i), mean(2 * i + 16)));
+    kernelsResizeScalar.arrHalve[0](pUpper + 2 * i, pLower + 2 * i, pDst + i, nOutputs - i);
+}
+
+void Halve4(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    // Each channel beside that of the next pixel.
+    const __m128i pairs = _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    const __m128i ones = _mm_set1_epi8(1);
+    const auto mean = [=](size_t nAt)
+    {
+        const __m128i upper = _mm_maddubs_epi16(_mm_shuffle_epi8(Load(pUpper + nAt), pairs), ones);
+        const __m128i lower = _mm_maddubs_epi16(_mm_shuffle_epi8(Load(pLower + nAt), pairs), ones);
+        return MeanOfFour(_mm_add_epi16(upper, lower));
+    };
+    size_t i = 0;
+    for (; i + 4 <= nOutputs; i += 4)
+        Store(pDst + 4 * i, _mm_packus_epi16(mean(8 * i), mean(8 * i + 16)));
+    kernelsResizeScalar.arrHalve[3](pUpper + 8 * i, pLower + 8 * i, pDst + 4 * i, nOutputs - i);
+}
+
+void Halve3(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
+{
+    kernelsResizeScalar.arrHalve[2](pUpper, pLower, pDst, nOutputs);
+}
+
 template <bool bChromaFirst>
 void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
 {
@@ -382,6 +423,7 @@ const ResizeKernels kernelsResizeSSE41 = {
     Divide,
     {Row1<ToNarrowSums>, nullptr, Row<ToNarrowSums, 3>, Row<ToNarrowSums, 4>},
     Average,
+    {Halve1, nullptr, Halve3, Halve4},
     {Split<false>, Split<true>},
     {Merge<false>, Merge<true>},
     true};

@@ -285,6 +285,54 @@ TEST(ResizeKernels, RowsAcross)
     }
 }
 
+/// Halving has kernels of its own: they give what the general ways of both filters come to.
+TEST(ResizeKernels, Halve)
+{
+    std::mt19937 random(8);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (LONG nOutputs = 1; nOutputs <= 130; nOutputs++)
+    {
+        for (const int nChannels : arrChannels)
+        {
+            Plane src(2 * nOutputs, 2, nChannels, 0);
+            for (BYTE& b : src.bytes)
+                b = static_cast<BYTE>(random() % 3 ? random() : random() % 2 * 255);
+            const BYTE* pLower = src.Data() + src.nStep;
+
+            // The steps of linear interpolation, by the plain kernels.
+            const ResizeAxis axis = {2 * nOutputs, 0, 2 * nOutputs, nOutputs, {nOutputs, 2 * nOutputs}};
+            std::vector<int32_t> starts(static_cast<size_t>(nOutputs));
+            std::vector<int16_t> weights(static_cast<size_t>(2 * nOutputs));
+            for (LONG i = 0; i < nOutputs; i++)
+                starts[static_cast<size_t>(i)] = FilterWeights(axis, eIP_Linear, i, weights.data() + 2 * i);
+            ResizeRowTaps taps = {};
+            taps.pStart = starts.data();
+            taps.pWeights = weights.data();
+            taps.nTaps = 2;
+            taps.nOutputs = nOutputs;
+            const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
+            std::vector<int16_t> upperRow(nSamples);
+            std::vector<int16_t> lowerRow(nSamples);
+            kernelsResizeScalar.arrRow[nChannels - 1](taps, src.Data(), upperRow.data());
+            kernelsResizeScalar.arrRow[nChannels - 1](taps, pLower, lowerRow.data());
+            const int16_t* arrRows[] = {upperRow.data(), lowerRow.data()};
+            const int16_t arrHalves[] = {nResizeWeightOne / 2, nResizeWeightOne / 2};
+            std::vector<BYTE> expected(nSamples);
+            kernelsResizeScalar.pfnBlend(arrRows, arrHalves, 2, expected.data(), nSamples);
+
+            for (const Form& form : forms)
+            {
+                std::vector<BYTE> result(nSamples);
+                form.pKernels->arrHalve[nChannels - 1](src.Data(), pLower, result.data(),
+                                                       static_cast<size_t>(nOutputs));
+                ASSERT_EQ(result, expected)
+                    << nOutputs << " channels " << nChannels << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
 /// Packed 4:2:2 into planes and back, by its definition.
 TEST(ResizeKernels, SplitAndMerge)
 {

@@ -49,6 +49,7 @@ enum class eWay
 {
     Refused,
     Nearest,
+    Halve, ///< both sides to one half, linear or averaged
     Filter,
     AreaNarrow, ///< sums of 16 bits, for the ratios of everyday formats
     Area,       ///< sums of 32 bits
@@ -86,6 +87,13 @@ bool FitsNarrowWeights(const ResizeAxis& axis) noexcept
     return std::min(parts.nDst, parts.nSrc) <= std::numeric_limits<int16_t>::max();
 }
 
+/// Every output lies in the middle of two samples of the region.
+bool IsHalved(const ResizeAxis& axis) noexcept
+{
+    const auto half = [](LONG nSrc, LONG nDst) { return nSrc % 2 == 0 && nSrc / 2 == nDst; };
+    return half(axis.nRoiSize, axis.nDstSize) && half(axis.factor.nSrc, axis.factor.nDst);
+}
+
 /// All of them give the same bytes.
 eWay FindAreaWay(const PlaneScale& scale) noexcept
 {
@@ -102,6 +110,9 @@ eWay FindWay(const PlaneScale& scale, int nInterpolation) noexcept
 {
     if (!IsUsable(AxisX(scale)) || !IsUsable(AxisY(scale)))
         return eWay::Refused;
+    if ((nInterpolation == eIP_Linear || nInterpolation == eIP_Super) && IsHalved(AxisX(scale)) &&
+        IsHalved(AxisY(scale)))
+        return eWay::Halve;
     switch (nInterpolation)
     {
     case eIP_Nearest:
@@ -140,7 +151,7 @@ size_t LayOut(WorkLayout& layout, const PlaneScale& scale, eWay way, eInterpolat
 {
     layout = {};
     CWork work(pWork);
-    if (way == eWay::Refused || way == eWay::AreaWide)
+    if (way == eWay::Refused || way == eWay::AreaWide || way == eWay::Halve)
         return 0;
     const auto nOutputs = static_cast<size_t>(scale.dstSize.nWidth);
     layout.pStart = work.Take<int32_t>(nOutputs);
@@ -215,6 +226,16 @@ void ScaleNearest(const Job& job) noexcept
             PickPixels<nChannels>(job.work.pStart, job.SrcRow(nRow), job.DstRow(y), axisX.nDstSize);
         nLast = nRow;
     }
+}
+
+void ScaleHalf(const Job& job, const ResizeKernels& kernels) noexcept
+{
+    const PFNRESIZEHALVE pfnHalve = kernels.arrHalve[job.nChannels - 1];
+    const RoiRect& roi = job.scale.srcRoi;
+    const ptrdiff_t nLeft = ptrdiff_t{roi.nLeft} * job.nChannels;
+    for (LONG y = 0; y < job.scale.dstSize.nHeight; y++)
+        pfnHalve(job.SrcRow(roi.nTop + 2 * y) + nLeft, job.SrcRow(roi.nTop + 2 * y + 1) + nLeft,
+                 job.DstRow(y), static_cast<size_t>(job.scale.dstSize.nWidth));
 }
 
 /// The taps of all outputs of a row, whose weights are in place.
@@ -390,7 +411,7 @@ ePrimitiveStatus ResizePlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, p
     const eWay way = FindWay(scale, nInterpolation);
     if (way == eWay::Refused)
         return ePS_Interpolation;
-    if (!pWork && way != eWay::AreaWide)
+    if (!pWork && way != eWay::AreaWide && way != eWay::Halve)
         return ePS_NullPointer;
 
     const auto eMode = static_cast<eInterpolation>(nInterpolation);
@@ -401,6 +422,9 @@ ePrimitiveStatus ResizePlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, p
     {
     case eWay::Nearest:
         ScaleNearest<nChannels>(job);
+        break;
+    case eWay::Halve:
+        ScaleHalf(job, kernels);
         break;
     case eWay::Filter:
         ScaleFilter(job, eMode, kernels);
