@@ -1,4 +1,4 @@
-// The resizer as far as nothing has to be scaled.
+// The resizer where nothing has to be scaled, and what it refuses.
 #include "ImageTest.h"
 #include "PictureBuffer.h"
 
@@ -53,33 +53,6 @@ TEST(Resize, ClippedToEqualSizes)
     ASSERT_EQ(Img_Copy(input.Data(), copied.Data(), &pic, &pic, &rcFrom, &rcTo), S_OK);
     EXPECT_EQ(Img_ResizeFrame(input.Data(), resized.Data(), &pic, &pic, &rcFrom, &rcTo, 4, nullptr, 0), S_OK);
     EXPECT_EQ(resized.Bytes(), copied.Bytes());
-}
-
-TEST(Resize, ScalingAndSharpeningAreRefused)
-{
-    const PicProps pic = {FOURCC_RGB32, 4, -4, 0};
-    const PicProps picWide = {FOURCC_RGB32, 8, -4, 0};
-    const PicProps picTall = {FOURCC_RGB32, 4, -8, 0};
-    PictureBuffer input(picWide);
-    PictureBuffer output(picWide);
-    input.Fill(1);
-    output.Fill(2);
-    const std::vector<BYTE> before = output.Bytes();
-    EXPECT_EQ(Img_ResizeFrame(input.Data(), output.Data(), &pic, &picWide, nullptr, nullptr, 4, nullptr, 0),
-              E_NOTIMPL);
-    EXPECT_EQ(Img_ResizeFrame(input.Data(), output.Data(), &picWide, &pic, nullptr, nullptr, 4, nullptr, 0),
-              E_NOTIMPL);
-    EXPECT_EQ(Img_ResizeFrame(input.Data(), output.Data(), &pic, &picTall, nullptr, nullptr, 1, nullptr, 0),
-              E_NOTIMPL);
-    EXPECT_EQ(Img_ResizeFrame(input.Data(), output.Data(), &pic, &pic, nullptr, nullptr, 4, nullptr, 10),
-              E_NOTIMPL);
-    EXPECT_EQ(Img_ResizeFrame(input.Data(), output.Data(), &pic, &pic, nullptr, nullptr, 4, nullptr, -1),
-              E_NOTIMPL);
-    const RECT rcFrom = {0, 0, 4, 4};
-    const RECT rcTo = {0, 0, 4, 3};
-    EXPECT_EQ(Img_ResizeFrame(input.Data(), output.Data(), &pic, &pic, &rcFrom, &rcTo, 4, nullptr, 0),
-              E_NOTIMPL);
-    EXPECT_EQ(output.Bytes(), before);
 }
 
 TEST(Resize, RefusedArguments)

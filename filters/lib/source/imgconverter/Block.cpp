@@ -2,6 +2,8 @@
 
 #include "dstl/dshowx/DSTrace.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -14,10 +16,13 @@ struct Layout
     bool bMirror = false;
 };
 
-/// The memory row that a rectangle starts in: a bottom-up picture keeps the last row shown first.
-LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept
+/// What of a size lies in a picture from a rectangle's first pixel on.
+RoiSize Inside(RoiSize roi, const PicProps& pic, const RECT& rc) noexcept
 {
-    return bMirror ? static_cast<LONG>(AbsHeight(pic.nHeight) - static_cast<DWORD>(rc.bottom)) : rc.top;
+    const LONGLONG nColumns = LONGLONG{pic.nWidth} - rc.left;
+    const LONGLONG nRows = LONGLONG{AbsHeight(pic.nHeight)} - rc.top;
+    return {static_cast<LONG>(std::min<LONGLONG>(roi.nWidth, nColumns)),
+            static_cast<LONG>(std::min<LONGLONG>(roi.nHeight, nRows))};
 }
 
 template <class TByte>
@@ -33,6 +38,19 @@ void Place(PicBlock<TByte>& block, TByte* pbFrame, const Layout& layout) noexcep
 }
 
 } // namespace
+
+LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept
+{
+    return bMirror ? static_cast<LONG>(AbsHeight(pic.nHeight) - static_cast<DWORD>(rc.bottom)) : rc.top;
+}
+
+void TurnDestination(BlockPair& blocks) noexcept
+{
+    if (blocks.src.bMirror == blocks.dst.bMirror)
+        return;
+    blocks.dst.arrStart[0] += blocks.dst.arrStep[0] * (ptrdiff_t{blocks.roi.nHeight} - 1);
+    blocks.dst.arrStep[0] = -blocks.dst.arrStep[0];
+}
 
 HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const PicProps* pInputProps,
                    const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput) noexcept
@@ -58,7 +76,9 @@ HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const
         !GetPicOffsets(pOutputProps, dstRect.left, nDstRow, dst.arrOffset, false))
         return E_FAIL;
 
+    blocks.srcRect = srcRect;
     blocks.roi = {srcRect.right - srcRect.left, srcRect.bottom - srcRect.top};
+    blocks.roiInside = Inside(Inside(blocks.roi, *pInputProps, srcRect), *pOutputProps, dstRect);
     Place(blocks.src, pbInput, src);
     Place(blocks.dst, pbOutput, dst);
     return S_OK;

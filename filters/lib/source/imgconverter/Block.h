@@ -24,8 +24,18 @@ struct BlockPair
 {
     PicBlock<const BYTE> src;
     PicBlock<BYTE> dst;
-    RoiSize roi; ///< the common size, which is that of the source rectangle; empty when below 1
+    RECT srcRect; ///< as shown, normalised
+    RoiSize roi;  ///< the common size, which is that of the source rectangle; empty when below 1
+    /// The part of roi that lies in both pictures. Columns rounded to even can reach one past the last column
+    /// of an RGB picture of odd width; it must not be touched.
+    RoiSize roiInside;
 };
+
+/// The memory row that a rectangle starts in: a bottom-up picture keeps the last row shown first.
+LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept;
+
+/// Lets the destination run backward, from the last row of its block, when the two row orders differ.
+void TurnDestination(BlockPair& blocks) noexcept;
 
 /// Finds the blocks of a call without scaling. Buffers and descriptors must have been checked for null.
 /// \return S_OK; E_INVALIDARG for an unusable descriptor or rectangle; S_FALSE when a rectangle lies outside

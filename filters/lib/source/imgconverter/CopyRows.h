@@ -18,6 +18,7 @@ enum ePrimitiveStatus : int
     ePS_Done = 0,
     ePS_SizeError = -6,
     ePS_NullPointer = -8,
+    ePS_Interpolation = -22,
     ePS_OddLeftOut = 35 ///< a warning: an odd row or column was not written
 };
 

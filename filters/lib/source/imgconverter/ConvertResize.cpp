@@ -1,0 +1,85 @@
+#include "imgconverter/ImgConverter.h"
+
+#include "dstl/dshowx/DSTrace.h"
+
+#include <cstdint>
+#include <memory>
+#include <new>
+
+namespace
+{
+
+/// The scaling's work memory starts on a multiple of this behind the intermediate picture.
+constexpr size_t cbFrameUnit = 512;
+
+bool AreSizesEqual(const RECT& rcFirst, const RECT& rcSecond) noexcept
+{
+    return rcFirst.right - rcFirst.left == rcSecond.right - rcSecond.left &&
+           rcFirst.bottom - rcFirst.top == rcSecond.bottom - rcSecond.top;
+}
+
+} // namespace
+
+HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
+                          const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput,
+                          bool bFieldMode, int nMode, BYTE* pTemp, int nSharp) noexcept
+{
+    DSASSERT(_pInputProps && _pOutputProps);
+    if (!_pInputProps || !_pOutputProps)
+        return E_INVALIDARG;
+    DSASSERT(_pbInput && _pbOutput);
+    if (!_pbInput || !_pbOutput)
+        return E_INVALIDARG;
+
+    const bool bConvert = _pInputProps->fccType != _pOutputProps->fccType;
+    bool bResize = _pInputProps->nWidth != _pOutputProps->nWidth ||
+                   AbsHeight(_pInputProps->nHeight) != AbsHeight(_pOutputProps->nHeight);
+    if (!bResize)
+    {
+        RECT srcRect;
+        RECT dstRect;
+        const HRESULT hr =
+            NormalizeRects(_pInputProps, _pOutputProps, &srcRect, &dstRect, true, _prcInput, _prcOutput);
+        if (hr != S_OK)
+            return hr;
+        bResize = !AreSizesEqual(srcRect, dstRect);
+    }
+
+    std::unique_ptr<BYTE[]> spTemp;
+    if (!pTemp && bConvert && bResize)
+    {
+        const size_t cbTemp = Img_GetBufferSizeEx(_pInputProps, _pOutputProps);
+        if (cbTemp <= PTRDIFF_MAX)
+            spTemp.reset(new (std::nothrow) BYTE[cbTemp]);
+        if (!spTemp)
+            return E_OUTOFMEMORY;
+        pTemp = spTemp.get();
+    }
+
+    const BYTE* pbResize = _pbInput;
+    PicProps picResize = *_pInputProps;
+    if (bConvert || !bResize)
+    {
+        BYTE* pbTarget = _pbOutput;
+        const PicProps* pTargetProps = _pOutputProps;
+        if (bResize)
+        {
+            picResize = {_pOutputProps->fccType, _pInputProps->nWidth, _pInputProps->nHeight, 0};
+            pTargetProps = &picResize;
+            pbResize = pbTarget = pTemp;
+            pTemp += (size_t{GetPicSize(&picResize)} + cbFrameUnit - 1) / cbFrameUnit * cbFrameUnit;
+        }
+        const HRESULT hr =
+            Img_Convert(_pbInput, pbTarget, _pInputProps, pTargetProps, nullptr, nullptr, true, pTemp);
+        if (FAILED(hr))
+            return hr;
+    }
+    if (!bResize)
+        return S_OK;
+
+    const HRESULT hr = bFieldMode ? Img_ResizeFields(pbResize, _pbOutput, &picResize, _pOutputProps,
+                                                     _prcInput, _prcOutput, nMode, pTemp, nSharp, -1)
+                                  : Img_ResizeFrame(pbResize, _pbOutput, &picResize, _pOutputProps, _prcInput,
+                                                    _prcOutput, nMode, pTemp, nSharp);
+    return FAILED(hr) ? hr : S_OK;
+}

@@ -1,0 +1,11 @@
+#pragma once
+/// Turning the rows of a block upside down.
+
+#include "imgconverter/CopyRows.h"
+
+/// Bytes of a pixel in the formats that can be flipped, which are RGB565, RGB555, RGB24, RGB32 and ARGB32;
+/// 0 for all others.
+size_t FlipPixelBytes(DWORD fccType) noexcept;
+
+/// Reverses the order of rows in place; pixels in a row keep their order.
+void FlipRows(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi, size_t cbPixel) noexcept;

@@ -1,0 +1,67 @@
+#pragma once
+/// The weights of the resizer's filters: which source samples make one output sample of an axis.
+///
+/// Sample centres are aligned: output x stands at (x + 0.5) * nSrc / nDst - 0.5 of its region. The region
+/// lies in a larger picture, so that filters reach over its edges; at the edges of the picture they take the
+/// outermost sample again. Positions are exact ratios, so that no rounding of a factor moves a sample.
+
+#include "dstl/WinAPI/Platform.h"
+
+#include <cstdint>
+
+/// Interpolation values that ResizePlane knows.
+enum eInterpolation : int
+{
+    eIP_Nearest = 1,
+    eIP_Linear = 2, ///< two samples
+    eIP_Cubic = 4,  ///< four samples, Catmull-Rom
+    eIP_Super = 8   ///< exact area average
+};
+
+/// A scale factor as the ratio of two lengths.
+struct ResizeFactor
+{
+    LONG nDst;
+    LONG nSrc;
+};
+
+/// One axis of a plane.
+struct ResizeAxis
+{
+    LONG nSrcSize;  ///< samples of the whole source
+    LONG nRoiStart; ///< first sample of the region
+    LONG nRoiSize;
+    LONG nDstSize;
+    ResizeFactor factor;
+};
+
+/// \return the source sample nearest to an output sample; of two equally near the later one
+int32_t NearestSample(const ResizeAxis& axis, LONG nOutput) noexcept;
+
+/// Linear and cubic: the number of taps, less only where the source has fewer samples.
+LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept;
+
+/// \param pWeights receives FilterTaps weights that sum up to nResizeWeightOne
+/// \return the source sample of the first weight; all taps lie inside the source
+int32_t FilterWeights(const ResizeAxis& axis, eInterpolation eMode, LONG nOutput, int16_t* pWeights) noexcept;
+
+/// The region and the output in their smallest whole parts: an output covers nSrc parts, a sample has nDst.
+ResizeFactor AreaParts(const ResizeAxis& axis) noexcept;
+
+/// Area average: the number of taps, a multiple of four where the source has as many samples.
+LONG AreaTaps(const ResizeAxis& axis) noexcept;
+
+/// The samples that an output covers.
+struct AreaSpan
+{
+    LONG nFirst; ///< within the region
+    LONG nEnd;
+};
+
+AreaSpan AreaOf(const ResizeFactor& parts, LONG nOutput) noexcept;
+
+/// Parts of a sample that an output covers.
+int64_t AreaWeight(const ResizeFactor& parts, LONG nOutput, LONG nSample) noexcept;
+
+/// As FilterWeights, for parts that fit 16 bits; the weights sum up to the nSrc of AreaParts.
+int32_t AreaWeights(const ResizeAxis& axis, LONG nOutput, int16_t* pWeights) noexcept;

@@ -1,0 +1,746 @@
+#pragma once
+/// The vector forms of the conversions, written once for registers of 16 and of 32 bytes. Included by the
+/// files that are compiled for one kind of processor each, so everything here is local to its includer.
+///
+/// A wide register is two lanes that do the same work on neighbouring blocks of pixels: all loads and stores
+/// name the distance between the blocks, and no instruction carries bytes from lane to lane.
+
+#include "asm/SIMD64Convert.h"
+#include "asm/SIMD64ConvertFormulas.h"
+
+#include <immintrin.h>
+
+namespace
+{
+
+/// One lane.
+struct V16
+{
+    static constexpr size_t nLanes = 1;
+    __m128i v;
+
+    template <size_t>
+    static V16 Load(const BYTE* p)
+    {
+        return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
+    }
+    /// 8 bytes into the low half.
+    template <size_t>
+    static V16 LoadHalf(const BYTE* p)
+    {
+        return {_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))};
+    }
+    template <size_t>
+    void Store(BYTE* p) const
+    {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+    }
+    template <size_t>
+    void StoreLow(BYTE* p) const
+    {
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v);
+    }
+    template <size_t>
+    void StoreHigh(BYTE* p) const
+    {
+        _mm_storeh_pi(reinterpret_cast<__m64*>(p), _mm_castsi128_ps(v));
+    }
+    static V16 Number(int n) { return {_mm_set1_epi32(n)}; }
+    /// The bytes of a lane. Written so that the compiler sees a constant of the whole width.
+    template <class... T>
+    static V16 Order(T... nBytes)
+    {
+        return {_mm_setr_epi8(static_cast<char>(nBytes)...)};
+    }
+
+    V16 operator&(V16 o) const { return {_mm_and_si128(v, o.v)}; }
+    V16 operator|(V16 o) const { return {_mm_or_si128(v, o.v)}; }
+    V16 Add16(V16 o) const { return {_mm_add_epi16(v, o.v)}; }
+    V16 Add32(V16 o) const { return {_mm_add_epi32(v, o.v)}; }
+    V16 Madd(V16 o) const { return {_mm_madd_epi16(v, o.v)}; }
+    /// Unsigned bytes of this times signed bytes of the other, in pairs.
+    V16 MaddBytes(V16 o) const { return {_mm_maddubs_epi16(v, o.v)}; }
+    V16 Bytes(V16 o) const { return {_mm_shuffle_epi8(v, o.v)}; }
+    template <int n>
+    V16 Right32() const
+    {
+        return {_mm_srli_epi32(v, n)};
+    }
+    template <int n>
+    V16 Right16() const
+    {
+        return {_mm_srli_epi16(v, n)};
+    }
+    template <int n>
+    V16 Left16() const
+    {
+        return {_mm_slli_epi16(v, n)};
+    }
+    /// Even words of this, odd ones of the other.
+    V16 EvenOddWords(V16 o) const { return {_mm_blend_epi16(v, o.v, 0xAA)}; }
+    /// Even, respectively odd, 32-bit words of both, this one's first.
+    V16 Evens(V16 o) const
+    {
+        return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(o.v), 0x88))};
+    }
+    V16 Odds(V16 o) const
+    {
+        return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(o.v), 0xDD))};
+    }
+    V16 Pack16(V16 o) const { return {_mm_packus_epi16(v, o.v)}; }
+    V16 Low8(V16 o) const { return {_mm_unpacklo_epi8(v, o.v)}; }
+    V16 High8(V16 o) const { return {_mm_unpackhi_epi8(v, o.v)}; }
+    V16 Low16(V16 o) const { return {_mm_unpacklo_epi16(v, o.v)}; }
+    V16 High16(V16 o) const { return {_mm_unpackhi_epi16(v, o.v)}; }
+    /// The bytes of this from n on, then those of the next.
+    template <int n>
+    V16 Join(V16 oNext) const
+    {
+        return {_mm_alignr_epi8(oNext.v, v, n)};
+    }
+};
+
+#ifdef __AVX2__
+
+/// Two lanes, nStride bytes apart in memory.
+struct V32
+{
+    static constexpr size_t nLanes = 2;
+    __m256i v;
+
+    template <size_t nStride>
+    static V32 Load(const BYTE* p)
+    {
+        if constexpr (nStride == 16)
+            return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
+        else
+            return {_mm256_inserti128_si256(_mm256_castsi128_si256(V16::Load<0>(p).v),
+                                            V16::Load<0>(p + nStride).v, 1)};
+    }
+    template <size_t nStride>
+    static V32 LoadHalf(const BYTE* p)
+    {
+        if constexpr (nStride == 8)
+            return {_mm256_permute4x64_epi64(_mm256_castsi128_si256(V16::Load<0>(p).v), 0x50)};
+        else
+            return {_mm256_inserti128_si256(_mm256_castsi128_si256(V16::LoadHalf<0>(p).v),
+                                            V16::LoadHalf<0>(p + nStride).v, 1)};
+    }
+    V16 Lane0() const { return {_mm256_castsi256_si128(v)}; }
+    V16 Lane1() const { return {_mm256_extracti128_si256(v, 1)}; }
+    template <size_t nStride>
+    void Store(BYTE* p) const
+    {
+        if constexpr (nStride == 16)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+        else
+        {
+            Lane0().Store<0>(p);
+            Lane1().Store<0>(p + nStride);
+        }
+    }
+    template <size_t nStride>
+    void StoreLow(BYTE* p) const
+    {
+        Lane0().StoreLow<0>(p);
+        Lane1().StoreLow<0>(p + nStride);
+    }
+    template <size_t nStride>
+    void StoreHigh(BYTE* p) const
+    {
+        Lane0().StoreHigh<0>(p);
+        Lane1().StoreHigh<0>(p + nStride);
+    }
+    static V32 Number(int n) { return {_mm256_set1_epi32(n)}; }
+    template <class... T>
+    static V32 Order(T... nBytes)
+    {
+        return {_mm256_setr_epi8(static_cast<char>(nBytes)..., static_cast<char>(nBytes)...)};
+    }
+
+    V32 operator&(V32 o) const { return {_mm256_and_si256(v, o.v)}; }
+    V32 operator|(V32 o) const { return {_mm256_or_si256(v, o.v)}; }
+    V32 Add16(V32 o) const { return {_mm256_add_epi16(v, o.v)}; }
+    V32 Add32(V32 o) const { return {_mm256_add_epi32(v, o.v)}; }
+    V32 Madd(V32 o) const { return {_mm256_madd_epi16(v, o.v)}; }
+    V32 MaddBytes(V32 o) const { return {_mm256_maddubs_epi16(v, o.v)}; }
+    V32 Bytes(V32 o) const { return {_mm256_shuffle_epi8(v, o.v)}; }
+    template <int n>
+    V32 Right32() const
+    {
+        return {_mm256_srli_epi32(v, n)};
+    }
+    template <int n>
+    V32 Right16() const
+    {
+        return {_mm256_srli_epi16(v, n)};
+    }
+    template <int n>
+    V32 Left16() const
+    {
+        return {_mm256_slli_epi16(v, n)};
+    }
+    V32 EvenOddWords(V32 o) const { return {_mm256_blend_epi16(v, o.v, 0xAA)}; }
+    V32 Evens(V32 o) const
+    {
+        return {
+            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(v), _mm256_castsi256_ps(o.v), 0x88))};
+    }
+    V32 Odds(V32 o) const
+    {
+        return {
+            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(v), _mm256_castsi256_ps(o.v), 0xDD))};
+    }
+    V32 Pack16(V32 o) const { return {_mm256_packus_epi16(v, o.v)}; }
+    V32 Low8(V32 o) const { return {_mm256_unpacklo_epi8(v, o.v)}; }
+    V32 High8(V32 o) const { return {_mm256_unpackhi_epi8(v, o.v)}; }
+    V32 Low16(V32 o) const { return {_mm256_unpacklo_epi16(v, o.v)}; }
+    V32 High16(V32 o) const { return {_mm256_unpackhi_epi16(v, o.v)}; }
+    template <int n>
+    V32 Join(V32 oNext) const
+    {
+        return {_mm256_alignr_epi8(oNext.v, v, n)};
+    }
+};
+
+#endif
+
+template <class V>
+V Words(int nLow, int nHigh)
+{
+    return V::Number(static_cast<int>((static_cast<unsigned>(nHigh) << 16) | (nLow & 0xFFFF)));
+}
+
+/// Eight pixels a lane, as 32-bit words: those of even and of odd columns.
+template <class V>
+struct Pixels8
+{
+    V even, odd;
+};
+
+/// Reads eight pixels a lane from blocks nStride bytes apart.
+template <class V, size_t cbPixel, size_t nStride>
+Pixels8<V> LoadPixels(const BYTE* p)
+{
+    V first, second;
+    if constexpr (cbPixel == 4)
+    {
+        first = V::template Load<nStride>(p);
+        second = V::template Load<nStride>(p + 16);
+    }
+    else
+    {
+        // The second load ends with the last pixel, so that none reaches behind the block.
+        const V wideFirst = V::Order(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+        const V wideLast = V::Order(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+        first = V::template Load<nStride>(p).Bytes(wideFirst);
+        second = V::template Load<nStride>(p + 8).Bytes(wideLast);
+    }
+    return {first.Evens(second), first.Odds(second)};
+}
+
+/// The same as words: B and R of each pixel, and G twice.
+template <class V>
+struct Components
+{
+    V br, gg;
+
+    explicit Components(V px)
+        : br(px & Words<V>(0xFF, 0xFF)),
+          gg(px.Bytes(V::Order(1, -1, 1, -1, 5, -1, 5, -1, 9, -1, 9, -1, 13, -1, 13, -1)))
+    {
+    }
+    Components(V brSum, V ggSum) : br(brSum), gg(ggSum) {}
+    Components operator+(const Components& o) const { return {br.Add16(o.br), gg.Add16(o.gg)}; }
+
+    /// Y in the high word of each 32 bits.
+    V Luma() const
+    {
+        // 33030 is too much for a signed word, so that G counts twice with a half.
+        return br.Madd(Words<V>(nLumaB, nLumaR))
+            .Add32(gg.Madd(Words<V>(nLumaG / 2, nLumaG / 2)))
+            .Add32(V::Number(nLumaRound));
+    }
+    /// Sums before their shift.
+    V Cb(int nRound) const
+    {
+        return br.Madd(Words<V>(nCbB, nCbR)).Add32(gg.Madd(Words<V>(nCbG, 0))).Add32(V::Number(nRound));
+    }
+    V Cr(int nRound) const
+    {
+        return br.Madd(Words<V>(nCrB, nCrR)).Add32(gg.Madd(Words<V>(nCrG, 0))).Add32(V::Number(nRound));
+    }
+};
+
+/// Words of Y in the order of columns.
+template <class V>
+V LumaWords(const Components<V>& even, const Components<V>& odd)
+{
+    return even.Luma().template Right32<16>().EvenOddWords(odd.Luma());
+}
+
+/// Words of U and V in turn; only their low bytes count.
+template <class V, int nShift>
+V ChromaWords(const Components<V>& sum, const ChromaRounding& rounding)
+{
+    return sum.Cb(rounding.nCb)
+        .template Right32<nShift>()
+        .EvenOddWords(sum.Cr(rounding.nCr).template Right32<nShift - 16>());
+}
+
+template <class V, size_t cbPixel, bool bUyvy, bool bNearest>
+struct RgbToPackedBlock
+{
+    static constexpr size_t nPixels = 8 * V::nLanes;
+    static constexpr size_t cbSrc = cbPixel;
+    static constexpr size_t cbDst = 2;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        const Pixels8<V> px = LoadPixels<V, cbPixel, 8 * cbPixel>(pSrc);
+        const Components<V> even(px.even);
+        const Components<V> odd(px.odd);
+        const V luma = LumaWords(even, odd);
+        const V chroma = ChromaWords<V, 17>(even + odd, bNearest ? chromaUYVY : chromaYUY2);
+        if constexpr (bUyvy)
+            (luma.template Left16<8>() | (chroma & Words<V>(0xFF, 0xFF))).template Store<16>(pDst);
+        else
+            (luma | chroma.template Left16<8>()).template Store<16>(pDst);
+    }
+};
+
+/// U and V of 16 columns a lane out of bytes in turn.
+template <class V>
+void StoreChroma(V inTurn, BYTE* pU, BYTE* pV)
+{
+    const V apart = V::Order(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
+    const V planes = inTurn.Bytes(apart);
+    planes.template StoreLow<8>(pU);
+    planes.template StoreHigh<8>(pV);
+}
+
+template <class V, size_t cbPixel>
+struct RgbToPlanarBlock
+{
+    static constexpr size_t nPixels = 16 * V::nLanes;
+    static constexpr size_t cbSrc = cbPixel;
+
+    /// Eight columns a lane of two rows.
+    static void Half(const BYTE* pSrc0, const BYTE* pSrc1, V& luma0, V& luma1, V& chroma)
+    {
+        const Pixels8<V> px0 = LoadPixels<V, cbPixel, 16 * cbPixel>(pSrc0);
+        const Pixels8<V> px1 = LoadPixels<V, cbPixel, 16 * cbPixel>(pSrc1);
+        const Components<V> even0(px0.even);
+        const Components<V> odd0(px0.odd);
+        const Components<V> even1(px1.even);
+        const Components<V> odd1(px1.odd);
+        luma0 = LumaWords(even0, odd0);
+        luma1 = LumaWords(even1, odd1);
+        chroma = ChromaWords<V, 18>(even0 + odd0 + (even1 + odd1), chroma420) & Words<V>(0xFF, 0xFF);
+    }
+    static void Do(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV)
+    {
+        V arrLuma0[2], arrLuma1[2], arrChroma[2];
+        Half(pSrc0, pSrc1, arrLuma0[0], arrLuma1[0], arrChroma[0]);
+        Half(pSrc0 + 8 * cbPixel, pSrc1 + 8 * cbPixel, arrLuma0[1], arrLuma1[1], arrChroma[1]);
+        arrLuma0[0].Pack16(arrLuma0[1]).template Store<16>(pY0);
+        arrLuma1[0].Pack16(arrLuma1[1]).template Store<16>(pY1);
+        StoreChroma(arrChroma[0].Pack16(arrChroma[1]), pU, pV);
+    }
+};
+
+/// Words of B, G and R in the order of columns.
+template <class V>
+struct RgbWords
+{
+    V b, g, r;
+};
+
+/// Four bytes in each 32 bits.
+template <class V>
+V FourBytes(int n0, int n1, int n2, int n3)
+{
+    return Words<V>((n0 & 0xFF) | (n1 & 0xFF) << 8, (n2 & 0xFF) | (n3 & 0xFF) << 8);
+}
+
+/// Each coefficient of more than 16 bits is split into the products of a small factor, which the bytes are
+/// multiplied by first, and a signed word: nothing is rounded before the shift.
+template <RgbSet set>
+struct SplitSet
+{
+    static constexpr int nYFactor = set.nY % 4 == 0 ? 4 : 86;
+    static constexpr int nY = set.nY / nYFactor;
+    static constexpr int nRV = set.nRV / 4; ///< of 4 V, with the rest of V
+    static constexpr int nRVRest = set.nRV % 4;
+    static constexpr int nBU = set.nBU / 8; ///< of 8 U, with the rest of U
+    static constexpr int nBURest = set.nBU % 8;
+    static constexpr int nGU = set.nGU; ///< of U + 2 V, with the rest of V
+    static constexpr int nGVRest = set.nGV - 2 * set.nGU;
+
+    static_assert(nY * nYFactor == set.nY && nYFactor * 255 <= 0x7FFF && nY <= 0x7FFF);
+    static_assert(nRV <= 0x7FFF && nBU <= 0x7FFF && nGU >= -0x8000 && nGVRest >= -0x8000);
+};
+
+/// Eight pixels of packed 4:2:2 a lane.
+template <class V, bool bUyvy, RgbSet set>
+RgbWords<V> PackedToRgbWords(V packed)
+{
+    using Split = SplitSet<set>;
+    constexpr int nEvenByte = bUyvy ? 0 : Split::nYFactor;
+    constexpr int nOddByte = bUyvy ? Split::nYFactor : 0;
+    const V luma = packed.MaddBytes(FourBytes<V>(nEvenByte, nOddByte, nEvenByte, nOddByte));
+    const V lumaEven = luma.Madd(Words<V>(Split::nY, 0));
+    const V lumaOdd = luma.Madd(Words<V>(0, Split::nY));
+
+    // Bytes U, V, U, V for each pair.
+    const V order = bUyvy ? V::Order(0, 2, 0, 2, 4, 6, 4, 6, 8, 10, 8, 10, 12, 14, 12, 14)
+                          : V::Order(1, 3, 1, 3, 5, 7, 5, 7, 9, 11, 9, 11, 13, 15, 13, 15);
+    const V chroma = packed.Bytes(order);
+    const V b = chroma.MaddBytes(FourBytes<V>(8, 0, Split::nBURest, 0))
+                    .Madd(Words<V>(Split::nBU, 1))
+                    .Add32(V::Number(set.nB));
+    const V g = chroma.MaddBytes(FourBytes<V>(1, 2, 0, 1))
+                    .Madd(Words<V>(Split::nGU, Split::nGVRest))
+                    .Add32(V::Number(set.nG));
+    const V r = chroma.MaddBytes(FourBytes<V>(0, 4, 0, Split::nRVRest))
+                    .Madd(Words<V>(Split::nRV, 1))
+                    .Add32(V::Number(set.nR));
+    const auto words = [&](V part)
+    { return lumaEven.Add32(part).template Right32<16>().EvenOddWords(lumaOdd.Add32(part)); };
+    return {words(b), words(g), words(r)};
+}
+
+/// Eight pixels a lane as BGRA, four and four.
+template <class V>
+void ToBgra(const RgbWords<V>& words, V& first, V& second)
+{
+    const V br = words.b.Pack16(words.r);
+    const V ga = words.g.Pack16(Words<V>(255, 255));
+    const V bg = br.Low8(ga);
+    const V ra = br.High8(ga);
+    first = bg.Low16(ra);
+    second = bg.High16(ra);
+}
+
+/// Sixteen pixels a lane, four to a vector, without their fourth bytes; lanes 48 bytes apart.
+template <class V>
+void StoreBgr24(V q0, V q1, V q2, V q3, BYTE* pDst)
+{
+    const V last0 = V::Order(-1, -1, -1, -1, 0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14);
+    const V split1 = V::Order(0, 1, 2, 4, -1, -1, -1, -1, 5, 6, 8, 9, 10, 12, 13, 14);
+    const V split2 = V::Order(0, 1, 2, 4, 5, 6, 8, 9, -1, -1, -1, -1, 10, 12, 13, 14);
+    const V first3 = V::Order(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    const V b0 = q0.Bytes(last0);
+    const V b1 = q1.Bytes(split1);
+    const V b2 = q2.Bytes(split2);
+    const V b3 = q3.Bytes(first3);
+    b0.template Join<4>(b1).template Store<48>(pDst);
+    b1.template Join<8>(b2).template Store<48>(pDst + 16);
+    b2.template Join<12>(b3).template Store<48>(pDst + 32);
+}
+
+template <class V, bool bUyvy, RgbSet set>
+struct PackedToBgraBlock
+{
+    static constexpr size_t nPixels = 8 * V::nLanes;
+    static constexpr size_t cbSrc = 2;
+    static constexpr size_t cbDst = 4;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        V first, second;
+        ToBgra(PackedToRgbWords<V, bUyvy, set>(V::template Load<16>(pSrc)), first, second);
+        first.template Store<32>(pDst);
+        second.template Store<32>(pDst + 16);
+    }
+};
+
+template <class V, bool bUyvy, RgbSet set>
+struct PackedToBgr24Block
+{
+    static constexpr size_t nPixels = 16 * V::nLanes;
+    static constexpr size_t cbSrc = 2;
+    static constexpr size_t cbDst = 3;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        V q0, q1, q2, q3;
+        ToBgra(PackedToRgbWords<V, bUyvy, set>(V::template Load<32>(pSrc)), q0, q1);
+        ToBgra(PackedToRgbWords<V, bUyvy, set>(V::template Load<32>(pSrc + 16)), q2, q3);
+        StoreBgr24(q0, q1, q2, q3, pDst);
+    }
+};
+
+template <class V, bool b24>
+struct PlanarToRgbBlock
+{
+    static constexpr size_t nPixels = 16 * V::nLanes;
+    static constexpr size_t cbDst = b24 ? 3 : 4;
+
+    static void Do(const BYTE* pY, const BYTE* pU, const BYTE* pV, BYTE* pDst)
+    {
+        const V luma = V::template Load<16>(pY);
+        const V chroma = V::template LoadHalf<8>(pU).Low8(V::template LoadHalf<8>(pV));
+        // As rows of YUY2.
+        V q0, q1, q2, q3;
+        ToBgra(PackedToRgbWords<V, false, rgbFrom420>(luma.Low8(chroma)), q0, q1);
+        if constexpr (!b24)
+        {
+            q0.template Store<64>(pDst);
+            q1.template Store<64>(pDst + 16);
+        }
+        ToBgra(PackedToRgbWords<V, false, rgbFrom420>(luma.High8(chroma)), q2, q3);
+        if constexpr (b24)
+            StoreBgr24(q0, q1, q2, q3, pDst);
+        else
+        {
+            q2.template Store<64>(pDst + 32);
+            q3.template Store<64>(pDst + 48);
+        }
+    }
+};
+
+template <class V, bool bUyvy>
+struct PlanarToPackedBlock
+{
+    static constexpr size_t nPixels = 16 * V::nLanes;
+    static constexpr size_t cbDst = 2;
+
+    static void Do(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst)
+    {
+        const V luma = V::template Load<16>(pY);
+        const V chroma = V::template LoadHalf<8>(pThird).Low8(V::template LoadHalf<8>(pSecond));
+        (bUyvy ? chroma.Low8(luma) : luma.Low8(chroma)).template Store<32>(pDst);
+        (bUyvy ? chroma.High8(luma) : luma.High8(chroma)).template Store<32>(pDst + 16);
+    }
+};
+
+template <class V, bool bUyvy>
+struct PackedToPlanarBlock
+{
+    static constexpr size_t nPixels = 16 * V::nLanes;
+    static constexpr size_t cbSrc = 2;
+
+    static V Luma(V first, V second)
+    {
+        const V low = Words<V>(0xFF, 0xFF);
+        return bUyvy ? first.template Right16<8>().Pack16(second.template Right16<8>())
+                     : (first & low).Pack16(second & low);
+    }
+    static V Chroma(V first, V second)
+    {
+        const V low = Words<V>(0xFF, 0xFF);
+        return bUyvy ? (first & low).Pack16(second & low)
+                     : first.template Right16<8>().Pack16(second.template Right16<8>());
+    }
+    static void Do(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV)
+    {
+        const V first = V::template Load<32>(pSrc0);
+        const V second = V::template Load<32>(pSrc0 + 16);
+        Luma(first, second).template Store<16>(pY0);
+        StoreChroma(Chroma(first, second), pU, pV);
+        Luma(V::template Load<32>(pSrc1), V::template Load<32>(pSrc1 + 16)).template Store<16>(pY1);
+    }
+};
+
+/// Bytes of packed 4:2:2 in another order.
+template <class V, bool bToYvyu>
+struct PackedOrderBlock
+{
+    static constexpr size_t nPixels = 8 * V::nLanes;
+    static constexpr size_t cbSrc = 2;
+    static constexpr size_t cbDst = 2;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        const V packed = V::template Load<16>(pSrc);
+        const V chromaSwapped = V::Order(0, 3, 2, 1, 4, 7, 6, 5, 8, 11, 10, 9, 12, 15, 14, 13);
+        const V bytesSwapped = V::Order(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+        packed.Bytes(bToYvyu ? chromaSwapped : bytesSwapped).template Store<16>(pDst);
+    }
+};
+
+template <class V>
+struct Bgr24To32Block
+{
+    static constexpr size_t nPixels = 8 * V::nLanes;
+    static constexpr size_t cbSrc = 3;
+    static constexpr size_t cbDst = 4;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        const V wideFirst = V::Order(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+        const V wideLast = V::Order(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
+        const V fourth = V::Number(static_cast<int>(0xFF000000u));
+        const V keptFirst = V::template Load<32>(pDst) & fourth;
+        const V keptLast = V::template Load<32>(pDst + 16) & fourth;
+        (V::template Load<24>(pSrc).Bytes(wideFirst) | keptFirst).template Store<32>(pDst);
+        (V::template Load<24>(pSrc + 8).Bytes(wideLast) | keptLast).template Store<32>(pDst + 16);
+    }
+};
+
+template <class V>
+struct Bgr32To24Block
+{
+    static constexpr size_t nPixels = 16 * V::nLanes;
+    static constexpr size_t cbSrc = 4;
+    static constexpr size_t cbDst = 3;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        StoreBgr24(V::template Load<64>(pSrc), V::template Load<64>(pSrc + 16),
+                   V::template Load<64>(pSrc + 32), V::template Load<64>(pSrc + 48), pDst);
+    }
+};
+
+template <class V>
+struct Bgr32ToBgraBlock
+{
+    static constexpr size_t nPixels = 4 * V::nLanes;
+    static constexpr size_t cbSrc = 4;
+    static constexpr size_t cbDst = 4;
+
+    static void Do(const BYTE* pSrc, BYTE* pDst)
+    {
+        (V::template Load<16>(pSrc) | V::Number(static_cast<int>(0xFF000000u))).template Store<16>(pDst);
+    }
+};
+
+/// Whole blocks, then one that ends with the row and does some pixels again. A row that is shorter than a
+/// block is handed on.
+template <class TBlock, auto pfnShorter>
+void RunRow(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
+{
+    constexpr size_t n = TBlock::nPixels;
+    if (nPixels < n)
+        return pfnShorter(pSrc, pDst, nPixels);
+    size_t i = 0;
+    for (; i + n <= nPixels; i += n)
+        TBlock::Do(pSrc + i * TBlock::cbSrc, pDst + i * TBlock::cbDst);
+    if (i < nPixels)
+        TBlock::Do(pSrc + (nPixels - n) * TBlock::cbSrc, pDst + (nPixels - n) * TBlock::cbDst);
+}
+
+/// Asks for the bytes of the two rows that come next; any address will do.
+inline void PrefetchNextRows(const BYTE* pSrc0, const BYTE* pSrc1, size_t cb)
+{
+    const UINT_PTR nRow0 = reinterpret_cast<UINT_PTR>(pSrc0);
+    const UINT_PTR nRow1 = reinterpret_cast<UINT_PTR>(pSrc1);
+    const UINT_PTR nStep = nRow1 - nRow0;
+    for (size_t i = 0; i < cb; i += 64)
+    {
+        _mm_prefetch(reinterpret_cast<const char*>(nRow1 + nStep + i), _MM_HINT_T0);
+        _mm_prefetch(reinterpret_cast<const char*>(nRow1 + 2 * nStep + i), _MM_HINT_T0);
+    }
+}
+
+template <class TBlock, auto pfnShorter>
+void RunToPlanar(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV,
+                 size_t nPixels) noexcept
+{
+    constexpr size_t n = TBlock::nPixels;
+    if (nPixels < n)
+        return pfnShorter(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
+    const auto block = [=](size_t i)
+    {
+        TBlock::Do(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, pY0 + i, pY1 + i, pU + i / 2,
+                   pV + i / 2);
+    };
+    size_t i = 0;
+    for (; i + n <= nPixels; i += n)
+    {
+        PrefetchNextRows(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, n * TBlock::cbSrc);
+        block(i);
+    }
+    if (i < nPixels)
+        block(nPixels - n);
+}
+
+template <class TBlock, auto pfnShorter>
+void RunFromPlanar(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
+                   size_t nPixels) noexcept
+{
+    constexpr size_t n = TBlock::nPixels;
+    if (nPixels < n)
+        return pfnShorter(pY, pSecond, pThird, pDst, nPixels);
+    const auto block = [=](size_t i)
+    { TBlock::Do(pY + i, pSecond + i / 2, pThird + i / 2, pDst + i * TBlock::cbDst); };
+    size_t i = 0;
+    for (; i + n <= nPixels; i += n)
+        block(i);
+    if (i < nPixels)
+        block(nPixels - n);
+}
+
+/// The scalar kernel that takes what is too short for any vector.
+template <auto pMember>
+struct Scalar;
+
+template <PFNCONVERTROW ConvertKernels::*pMember>
+struct Scalar<pMember>
+{
+    static void Run(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
+    {
+        (GetScalarConvertKernels().*pMember)(pSrc, pDst, nPixels);
+    }
+};
+
+template <PFNTOPLANAR420 ConvertKernels::*pMember>
+struct Scalar<pMember>
+{
+    static void Run(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV,
+                    size_t nPixels) noexcept
+    {
+        (GetScalarConvertKernels().*pMember)(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
+    }
+};
+
+template <PFNFROMPLANAR420 ConvertKernels::*pMember>
+struct Scalar<pMember>
+{
+    static void Run(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
+                    size_t nPixels) noexcept
+    {
+        (GetScalarConvertKernels().*pMember)(pY, pSecond, pThird, pDst, nPixels);
+    }
+};
+
+/// Puts one form into its place: V32 falls back on V16, and that on the scalar form.
+#ifdef __AVX2__
+#define QX_FORM(Member, Runner, Block, ...)                                                                  \
+    kernels.Member =                                                                                         \
+        Runner<Block<V32 __VA_OPT__(, ) __VA_ARGS__>,                                                        \
+               Runner<Block<V16 __VA_OPT__(, ) __VA_ARGS__>, Scalar<&ConvertKernels::Member>::Run>>
+#else
+#define QX_FORM(Member, Runner, Block, ...)                                                                  \
+    kernels.Member = Runner<Block<V16 __VA_OPT__(, ) __VA_ARGS__>, Scalar<&ConvertKernels::Member>::Run>
+#endif
+
+void AddForms(ConvertKernels& kernels) noexcept
+{
+    QX_FORM(BGR24ToYUY2, RunRow, RgbToPackedBlock, 3, false, false);
+    QX_FORM(BGR24ToUYVY, RunRow, RgbToPackedBlock, 3, true, false);
+    QX_FORM(BGR32ToYUY2, RunRow, RgbToPackedBlock, 4, false, false);
+    QX_FORM(BGR32ToUYVY, RunRow, RgbToPackedBlock, 4, true, true);
+    QX_FORM(BGR24ToBGR32, RunRow, Bgr24To32Block);
+    QX_FORM(BGR32ToBGR24, RunRow, Bgr32To24Block);
+    QX_FORM(BGR32ToBGRA, RunRow, Bgr32ToBgraBlock);
+    QX_FORM(YUY2ToUYVY, RunRow, PackedOrderBlock, false);
+    QX_FORM(YUY2ToYVYU, RunRow, PackedOrderBlock, true);
+    QX_FORM(YUY2ToBGR24, RunRow, PackedToBgr24Block, false, rgbFromYUY2);
+    QX_FORM(YUY2ToBGRA, RunRow, PackedToBgraBlock, false, rgbFromYUY2);
+    QX_FORM(UYVYToBGR24, RunRow, PackedToBgr24Block, true, rgbFromYUY2);
+    QX_FORM(UYVYToBGRA, RunRow, PackedToBgraBlock, true, rgbFromUYVY);
+    QX_FORM(BGR24ToPlanar420, RunToPlanar, RgbToPlanarBlock, 3);
+    QX_FORM(BGR32ToPlanar420, RunToPlanar, RgbToPlanarBlock, 4);
+    QX_FORM(YUY2ToPlanar420, RunToPlanar, PackedToPlanarBlock, false);
+    QX_FORM(UYVYToPlanar420, RunToPlanar, PackedToPlanarBlock, true);
+    QX_FORM(Planar420ToYUY2, RunFromPlanar, PlanarToPackedBlock, false);
+    QX_FORM(Planar420ToUYVY, RunFromPlanar, PlanarToPackedBlock, true);
+    QX_FORM(Planar420ToBGR24, RunFromPlanar, PlanarToRgbBlock, true);
+    QX_FORM(Planar420ToBGRA, RunFromPlanar, PlanarToRgbBlock, false);
+}
+
+#undef QX_FORM
+
+} // namespace

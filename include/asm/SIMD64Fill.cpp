@@ -1,0 +1,37 @@
+#include "asm/SIMD64Fill.h"
+
+#include <cstring>
+
+namespace
+{
+
+void Fill(BYTE* pDst, size_t cb, const FillPattern& pattern) noexcept
+{
+    for (; cb >= FillPattern::cbPeriod; cb -= FillPattern::cbPeriod, pDst += FillPattern::cbPeriod)
+        std::memcpy(pDst, pattern.arrBytes, FillPattern::cbPeriod);
+    std::memcpy(pDst, pattern.arrBytes, cb);
+}
+
+constexpr const FillKernels* arrKernels[eCPU_Count] = {&g_fillScalar, &g_fillSSE41, &g_fillAVX2};
+
+} // namespace
+
+const FillKernels g_fillScalar = {Fill};
+
+FillPattern MakeFillPattern(DWORD dwColor, size_t nBytes) noexcept
+{
+    FillPattern pattern;
+    for (size_t i = 0; i < sizeof(pattern.arrBytes); i++)
+        pattern.arrBytes[i] = static_cast<BYTE>(dwColor >> 8 * (i % nBytes));
+    return pattern;
+}
+
+const FillKernels& GetFillKernels(eCPU eLevel) noexcept
+{
+    return *arrKernels[eLevel];
+}
+
+const FillKernels& GetFillKernels() noexcept
+{
+    return GetFillKernels(CpuLevel());
+}

@@ -1,0 +1,77 @@
+#pragma once
+/// Mixes of two rows of bytes. A destination may be one of the sources, at the same place.
+
+#include "asm/Cpu.h"
+
+#include <cstddef>
+
+/// Weights in 1/256 and centres of the bytes i mod 4.
+struct BlendWeights
+{
+    SHORT arrA[4];
+    SHORT arrB[4];
+    SHORT arrCentre[4]; ///< 0 to 255: what the weights stretch the values around
+};
+
+/// Rows that are mixed by an alpha for each pixel. A straight one weighs the source with the alpha a, a
+/// premultiplied one with an opacity of 0 to 255; the destination weighs 255 - a.
+enum eMixRow : int
+{
+    eMR_Luma,       ///< straight, a byte a pixel
+    eMR_LumaPre,    ///< around 16
+    eMR_Chroma,     ///< straight, a byte for two alphas, which are averaged
+    eMR_ChromaPre,  ///< around 128; what leaves the byte wraps
+    eMR_Packed,     ///< straight, 2 bytes a pixel
+    eMR_PackedPreY, ///< 2 bytes a pixel around 16 and 128; the opacity counts in steps of two
+    eMR_PackedPreC, ///< 2 bytes a pixel around 128 and 16; the opacity counts in steps of two
+    eMR_24,         ///< straight, 3 bytes a pixel
+    eMR_24Pre,
+    eMR_32, ///< straight, 4 bytes a pixel
+    eMR_32Pre,
+    eMR_Count
+};
+
+/// \param nSamples pixels, for chroma the bytes of its row
+/// \param nOpacity 0 to 255 for premultiplied rows, not looked at otherwise
+using PFNMIXROW = void (*)(BYTE* pDst, const BYTE* pSrc, const BYTE* pAlpha, size_t nSamples,
+                           int nOpacity) noexcept;
+
+/// Composes BGRA pixels over BGRA pixels; the result is premultiplied.
+using PFNCOMPOSE = void (*)(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept;
+
+struct MixKernels
+{
+    /// (((a - c) x wA + (b - c) x wB) >> 8) + c, clamped to 0 to 255
+    void (*pfnBlend)(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
+                     const BlendWeights& weights) noexcept;
+
+    PFNMIXROW arrRows[eMR_Count];
+
+    /// x x nOpacity / 255, rounded down
+    void (*pfnScale)(BYTE* pDst, size_t cb, int nOpacity) noexcept;
+
+    PFNCOMPOSE pfnComposeStraight; ///< the source is straight, the destination too
+    PFNCOMPOSE pfnComposePre;      ///< the source is premultiplied
+
+    /// Colours times 256 over alpha, rounded, at most 255; a pixel of alpha 0 stays.
+    void (*pfnStraighten)(BYTE* pDst, size_t nPixels) noexcept;
+};
+
+extern const MixKernels g_mixScalar;
+extern const MixKernels g_mixSSE41;
+extern const MixKernels g_mixAVX2;
+
+/// The blends by name, with the kernels of the level in force: plain bytes, around 0; chroma, around 128;
+/// packed rows, around a centre for each of the bytes i mod 4.
+void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
+                const SHORT wB[4]) noexcept;
+void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
+                 const SHORT wB[4]) noexcept;
+void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4], const SHORT wB[4],
+                  const BYTE c[4]) noexcept;
+
+/// The kernels of one level; the processor has to have it.
+const MixKernels& GetMixKernels(eCPU eLevel) noexcept;
+
+/// The kernels of the level in force.
+const MixKernels& GetMixKernels() noexcept;

@@ -1,0 +1,418 @@
+// Every form of the resizer's kernels gives the bytes of the plain one.
+#include "ResizeReference.h"
+
+#include "asm/Cpu.h"
+#include "asm/SIMD64Resize.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace
+{
+
+struct Form
+{
+    eCPU eLevel;
+    const ResizeKernels* pKernels;
+};
+
+/// The vector forms that this processor runs.
+std::vector<Form> Forms()
+{
+    std::vector<Form> forms;
+    for (const Form& form : {Form{eCPU_SSE41, &kernelsResizeSSE41}, Form{eCPU_AVX2, &kernelsResizeAVX2}})
+    {
+        if (CpuLevel() >= form.eLevel)
+            forms.push_back(form);
+    }
+    return forms;
+}
+
+constexpr int arrChannels[] = {1, 3, 4};
+
+TEST(ResizeKernels, DivisorIsExact)
+{
+    std::mt19937 random(1);
+    std::vector<uint32_t> totals;
+    for (uint32_t n = 1; n <= 700; n++)
+        totals.push_back(n);
+    for (int n = 10; n <= 23; n++)
+    {
+        for (const uint32_t nTotal : {(1u << n) - 1, 1u << n, (1u << n) + 1})
+            totals.push_back(std::min(nTotal, nResizeMaxTotal));
+    }
+    for (int i = 0; i < 500; i++)
+        totals.push_back(random() % nResizeMaxTotal + 1);
+    for (const uint32_t nTotal : totals)
+    {
+        const ResizeDivisor divisor = MakeResizeDivisor(nTotal);
+        // The sums around every step of the quotient.
+        std::vector<uint32_t> sums;
+        for (uint64_t nLevel = 0; nLevel <= 255; nLevel++)
+        {
+            for (int64_t nOff = -1; nOff <= 1; nOff++)
+            {
+                const int64_t n = static_cast<int64_t>(nLevel * nTotal + nTotal / 2) + nOff;
+                sums.push_back(static_cast<uint32_t>(std::clamp<int64_t>(n, 0, int64_t{255} * nTotal)));
+            }
+        }
+        std::vector<BYTE> expected(sums.size());
+        for (size_t i = 0; i < sums.size(); i++)
+            expected[i] = static_cast<BYTE>((sums[i] + nTotal / 2) / nTotal);
+        std::vector<BYTE> result(sums.size());
+        kernelsResizeScalar.pfnDivide(sums.data(), result.data(), divisor, sums.size());
+        ASSERT_EQ(result, expected) << nTotal;
+        for (const Form& form : Forms())
+        {
+            std::fill(result.begin(), result.end(), BYTE{0});
+            form.pKernels->pfnDivide(sums.data(), result.data(), divisor, sums.size());
+            ASSERT_EQ(result, expected) << nTotal << " level " << form.eLevel;
+        }
+    }
+}
+
+/// Every sum of every total that the narrow divisor takes.
+TEST(ResizeKernels, NarrowDivisorIsExact)
+{
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    int nTaken = 0;
+    for (uint32_t nTotal = 0; nTotal <= 300; nTotal++)
+    {
+        ResizeNarrowDivisor divisor = {};
+        if (!MakeResizeNarrowDivisor(nTotal, divisor))
+            continue;
+        nTaken++;
+        std::vector<uint16_t> row(255 * nTotal + 1);
+        std::vector<BYTE> expected(row.size());
+        for (size_t i = 0; i < row.size(); i++)
+        {
+            row[i] = static_cast<uint16_t>(i);
+            expected[i] = static_cast<BYTE>((i + nTotal / 2) / nTotal);
+        }
+        row.resize(row.size() + nResizeRowSlack);
+        const uint16_t* arrRows[] = {row.data()};
+        const uint16_t nWeight = 1;
+        for (const Form& form : forms)
+        {
+            std::vector<BYTE> result(expected.size());
+            form.pKernels->pfnAverage(arrRows, &nWeight, 1, divisor, result.data(), result.size());
+            ASSERT_EQ(result, expected) << nTotal << " level " << form.eLevel;
+        }
+    }
+    EXPECT_GT(nTaken, 100);
+    ResizeNarrowDivisor divisor = {};
+    for (const uint32_t nTotal : {2, 4, 9, 16, 120}) // everyday reductions
+        EXPECT_TRUE(MakeResizeNarrowDivisor(nTotal, divisor)) << nTotal;
+    EXPECT_FALSE(MakeResizeNarrowDivisor(257, divisor));
+    EXPECT_FALSE(MakeResizeNarrowDivisor(uint64_t{1} << 40, divisor));
+}
+
+TEST(ResizeKernels, Average)
+{
+    std::mt19937 random(7);
+    ResizeNarrowDivisor divisor = {};
+    ASSERT_TRUE(MakeResizeNarrowDivisor(120, divisor));
+    for (size_t nSamples = 1; nSamples <= 130; nSamples++)
+    {
+        for (const LONG nRows : {1, 2, 3, 5, 16})
+        {
+            std::vector<uint16_t> rows[nResizeNarrowRows];
+            const uint16_t* arrRows[nResizeNarrowRows] = {};
+            uint16_t arrWeights[nResizeNarrowRows] = {};
+            for (LONG k = 0; k < nRows; k++)
+            {
+                rows[k].resize(nSamples + nResizeRowSlack);
+                for (uint16_t& n : rows[k])
+                    n = static_cast<uint16_t>(random() % 2041);
+                arrRows[k] = rows[k].data();
+                arrWeights[k] = static_cast<uint16_t>(15 / nRows);
+            }
+            std::vector<BYTE> expected(nSamples);
+            kernelsResizeScalar.pfnAverage(arrRows, arrWeights, nRows, divisor, expected.data(), nSamples);
+            for (const Form& form : Forms())
+            {
+                std::vector<BYTE> result(nSamples + 1, BYTE{0xA5});
+                form.pKernels->pfnAverage(arrRows, arrWeights, nRows, divisor, result.data() + 1, nSamples);
+                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), result.begin() + 1))
+                    << nSamples << " rows " << nRows << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+/// All lengths with all tails; the output ends where its memory ends.
+TEST(ResizeKernels, Blend)
+{
+    std::mt19937 random(2);
+    for (size_t nSamples = 1; nSamples <= 130; nSamples++)
+    {
+        for (const LONG nTaps : {1, 2, 3, 4})
+        {
+            std::vector<int16_t> rows[4];
+            const int16_t* arrRows[4] = {};
+            int16_t arrWeights[4] = {};
+            const bool bExtreme = random() % 2;
+            int nRest = nResizeWeightOne;
+            for (LONG k = 0; k < nTaps; k++)
+            {
+                rows[k].resize(nSamples + nResizeRowSlack);
+                for (int16_t& n : rows[k])
+                    n = static_cast<int16_t>(bExtreme ? (random() % 2 ? -2048 : 18368)
+                                                      : static_cast<int>(random() % 20416) - 2048);
+                arrRows[k] = rows[k].data();
+                arrWeights[k] =
+                    static_cast<int16_t>(k == nTaps - 1 ? nRest : static_cast<int>(random() % 12000) - 1200);
+                nRest -= arrWeights[k];
+            }
+            if (nRest < -1228 || arrWeights[nTaps - 1] > 18000)
+                continue;
+            std::vector<BYTE> expected(nSamples);
+            kernelsResizeScalar.pfnBlend(arrRows, arrWeights, nTaps, expected.data(), nSamples);
+            for (const Form& form : Forms())
+            {
+                std::vector<BYTE> result(nSamples + 1, BYTE{0xA5});
+                form.pKernels->pfnBlend(arrRows, arrWeights, nTaps, result.data() + 1, nSamples);
+                ASSERT_EQ(result[0], 0xA5);
+                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), result.begin() + 1))
+                    << nSamples << " taps " << nTaps << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+TEST(ResizeKernels, Add)
+{
+    std::mt19937 random(3);
+    for (size_t nSamples = 1; nSamples <= 130; nSamples++)
+    {
+        for (const bool bFirst : {false, true})
+        {
+            std::vector<int32_t> row(nSamples);
+            std::vector<uint32_t> sums(nSamples);
+            for (size_t i = 0; i < nSamples; i++)
+            {
+                row[i] = static_cast<int32_t>(random() % 65536);
+                sums[i] = random() % (1u << 30);
+            }
+            const uint32_t nWeight = random() % 16384;
+            std::vector<uint32_t> expected = sums;
+            kernelsResizeScalar.pfnAdd(expected.data(), row.data(), nWeight, bFirst, nSamples);
+            for (const Form& form : Forms())
+            {
+                std::vector<uint32_t> result = sums;
+                form.pKernels->pfnAdd(result.data(), row.data(), nWeight, bFirst, nSamples);
+                ASSERT_EQ(result, expected) << nSamples << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+/// The rows across: output widths 1 to 130, sources of many widths in memory of their exact size.
+TEST(ResizeKernels, RowsAcross)
+{
+    std::mt19937 random(4);
+    for (LONG nOutputs = 1; nOutputs <= 130; nOutputs++)
+    {
+        for (const LONG nSrc : {1, 2, 3, 4, 5, 7, 16, 17, 40, 131, 260, 1000})
+        {
+            for (const int nChannels : arrChannels)
+            {
+                for (const eInterpolation eMode : {eIP_Linear, eIP_Cubic, eIP_Super})
+                {
+                    const ResizeAxis axis = {nSrc, 0, nSrc, nOutputs, {nOutputs, nSrc}};
+                    const bool bSum = eMode == eIP_Super;
+                    const LONG nTaps = bSum ? AreaTaps(axis) : FilterTaps(axis, eMode);
+                    std::vector<int32_t> starts(static_cast<size_t>(nOutputs));
+                    std::vector<int16_t> weights(static_cast<size_t>(nOutputs * nTaps));
+                    for (LONG i = 0; i < nOutputs; i++)
+                    {
+                        int16_t* pWeights = weights.data() + i * nTaps;
+                        starts[static_cast<size_t>(i)] =
+                            bSum ? AreaWeights(axis, i, pWeights) : FilterWeights(axis, eMode, i, pWeights);
+                    }
+                    // One byte off, so that nothing is aligned by luck.
+                    const auto cbRow = static_cast<size_t>(nSrc * nChannels);
+                    std::vector<BYTE> source(cbRow + 1);
+                    for (BYTE& b : source)
+                        b = static_cast<BYTE>(random() % 3 ? random() : random() % 2 * 255);
+                    ResizeRowTaps taps = {};
+                    taps.pStart = starts.data();
+                    taps.pWeights = weights.data();
+                    taps.nTaps = nTaps;
+                    taps.nOutputs = nOutputs;
+                    taps.cbRow = cbRow;
+                    taps.nChunks = (nTaps + 3) / 4;
+                    const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
+                    std::vector<int16_t> expected(nSamples);
+                    std::vector<int32_t> expectedSum(nSamples);
+                    if (bSum)
+                        kernelsResizeScalar.arrSum[nChannels - 1](taps, source.data() + 1,
+                                                                  expectedSum.data());
+                    else
+                        kernelsResizeScalar.arrRow[nChannels - 1](taps, source.data() + 1, expected.data());
+
+                    std::vector<ResizeWindow> windows(static_cast<size_t>((nOutputs + 7) / 8 * taps.nChunks));
+                    std::vector<int32_t> bases(windows.size() * 2);
+                    if (nChannels == 1 && MakeResizeWindows(taps, windows.data(), bases.data()))
+                    {
+                        taps.pWindows = windows.data();
+                        taps.pWindowBase = bases.data();
+                    }
+                    std::vector<ResizePixelWeights> pixels(
+                        static_cast<size_t>((nOutputs + 1) / 2 * taps.nChunks));
+                    MakeResizePixelWeights(taps, pixels.data());
+                    if (nChannels != 1)
+                        taps.pPixelWeights = pixels.data();
+                    for (const Form& form : Forms())
+                    {
+                        std::vector<int16_t> result(nSamples + nResizeRowSlack);
+                        std::vector<int32_t> resultSum(nSamples + nResizeRowSlack);
+                        if (bSum)
+                            form.pKernels->arrSum[nChannels - 1](taps, source.data() + 1, resultSum.data());
+                        else
+                            form.pKernels->arrRow[nChannels - 1](taps, source.data() + 1, result.data());
+                        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), result.begin()) &&
+                                    std::equal(expectedSum.begin(), expectedSum.end(), resultSum.begin()))
+                            << nSrc << " to " << nOutputs << " channels " << nChannels << " mode " << eMode
+                            << " level " << form.eLevel;
+                    }
+                }
+            }
+        }
+    }
+}
+
+/// Halving has kernels of its own: they give what the general ways of both filters come to.
+TEST(ResizeKernels, Halve)
+{
+    std::mt19937 random(8);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (LONG nOutputs = 1; nOutputs <= 130; nOutputs++)
+    {
+        for (const int nChannels : arrChannels)
+        {
+            Plane src(2 * nOutputs, 2, nChannels, 0);
+            for (BYTE& b : src.bytes)
+                b = static_cast<BYTE>(random() % 3 ? random() : random() % 2 * 255);
+            const BYTE* pLower = src.Data() + src.nStep;
+
+            // The steps of linear interpolation, by the plain kernels.
+            const ResizeAxis axis = {2 * nOutputs, 0, 2 * nOutputs, nOutputs, {nOutputs, 2 * nOutputs}};
+            std::vector<int32_t> starts(static_cast<size_t>(nOutputs));
+            std::vector<int16_t> weights(static_cast<size_t>(2 * nOutputs));
+            for (LONG i = 0; i < nOutputs; i++)
+                starts[static_cast<size_t>(i)] = FilterWeights(axis, eIP_Linear, i, weights.data() + 2 * i);
+            ResizeRowTaps taps = {};
+            taps.pStart = starts.data();
+            taps.pWeights = weights.data();
+            taps.nTaps = 2;
+            taps.nOutputs = nOutputs;
+            const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
+            std::vector<int16_t> upperRow(nSamples);
+            std::vector<int16_t> lowerRow(nSamples);
+            kernelsResizeScalar.arrRow[nChannels - 1](taps, src.Data(), upperRow.data());
+            kernelsResizeScalar.arrRow[nChannels - 1](taps, pLower, lowerRow.data());
+            const int16_t* arrRows[] = {upperRow.data(), lowerRow.data()};
+            const int16_t arrHalves[] = {nResizeWeightOne / 2, nResizeWeightOne / 2};
+            std::vector<BYTE> expected(nSamples);
+            kernelsResizeScalar.pfnBlend(arrRows, arrHalves, 2, expected.data(), nSamples);
+
+            for (const Form& form : forms)
+            {
+                std::vector<BYTE> result(nSamples);
+                form.pKernels->arrHalve[nChannels - 1](src.Data(), pLower, result.data(),
+                                                       static_cast<size_t>(nOutputs));
+                ASSERT_EQ(result, expected)
+                    << nOutputs << " channels " << nChannels << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+/// Packed 4:2:2 into planes and back, by its definition.
+TEST(ResizeKernels, SplitAndMerge)
+{
+    std::mt19937 random(6);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (size_t nPairs = 1; nPairs <= 130; nPairs++)
+    {
+        for (const size_t nOrder : {0, 1})
+        {
+            std::vector<BYTE> packed(nPairs * 4 + 1);
+            for (BYTE& b : packed)
+                b = static_cast<BYTE>(random());
+            std::vector<BYTE> luma;
+            std::vector<BYTE> first;
+            std::vector<BYTE> second;
+            for (size_t i = 0; i < nPairs; i++)
+            {
+                const BYTE* p = packed.data() + 1 + 4 * i;
+                luma.push_back(p[nOrder]);
+                luma.push_back(p[nOrder + 2]);
+                first.push_back(p[1 - nOrder]);
+                second.push_back(p[3 - nOrder]);
+            }
+            for (const Form& form : forms)
+            {
+                std::vector<BYTE> y(nPairs * 2);
+                std::vector<BYTE> u(nPairs);
+                std::vector<BYTE> v(nPairs);
+                form.pKernels->arrSplit[nOrder](packed.data() + 1, y.data(), u.data(), v.data(), nPairs);
+                ASSERT_EQ(y, luma) << nPairs << " level " << form.eLevel;
+                ASSERT_EQ(u, first) << nPairs << " level " << form.eLevel;
+                ASSERT_EQ(v, second) << nPairs << " level " << form.eLevel;
+                std::vector<BYTE> back(nPairs * 4 + 1, packed[0]);
+                form.pKernels->arrMerge[nOrder](y.data(), u.data(), v.data(), back.data() + 1, nPairs);
+                ASSERT_EQ(back, packed) << nPairs << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+/// Whole planes at every level of the processor.
+TEST(ResizeKernels, PlanesAtEveryLevel)
+{
+    unsigned nSeed = 5;
+    const auto below = [&nSeed](LONG nLimit)
+    {
+        nSeed = nSeed * 1664525u + 1013904223u;
+        return static_cast<LONG>((nSeed >> 8) % static_cast<unsigned>(nLimit));
+    };
+    for (int i = 0; i < 1500; i++)
+    {
+        const int nChannels = arrChannels[below(3)];
+        Plane src(1 + below(130), 1 + below(12), nChannels, below(5));
+        src.Fill(nSeed);
+        const RoiSize dstSize = {1 + below(130), 1 + below(12)};
+        PlaneScale scale = WholeScale(src.size, dstSize);
+        scale.srcRoi.nLeft = below(src.size.nWidth);
+        scale.srcRoi.nWidth = 1 + below(src.size.nWidth - scale.srcRoi.nLeft);
+        scale.factorX.nSrc = scale.srcRoi.nWidth;
+        const ptrdiff_t nPadding = below(5);
+        for (const int nMode : {eIP_Nearest, eIP_Linear, eIP_Cubic, eIP_Super})
+        {
+            Plane expected(dstSize.nWidth, dstSize.nHeight, nChannels, nPadding);
+            {
+                const CCpuLimit limit(eCPU_Scalar);
+                ASSERT_EQ(RunPlane(src, expected, scale, nMode), ePS_Done);
+            }
+            for (const eCPU eLevel : {eCPU_SSE41, eCPU_AVX2})
+            {
+                const CCpuLimit limit(eLevel);
+                Plane dst(dstSize.nWidth, dstSize.nHeight, nChannels, nPadding);
+                ASSERT_EQ(RunPlane(src, dst, scale, nMode), ePS_Done);
+                ASSERT_EQ(dst.bytes, expected.bytes)
+                    << src.size.nWidth << " x " << src.size.nHeight << " to " << dstSize.nWidth << " x "
+                    << dstSize.nHeight << " mode " << nMode << " channels " << nChannels << " level "
+                    << eLevel;
+            }
+        }
+    }
+}
+
+} // namespace
