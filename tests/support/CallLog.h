@@ -1,10 +1,11 @@
 #pragma once
 /// The calls that fakes have received, in order and across threads; and a limit in time for what may hang.
 
+#include "dstl/WinAPI/Platform.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -107,14 +108,21 @@ private:
 /// behind
 inline bool EndsInTime(std::function<void()> fn, int nMilliseconds = nTestLimitMs)
 {
-    auto pDone = std::make_shared<std::promise<void>>();
-    std::future<void> done = pDone->get_future();
-    std::thread(
-        [fn = std::move(fn), pDone]
+    // A plain thread: under Wine a detached std::thread now and then never begins.
+    auto pFn = std::make_unique<std::function<void()>>(std::move(fn));
+    const HANDLE hThread = CreateThread(
+        nullptr, 0,
+        [](void* p) -> DWORD
         {
-            fn();
-            pDone->set_value();
-        })
-        .detach();
-    return done.wait_for(std::chrono::milliseconds(nMilliseconds)) == std::future_status::ready;
+            const std::unique_ptr<std::function<void()>> pFn(static_cast<std::function<void()>*>(p));
+            (*pFn)();
+            return 0;
+        },
+        pFn.get(), 0, nullptr);
+    if (hThread == NULL)
+        return false;
+    pFn.release(); // the thread's from here on
+    const bool bEnded = WaitForSingleObject(hThread, static_cast<DWORD>(nMilliseconds)) == WAIT_OBJECT_0;
+    CloseHandle(hThread);
+    return bEnded;
 }
