@@ -2,6 +2,9 @@
 #include "ImageTest.h"
 #include "PictureBuffer.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace
 {
 
@@ -43,6 +46,158 @@ TEST(ConvertResize, ChecksItsArgumentsAndPassesResultsOn)
     EXPECT_EQ(
         Img_ConvertResize(arrInput, arrOutput, &picRgb, &picRgb, &rcOutside, nullptr, false, 1, nullptr, 0),
         S_FALSE);
+}
+
+/// What the two stages leave when each is called on its own, the first one into memory of its exact size.
+struct Chain
+{
+    HRESULT hr;
+    std::vector<BYTE> output;
+};
+
+Chain RunChain(PictureBuffer& input, PictureBuffer output, const PicProps& picInput,
+               const PicProps& picOutput, bool bFieldMode, int nMode, int nSharp)
+{
+    const PicProps picBetween = {picOutput.fccType, picInput.nWidth, picInput.nHeight, 0};
+    PictureBuffer between(picBetween);
+    between.Clear();
+    PictureBuffer temp(Img_GetBufferSize(&picInput, &picBetween));
+    HRESULT hr = Img_Convert(input.Data(), between.Data(), &picInput, &picBetween, nullptr, nullptr, true,
+                             temp.Data());
+    if (SUCCEEDED(hr))
+        hr = bFieldMode ? Img_ResizeFields(between.Data(), output.Data(), &picBetween, &picOutput, nullptr,
+                                           nullptr, nMode, nullptr, nSharp, -1)
+                        : Img_ResizeFrame(between.Data(), output.Data(), &picBetween, &picOutput, nullptr,
+                                          nullptr, nMode, nullptr, nSharp);
+    return {hr, output.Bytes()};
+}
+
+/// From pictures of two pixels on, whose frames are much smaller than the unit that the work memory behind
+/// them starts on; with memory of the call and of the caller, each of its exact size. Bytes that a conversion
+/// leaves out (alpha, an odd last row, padding that a field view slides into) are zeros.
+TEST(ConvertResize, RunsBothStagesInMemoryOfAnySize)
+{
+    constexpr LONG arrSizes[][4] = {{8, 1, 4, 1},  {2, 2, 4, 4},  {2, 1, 6, 3},     {8, 2, 8, 4},
+                                    {12, 8, 6, 4}, {6, 4, 30, 2}, {40, 24, 20, 36}, {10, 5, 6, 8}};
+    for (const DWORD fccInput : {FOURCC_RGB24, FOURCC_RGB32, FOURCC_YUY2, FOURCC_UYVY, FOURCC_I420})
+    {
+        for (const DWORD fccOutput :
+             {FOURCC_RGB24, FOURCC_ARGB32, FOURCC_YUY2, FOURCC_UYVY, FOURCC_I420, FOURCC_YV12})
+        {
+            if (fccInput == fccOutput)
+                continue;
+            for (const auto& arrSize : arrSizes)
+            {
+                for (const bool bFieldMode : {false, true})
+                {
+                    for (const int nSharp : {0, 20})
+                    {
+                        const PicProps picInput = {fccInput, arrSize[0], -arrSize[1], 0};
+                        const PicProps picOutput = {fccOutput, arrSize[2], arrSize[3], 0};
+                        SCOPED_TRACE(Str(picInput) + " to " + Str(picOutput) + (bFieldMode ? " fields" : "") +
+                                     (nSharp ? " sharp" : ""));
+                        PictureBuffer input(picInput);
+                        PictureBuffer own(picOutput);
+                        PictureBuffer given(picOutput);
+                        PictureBuffer fresh(picOutput);
+                        PictureBuffer temp(Img_GetBufferSizeEx(&picInput, &picOutput));
+                        input.Fill(3);
+                        own.Fill(4);
+                        given.Fill(4);
+                        fresh.Fill(4);
+                        temp.Clear();
+                        AssertCapture asserts;
+                        const Chain expected = RunChain(input, std::move(fresh), picInput, picOutput,
+                                                        bFieldMode, eIR_Linear, nSharp);
+                        const HRESULT hrExpected = FAILED(expected.hr) ? expected.hr : S_OK;
+                        EXPECT_EQ(Img_ConvertResize(input.Data(), own.Data(), &picInput, &picOutput, nullptr,
+                                                    nullptr, bFieldMode, eIR_Linear, nullptr, nSharp),
+                                  hrExpected);
+                        EXPECT_EQ(Img_ConvertResize(input.Data(), given.Data(), &picInput, &picOutput,
+                                                    nullptr, nullptr, bFieldMode, eIR_Linear, temp.Data(),
+                                                    nSharp),
+                                  hrExpected);
+                        EXPECT_EQ(own.Bytes(), expected.output);
+                        EXPECT_EQ(given.Bytes(), expected.output);
+                        EXPECT_TRUE(own.IsGuardWhole() && given.IsGuardWhole() && temp.IsGuardWhole());
+                    }
+                }
+            }
+        }
+    }
+}
+
+/// Red and blue, converted and scaled: the bytes that both stages are known to give.
+TEST(ConvertResize, KnownColours)
+{
+    const PicProps picInput = {FOURCC_RGB32, 4, -2, 0};
+    const PicProps picOutput = {FOURCC_YUY2, 8, -4, 0};
+    std::vector<BYTE> input;
+    for (int i = 0; i < 8; i++) // a row of red, a row of blue
+        input.insert(input.end(),
+                     {static_cast<BYTE>(i < 4 ? 0 : 255), 0, static_cast<BYTE>(i < 4 ? 255 : 0), 0});
+    std::vector<BYTE> output(64, 0xEE);
+    ASSERT_EQ(Img_ConvertResize(input.data(), output.data(), &picInput, &picOutput, nullptr, nullptr, false,
+                                eIR_Nearest, nullptr, 0),
+              S_OK);
+    std::vector<BYTE> expected;
+    for (int i = 0; i < 16; i++)
+    {
+        const std::vector<BYTE> pair =
+            i < 8 ? std::vector<BYTE>{82, 90, 82, 240} : std::vector<BYTE>{41, 240, 41, 110};
+        expected.insert(expected.end(), pair.begin(), pair.end());
+    }
+    EXPECT_EQ(output, expected);
+}
+
+/// Rows of two fields stay apart in field mode, and mix without it.
+TEST(ConvertResize, FieldModeKeepsTheFieldsApart)
+{
+    const PicProps picInput = {FOURCC_RGB32, 4, -8, 0};
+    const PicProps picOutput = {FOURCC_YUY2, 4, -4, 0};
+    std::vector<BYTE> input;
+    for (size_t y = 0; y < 8; y++)
+        input.insert(input.end(), 16, static_cast<BYTE>(y % 2 == 0 ? 0 : 255));
+    const auto lumas = [&](bool bFieldMode)
+    {
+        std::vector<BYTE> output(32, 0xEE);
+        EXPECT_EQ(Img_ConvertResize(input.data(), output.data(), &picInput, &picOutput, nullptr, nullptr,
+                                    bFieldMode, eIR_Linear, nullptr, 0),
+                  S_OK);
+        return std::vector<BYTE>{output[0], output[8], output[16], output[24]};
+    };
+    EXPECT_EQ(lumas(true), (std::vector<BYTE>{16, 235, 16, 235}));
+    EXPECT_EQ(lumas(false), std::vector<BYTE>(4, 126)); // (16 + 235) / 2, half up
+}
+
+/// One format: only the scaling runs, whole or by rectangles of unlike size; without scaling the rectangles
+/// count for nothing.
+TEST(ConvertResize, OneFormat)
+{
+    const PicProps picSmall = {FOURCC_RGB32, 2, -1, 0};
+    const PicProps picLarge = {FOURCC_RGB32, 4, -1, 0};
+    const DWORD arrInput[] = {11, 22};
+    DWORD arrOutput[4] = {};
+    BYTE* const pbOutput = reinterpret_cast<BYTE*>(arrOutput);
+    BYTE arrBytes[8];
+    std::memcpy(arrBytes, arrInput, 8);
+    EXPECT_EQ(Img_ConvertResize(arrBytes, pbOutput, &picSmall, &picLarge, nullptr, nullptr, false,
+                                eIR_Nearest, nullptr, 0),
+              S_OK);
+    EXPECT_EQ(std::vector<DWORD>(arrOutput, arrOutput + 4), (std::vector<DWORD>{11, 11, 22, 22}));
+    // Pictures of one size, rectangles of two.
+    std::fill_n(arrOutput, 4, DWORD{99});
+    const RECT rcSecond = {1, 0, 2, 1};
+    EXPECT_EQ(Img_ConvertResize(arrBytes, pbOutput, &picSmall, &picSmall, &rcSecond, nullptr, false,
+                                eIR_Nearest, nullptr, 0),
+              S_OK);
+    EXPECT_EQ(std::vector<DWORD>(arrOutput, arrOutput + 4), (std::vector<DWORD>{22, 22, 99, 99}));
+    // Rectangles of one size: a copy of the whole.
+    std::fill_n(arrOutput, 4, DWORD{99});
+    EXPECT_EQ(Img_ConvertResize(arrBytes, pbOutput, &picSmall, &picSmall, &rcSecond, &rcSecond, false,
+                                eIR_Nearest, nullptr, 0),
+              S_OK);
+    EXPECT_EQ(std::vector<DWORD>(arrOutput, arrOutput + 4), (std::vector<DWORD>{11, 22, 99, 99}));
 }
 
 } // namespace

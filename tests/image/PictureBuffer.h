@@ -33,6 +33,13 @@ public:
         return *this;
     }
 
+    /// All bytes zero.
+    PictureBuffer& Clear()
+    {
+        std::memset(Data(), 0, m_cb);
+        return *this;
+    }
+
     std::vector<BYTE> Bytes() const { return {Data(), Data() + m_cb}; }
 
     bool IsGuardWhole() const

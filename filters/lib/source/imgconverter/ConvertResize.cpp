@@ -2,7 +2,9 @@
 
 #include "dstl/dshowx/DSTrace.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -11,6 +13,11 @@ namespace
 
 /// The scaling's work memory starts on a multiple of this behind the intermediate picture.
 constexpr size_t cbFrameUnit = 512;
+
+size_t RoundUpFrame(size_t cbFrame) noexcept
+{
+    return (cbFrame + cbFrameUnit - 1) / cbFrameUnit * cbFrameUnit;
+}
 
 bool AreSizesEqual(const RECT& rcFirst, const RECT& rcSecond) noexcept
 {
@@ -46,17 +53,19 @@ HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInp
     }
 
     std::unique_ptr<BYTE[]> spTemp;
+    const size_t cbTemp = Img_GetBufferSizeEx(_pInputProps, _pOutputProps); // of the caller's memory too
     if (!pTemp && bConvert && bResize)
     {
-        const size_t cbTemp = Img_GetBufferSizeEx(_pInputProps, _pOutputProps);
         if (cbTemp <= PTRDIFF_MAX)
             spTemp.reset(new (std::nothrow) BYTE[cbTemp]);
         if (!spTemp)
             return E_OUTOFMEMORY;
         pTemp = spTemp.get();
     }
+    const bool bOwnTemp = spTemp != nullptr;
 
     const BYTE* pbResize = _pbInput;
+    BYTE* pTempResize = pTemp;
     PicProps picResize = *_pInputProps;
     if (bConvert || !bResize)
     {
@@ -67,8 +76,18 @@ HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInp
             picResize = {_pOutputProps->fccType, _pInputProps->nWidth, _pInputProps->nHeight, 0};
             pTargetProps = &picResize;
             pbResize = pbTarget = pTemp;
-            pTemp += (size_t{GetPicSize(&picResize)} + cbFrameUnit - 1) / cbFrameUnit * cbFrameUnit;
+            // Behind the rounded frame of a small picture too little is left, or nothing: the scaling then
+            // makes its own memory.
+            const size_t cbFrame = RoundUpFrame(GetPicSize(&picResize));
+            // Some conversions leave bytes out (an odd last row, an alpha, what pads a row), which the
+            // scaling reads all the same: out of our memory they come as zeros.
+            if (bOwnTemp)
+                std::memset(pTemp, 0, std::min(cbFrame, cbTemp));
+            const bool bEnough =
+                cbFrame <= cbTemp && cbTemp - cbFrame >= Img_GetBufferSize(&picResize, _pOutputProps);
+            pTempResize = bEnough ? pTemp + cbFrame : nullptr;
         }
+        // The conversion asks whether there is a buffer, and leaves it alone: it may begin with the target.
         const HRESULT hr =
             Img_Convert(_pbInput, pbTarget, _pInputProps, pTargetProps, nullptr, nullptr, true, pTemp);
         if (FAILED(hr))
@@ -78,8 +97,8 @@ HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInp
         return S_OK;
 
     const HRESULT hr = bFieldMode ? Img_ResizeFields(pbResize, _pbOutput, &picResize, _pOutputProps,
-                                                     _prcInput, _prcOutput, nMode, pTemp, nSharp, -1)
+                                                     _prcInput, _prcOutput, nMode, pTempResize, nSharp, -1)
                                   : Img_ResizeFrame(pbResize, _pbOutput, &picResize, _pOutputProps, _prcInput,
-                                                    _prcOutput, nMode, pTemp, nSharp);
+                                                    _prcOutput, nMode, pTempResize, nSharp);
     return FAILED(hr) ? hr : S_OK;
 }
