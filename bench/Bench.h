@@ -34,3 +34,4 @@ inline void Register(const std::string& sJob, int nWidth, int nHeight, const std
 /// Each subject registers its jobs.
 void RegisterConvert();
 void RegisterResize();
+void RegisterComposition();

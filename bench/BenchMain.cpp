@@ -72,6 +72,7 @@ int main(int argc, char** argv)
 {
     RegisterConvert();
     RegisterResize();
+    RegisterComposition();
     benchmark::Initialize(&argc, argv);
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

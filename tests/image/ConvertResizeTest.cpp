@@ -200,4 +200,33 @@ TEST(ConvertResize, OneFormat)
     EXPECT_EQ(std::vector<DWORD>(arrOutput, arrOutput + 4), (std::vector<DWORD>{11, 22, 99, 99}));
 }
 
+/// A conversion that is refused ends the call. Of the scaling's results only negative ones are passed on: a
+/// rectangle outside leaves the output as it was, and the call a success.
+TEST(ConvertResize, ResultsOfTheStages)
+{
+    const PicProps picInput = {FOURCC_RGB32, 8, -8, 0};
+    const PicProps picRefused = {FOURCC_YVYU, 12, -12, 0};
+    const PicProps picOutput = {FOURCC_UYVY, 12, -12, 0};
+    const RECT rcOutside = {20, 0, 24, 4};
+    const RECT rcTurned = {4, 0, 2, 4};
+    PictureBuffer input(picInput);
+    PictureBuffer output(picOutput);
+    output.Fill(5);
+    const std::vector<BYTE> before = output.Bytes();
+    AssertCapture asserts;
+    for (const bool bFields : {false, true})
+    {
+        const auto run = [&](const PicProps& picTo, const RECT* prcInput)
+        {
+            return Img_ConvertResize(input.Data(), output.Data(), &picInput, &picTo, prcInput, nullptr,
+                                     bFields, eIR_Linear, nullptr, 0);
+        };
+        EXPECT_EQ(run(picRefused, nullptr), E_NOTIMPL);
+        EXPECT_EQ(run(picOutput, &rcOutside), S_OK);
+        EXPECT_EQ(run(picOutput, &rcTurned), E_INVALIDARG);
+    }
+    EXPECT_EQ(asserts.Texts().size(), 2u); // those of the refused pair
+    EXPECT_EQ(output.Bytes(), before);
+}
+
 } // namespace
