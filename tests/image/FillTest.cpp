@@ -112,6 +112,50 @@ TEST(FillColor, ExactFormRoundsThousandths)
     }
 }
 
+/// The halves: the sums run from left to right in doubles, so that some of them fall short of the half. How
+/// many do, and which, was counted apart from the library; a sum in another order gives others.
+TEST(FillColor, ExactFormSumsFromLeftToRight)
+{
+    constexpr struct
+    {
+        DWORD r, g, b, nByte, nValue;
+    } arrKnown[] = {
+        {0, 123, 46, 0, 83}, {0, 126, 102, 0, 90}, {2, 9, 25, 0, 24},    {4, 47, 8, 0, 42},
+        {2, 53, 21, 1, 122}, {2, 111, 23, 1, 106}, {2, 227, 27, 1, 74},  {3, 83, 23, 1, 114},
+        {0, 112, 4, 2, 87},  {0, 175, 100, 2, 57}, {1, 10, 229, 2, 109}, {1, 36, 221, 2, 100},
+    };
+    for (const auto& known : arrKnown)
+        EXPECT_EQ(RGBToYUV(known.r | known.g << 8 | known.b << 16, true) >> 8 * known.nByte & 0xFF,
+                  known.nValue)
+            << known.r << " " << known.g << " " << known.b;
+
+    constexpr int arrFactors[3][4] = {
+        {257, 504, 98, 16000}, {-148, -291, 439, 128000}, {439, -368, -71, 128000}};
+    int arrHalves[3] = {};
+    int arrShort[3] = {};
+    for (int r = 0; r < 256; r++)
+    {
+        for (int g = 0; g < 256; g++)
+        {
+            for (int b = 0; b < 256; b++)
+            {
+                for (int i = 0; i < 3; i++)
+                {
+                    const auto& f = arrFactors[i];
+                    const int n = f[0] * r + f[1] * g + f[2] * b + f[3];
+                    if (n % 1000 != 500)
+                        continue;
+                    const DWORD dwYUV = RGBToYUV(static_cast<DWORD>(r | g << 8 | b << 16), true);
+                    arrHalves[i]++;
+                    arrShort[i] += static_cast<int>(dwYUV >> 8 * i & 0xFF) == n / 1000;
+                }
+            }
+        }
+    }
+    EXPECT_EQ(std::vector<int>(arrHalves, arrHalves + 3), (std::vector<int>{16778, 16744, 16774}));
+    EXPECT_EQ(std::vector<int>(arrShort, arrShort + 3), (std::vector<int>{358, 31, 114}));
+}
+
 /// What a fill has to yield.
 struct FillResult
 {
@@ -435,6 +479,19 @@ TEST(Fill, FieldOfPaddedRowsSlides)
     const std::vector<BYTE> expected = {0xEE, 0xEE, 0xEE, 0, 0, 0, 0xEE, 0xEE,
                                         0xEE, 0xEE, 0xEE, 0, 0, 0, 0xEE, 0xEE};
     EXPECT_EQ(bytes, expected);
+}
+
+/// The view of a field of three rows ends a row before the frame, and that of padded rows by its padding: a
+/// fill of 16 bits runs on to the end of the frame.
+TEST(Fill, FieldsOfSixteenBitsRunOnToTheFramesEnd)
+{
+    const PicProps picOdd = {FOURCC_RGB565, 2, -3, 2};
+    EXPECT_EQ(Filled(picOdd, dwTestColor, nullptr, 255, 1),
+              (std::vector<BYTE>{0xEE, 0xEE, 0xEE, 0xEE, 0x18, 0x24, 0, 0, 0x18, 0x24, 0, 0}));
+    const PicProps picPadded = {FOURCC_RGB555, 3, -2, 3};
+    EXPECT_EQ(Filled(picPadded, dwTestColor, nullptr, 255, 1),
+              (std::vector<BYTE>{0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0x18, 0x12, 0, 0, 0x18, 0x12, 0, 0, 0x18,
+                                 0x12}));
 }
 
 TEST(Fill, FieldRefusals)

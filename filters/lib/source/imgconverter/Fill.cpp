@@ -13,7 +13,6 @@ namespace
 /// The rectangle to be filled.
 struct FillTarget
 {
-    BYTE* pbFrame;
     BYTE* pbEnd; ///< of the frame
     const PicBlock<BYTE>& block;
     RoiSize roi;
@@ -80,9 +79,44 @@ constexpr FormatFill arrFills[] = {
     {FOURCC_ARGB32, Fill32},   {FOURCC_RGB565, Fill16},   {FOURCC_RGB555, Fill16},
 };
 
-HRESULT FillField(BYTE* pbOutput, const PicProps& pic, DWORD dwColor, const RECT* prcOutput, int nOpacity,
+/// A whole frame, or the view of a field, which begins with the frame and can end before it.
+struct FillFrame
+{
+    BYTE* pbFrame;
+    size_t cbFrame; ///< of the frame, also for the view of a field
+    const PicProps& pic;
+};
+
+HRESULT FillRect(const FillFrame& frame, DWORD dwColor, const RECT* prcOutput, int nOpacity) noexcept
+{
+    BlockPair blocks;
+    const HRESULT hr =
+        OpenBlocks(blocks, frame.pbFrame, frame.pbFrame, &frame.pic, &frame.pic, prcOutput, prcOutput);
+    if (FAILED(hr))
+        return hr;
+    if (hr != S_OK || blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
+        return S_FALSE;
+
+    BYTE arrColor[4];
+    const bool bColor = GetFillColor(frame.pic.fccType, dwColor, arrColor, nullptr);
+    DSASSERT_TEXT(bColor, "");
+    if (!bColor)
+        return E_UNEXPECTED;
+    const DWORD dwResColor = arrColor[0] | arrColor[1] << 8 | arrColor[2] << 16 | DWORD{arrColor[3]} << 24;
+
+    const FillTarget target = {frame.pbFrame + frame.cbFrame, blocks.dst, blocks.roi};
+    for (const FormatFill& fill : arrFills)
+    {
+        if (fill.fccType == frame.pic.fccType)
+            fill.pfnFill(target, dwResColor, nOpacity);
+    }
+    return S_OK;
+}
+
+HRESULT FillField(const FillFrame& frame, DWORD dwColor, const RECT* prcOutput, int nOpacity,
                   int nField) noexcept
 {
+    const PicProps& pic = frame.pic;
     RECT rc;
     const HRESULT hr = NormalizeRects(&pic, &pic, &rc, &rc, false, prcOutput, prcOutput);
     if (hr != S_OK)
@@ -93,7 +127,7 @@ HRESULT FillField(BYTE* pbOutput, const PicProps& pic, DWORD dwColor, const RECT
     FieldView view;
     if (!OpenField(view, pic, rc, bSecond))
         return E_INVALIDARG;
-    return Img_Fill(pbOutput, &view.pic, dwColor, &view.rc, nOpacity, -1);
+    return FillRect({frame.pbFrame, frame.cbFrame, view.pic}, dwColor, &view.rc, nOpacity);
 }
 
 } // namespace
@@ -106,29 +140,7 @@ HRESULT Img_Fill(BYTE* _pbOutput, const PicProps* _pOutputProps, DWORD dwColor, 
     DSASSERT(_pOutputProps != NULL);
     if (!_pbOutput || !_pOutputProps)
         return E_INVALIDARG;
-    if (nField >= 0)
-        return FillField(_pbOutput, *_pOutputProps, dwColor, _prcOutput, nOpacity, nField);
-
-    BlockPair blocks;
-    const HRESULT hr =
-        OpenBlocks(blocks, _pbOutput, _pbOutput, _pOutputProps, _pOutputProps, _prcOutput, _prcOutput);
-    if (FAILED(hr))
-        return hr;
-    if (hr != S_OK || blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
-        return S_FALSE;
-
-    BYTE arrColor[4];
-    const bool bColor = GetFillColor(_pOutputProps->fccType, dwColor, arrColor, nullptr);
-    DSASSERT_TEXT(bColor, "");
-    if (!bColor)
-        return E_UNEXPECTED;
-    const DWORD dwResColor = arrColor[0] | arrColor[1] << 8 | arrColor[2] << 16 | DWORD{arrColor[3]} << 24;
-
-    const FillTarget target = {_pbOutput, _pbOutput + GetPicSize(_pOutputProps), blocks.dst, blocks.roi};
-    for (const FormatFill& fill : arrFills)
-    {
-        if (fill.fccType == _pOutputProps->fccType)
-            fill.pfnFill(target, dwResColor, nOpacity);
-    }
-    return S_OK;
+    const FillFrame frame = {_pbOutput, GetPicSize(_pOutputProps), *_pOutputProps};
+    return nField >= 0 ? FillField(frame, dwColor, _prcOutput, nOpacity, nField)
+                       : FillRect(frame, dwColor, _prcOutput, nOpacity);
 }

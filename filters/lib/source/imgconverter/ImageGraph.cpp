@@ -123,6 +123,12 @@ HRESULT Img_GetImageGraph(const BYTE* _pbInput, const PicProps* _pInputProps, in
     DSASSERT(_pbInput && _pInputProps && _pGraphProps);
     if (!_pbInput || !_pInputProps || !_pGraphProps)
         return E_POINTER;
+    // The picture is prepared before anything is told: one that cannot be is refused even where only the
+    // description of the graph is asked for.
+    CKeyPicture picture;
+    const HRESULT hr = picture.Open(_pbInput, *_pInputProps, nullptr);
+    if (FAILED(hr))
+        return hr;
     if (nMode != 1)
         return E_INVALIDARG;
     // The width of one tile beside the row of three: deliberate.
@@ -130,10 +136,6 @@ HRESULT Img_GetImageGraph(const BYTE* _pbInput, const PicProps* _pInputProps, in
     if (!pbGraph)
         return S_OK;
 
-    CKeyPicture picture;
-    const HRESULT hr = picture.Open(_pbInput, *_pInputProps, nullptr);
-    if (FAILED(hr))
-        return hr;
     const std::unique_ptr<ColorInfo[]> tables(new (std::nothrow) ColorInfo[nTables * nTableEntries]());
     if (!tables)
         return E_OUTOFMEMORY;
