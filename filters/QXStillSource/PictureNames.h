@@ -3,6 +3,8 @@
 
 #include "dstl/WinAPI/Platform.h"
 
+#include "resource.h"
+
 /// Keywords of eQGKeepAspect, indexed by value and closed by a null entry.
 extern const wchar_t* const arrKeepAspectNames[];
 
@@ -28,10 +30,10 @@ enum ePictureId : LONG
     ePI_VideoQuality = -2, ///< "videoq": a resource by the height of the frame
     ePI_Bars = -1,         ///< "bars": a resource by the height of the frame
     ePI_SolidColor = 0,    ///< m_nSolidColor
-    ePI_BarsSD = 107,
-    ePI_BarsHD = 108,
-    ePI_Bars100 = 109,
-    ePI_Bars75 = 110
+    ePI_BarsSD = IDR_BARSSD,
+    ePI_BarsHD = IDR_BARSHD,
+    ePI_Bars100 = IDR_BARS100,
+    ePI_Bars75 = IDR_BARS75
 };
 
 /// The resource of a built-in picture.

@@ -331,22 +331,6 @@ TEST_F(Loader, LoadFromFile)
     EXPECT_TRUE(CPicturePersist::TestAndCorrectBmpHeader(&bmi));
 }
 
-TEST_F(Loader, Resource)
-{
-    AssertCapture asserts;
-    BITMAPINFOHEADER bmi;
-    std::memset(&bmi, 0xCC, sizeof(bmi));
-    BYTE by = 0;
-    BYTE* pb = &by;
-    EXPECT_EQ(LoadBmpResource(nullptr, 107, L"CUSTOM", nullptr, &pb), E_INVALIDARG);
-    EXPECT_EQ(LoadBmpResource(nullptr, 107, L"CUSTOM", &bmi, nullptr), E_POINTER);
-    EXPECT_EQ(asserts.Texts(), (Texts{"pBmpHeader != NULL", "ppPicture != NULL"}));
-    EXPECT_EQ(LoadBmpResource(nullptr, 107, L"CUSTOM", &bmi, &pb), E_NOTIMPL);
-    const BITMAPINFOHEADER zero{};
-    EXPECT_EQ(std::memcmp(&bmi, &zero, sizeof(bmi)), 0);
-    EXPECT_EQ(pb, nullptr);
-}
-
 TEST_F(Loader, GdiPlusStartsForEachCaller)
 {
     ULONG_PTR rgTokens[2] = {};

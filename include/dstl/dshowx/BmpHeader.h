@@ -22,7 +22,9 @@ DWORD PictureBlockSize(const BITMAPINFOHEADER& bmi) noexcept;
 /// \param hModule null: the module of the process
 /// \param nResource number of the resource
 /// \param pszType type of the resource, "CUSTOM" for the pictures of this server
-/// \param pBmpHeader out: zeroed on failure
-/// \param ppPicture out: the pixels, for the caller to free by CoTaskMemFree; null on failure
+/// \param pBmpHeader out: the header, mended by TestAndCorrectBmpHeader; zeroed on failure
+/// \param ppPicture out: biSizeImage bytes of pixels, for the caller to free by CoTaskMemFree; null on failure
+/// \return S_OK; E_INVALIDARG and E_POINTER for null arguments; the platform's error where there is no such
+/// resource; E_FAIL for one that is no such picture; E_OUTOFMEMORY
 HRESULT LoadBmpResource(HMODULE hModule, UINT nResource, const wchar_t* pszType, BITMAPINFOHEADER* pBmpHeader,
                         BYTE** ppPicture) noexcept;
