@@ -232,6 +232,106 @@ TEST(Convert, PairsWithoutAPathSucceedAndWriteNothing)
     EXPECT_EQ(ConvertBytes({1, 2, 3, 4}, FOURCC_YUY2, FOURCC_RGB8, 2, 1), Bytes(4, 0xEE));
 }
 
+/// Rows of two bytes, one pixel of 16 bits: what a call leaves in both buffers.
+struct Rows16
+{
+    HRESULT hr;
+    Bytes input;
+    Bytes output;
+};
+
+Rows16 ConvertRows16(PicProps picInput, PicProps picOutput, bool bMirrorToBuffer)
+{
+    Rows16 rows = {S_OK, {1, 2, 0, 0, 3, 4, 0, 0}, {5, 6, 0, 0, 7, 8, 0, 0}};
+    rows.hr = Img_Convert(rows.input.data(), rows.output.data(), &picInput, &picOutput, nullptr, nullptr,
+                          bMirrorToBuffer, nullptr);
+    return rows;
+}
+
+/// A pair without a path: a mirrored side is turned all the same, where it stands.
+TEST(Convert, PairsWithoutAPathTurnAMirroredSide)
+{
+    const PicProps picUp = {FOURCC_RGB565, 1, 2, 0};
+    const PicProps picDown = {FOURCC_RGB565, 1, -2, 0};
+    const Bytes input = {1, 2, 0, 0, 3, 4, 0, 0};
+    const Bytes output = {5, 6, 0, 0, 7, 8, 0, 0};
+    for (const bool bMirrorToBuffer : {true, false})
+    {
+        const Rows16 toUp = ConvertRows16(picDown, picUp, bMirrorToBuffer);
+        EXPECT_EQ(toUp.hr, S_OK);
+        EXPECT_EQ(toUp.input, input);
+        EXPECT_EQ(toUp.output, (Bytes{7, 8, 0, 0, 5, 6, 0, 0}));
+        const Rows16 toDown = ConvertRows16(picUp, picDown, bMirrorToBuffer);
+        EXPECT_EQ(toDown.hr, S_OK);
+        EXPECT_EQ(toDown.input, bMirrorToBuffer ? input : (Bytes{3, 4, 0, 0, 1, 2, 0, 0}));
+        EXPECT_EQ(toDown.output, output);
+        for (const PicProps& pic : {picUp, picDown})
+        {
+            const Rows16 same = ConvertRows16(pic, pic, bMirrorToBuffer);
+            EXPECT_EQ(same.hr, S_OK);
+            EXPECT_EQ(same.input, input);
+            EXPECT_EQ(same.output, output);
+        }
+    }
+}
+
+/// A bottom-up input that is turned where it stands is turned before the pair is refused.
+TEST(Convert, RefusalsComeAfterTheTurnOfTheInput)
+{
+    const PicProps picUp = {FOURCC_RGB32, 2, 2, 0};
+    const PicProps picOutput = {FOURCC_YVYU, 2, 2, 0};
+    Bytes input = {1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2};
+    Bytes output(8, 0xEE);
+    AssertCapture asserts;
+    EXPECT_EQ(Img_Convert(input.data(), output.data(), &picUp, &picOutput, nullptr, nullptr, false, nullptr),
+              E_NOTIMPL);
+    EXPECT_EQ(input, (Bytes{2, 2, 2, 2, 2, 2, 2, 2, 1, 1, 1, 1, 1, 1, 1, 1}));
+    EXPECT_EQ(output, Bytes(8, 0xEE));
+}
+
+/// An odd number of rows ends the call with its warning before the output is turned.
+TEST(Convert, TheWarningComesBeforeTheTurnOfTheOutput)
+{
+    const PicProps picInput = {FOURCC_I420, 2, 3, 0};
+    const PicProps picUp = {FOURCC_RGB32, 2, 3, 0};
+    Bytes input = {235, 235, 16, 16, 90, 90, 128, 128, 128};
+    Bytes output(24, 0xEE);
+    EXPECT_EQ(Img_Convert(input.data(), output.data(), &picInput, &picUp, nullptr, nullptr, true, nullptr),
+              static_cast<HRESULT>(0x80070023));
+    EXPECT_EQ(output, (Bytes{255, 255, 255, 255, 255,  255,  255,  255,  0,    0,    0,    255,
+                             0,   0,   0,   255, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
+    // An even one is turned: the first row shown stands last.
+    const PicProps picInputEven = {FOURCC_I420, 2, 2, 0};
+    const PicProps picUpEven = {FOURCC_RGB24, 2, 2, 0};
+    Bytes inputEven = {235, 235, 16, 16, 128, 128};
+    Bytes outputEven(16, 0xEE);
+    EXPECT_EQ(Img_Convert(inputEven.data(), outputEven.data(), &picInputEven, &picUpEven, nullptr, nullptr,
+                          true, nullptr),
+              S_OK);
+    EXPECT_EQ(outputEven, (Bytes{0, 0, 0, 0, 0, 0, 0xEE, 0xEE, 255, 255, 255, 255, 255, 255, 0xEE, 0xEE}));
+}
+
+TEST(Convert, BottomUpToBottomUpCopiesStraight)
+{
+    const PicProps pic = {FOURCC_RGB24, 1, 2, 0};
+    Bytes input = {1, 2, 3, 0, 4, 5, 6, 0};
+    Bytes output(8, 0xEE);
+    EXPECT_EQ(Img_Convert(input.data(), output.data(), &pic, &pic, nullptr, nullptr, false, nullptr), S_OK);
+    EXPECT_EQ(output, (Bytes{1, 2, 3, 0xEE, 4, 5, 6, 0xEE}));
+    EXPECT_EQ(input, (Bytes{1, 2, 3, 0, 4, 5, 6, 0}));
+}
+
+TEST(Convert, ARectangleOutsideThePictureWritesNothing)
+{
+    const PicProps pic = {FOURCC_RGB32, 4, -2, 0};
+    const RECT rcRightOf = {4, 0, 8, 2};
+    Bytes input(32, 1);
+    Bytes output(32, 0xEE);
+    EXPECT_EQ(Img_Convert(input.data(), output.data(), &pic, &pic, &rcRightOf, nullptr, true, nullptr),
+              S_FALSE);
+    EXPECT_EQ(output, Bytes(32, 0xEE));
+}
+
 TEST(Convert, RefusedPairsAssert)
 {
     AssertCapture asserts;

@@ -135,7 +135,7 @@ constexpr Conversion Refused_5 = Refused("NOT SUPPORTED YVYU->RGB24 x64");
 constexpr Conversion Refused_6 = Refused("NOT SUPPORTED YVYU->RGB32 x64");
 
 constexpr Conversion B24_YUY2 = Packed(&K::BGR24ToYUY2, 3, 2);
-constexpr Conversion B24_UYVY = Packed(&K::BGR24ToUYVY, 3, 2, true);
+constexpr Conversion Two_UYVY = Packed(&K::BGR24ToUYVY, 3, 2, true);
 constexpr Conversion B24_P420 = ToPlanar(&K::BGR24ToPlanar420, 3, eOH_Warn);
 constexpr Conversion B24_B32_ = Exchange(&K::BGR24ToBGR32, 3, 4, true);
 
@@ -155,7 +155,7 @@ constexpr Conversion YUY2_555 = Packed(&K::YUY2ToRGB555, 2, 2);
 
 constexpr Conversion UYVYYUY2 = Packed(&K::YUY2ToUYVY, 2, 2); // the exchange of bytes serves both ways
 constexpr Conversion UYVYP420 = ToPlanar(&K::UYVYToPlanar420, 2, eOH_LeaveOut);
-constexpr Conversion UYVY_B24 = Packed(&K::UYVYToBGR24, 2, 3, true);
+constexpr Conversion Two_RGB24 = Packed(&K::UYVYToBGR24, 2, 3, true);
 constexpr Conversion UYVYBGRA = Packed(&K::UYVYToBGRA, 2, 4);
 
 constexpr Conversion YVYUP420 = ToPlanar(&K::YUY2ToPlanar420, 2, eOH_LeaveOut, true);
@@ -170,15 +170,15 @@ constexpr Conversion P420_555 = PlanarToRgb(&K::Planar420ToRGB555, 2);
 
 // clang-format off
 /// Rows are the source, columns the target. UYVY stands for HDYC, planar for I420 and YV12, as index 1 is always
-/// U and index 2 always V. From 32 bits to ARGB32 an alpha byte that the source has is copied, one that it lacks
-/// is set.
+/// U and index 2 always V. A pair that is not shown does nothing, successfully. Two_ runs in two stages, by way of
+/// YUY2. From 32 bits to ARGB32 an alpha byte that the source has is copied, one that it lacks is set.
 constexpr const Conversion* arrMatrix[eS_Count][eT_Count] = {
     //           YUY2        UYVY        YVYU        planar      RGB24       RGB32       ARGB32      RGB565     RGB555
-    /* RGB24 */ {&B24_YUY2,  &B24_UYVY,  &Refused_1, &B24_P420,  &CopyRow24, &B24_B32_,  &B24_B32_,  &Nothing,  &Nothing},
+    /* RGB24 */ {&B24_YUY2,  &Two_UYVY,  &Refused_1, &B24_P420,  &CopyRow24, &B24_B32_,  &B24_B32_,  &Nothing,  &Nothing},
     /* RGB32 */ {&B32_YUY2,  &B32_UYVY,  &Refused_2, &B32_P420,  &B32_B24_,  &CopyRow32, &B32_BGRA,  &Nothing,  &Nothing},
     /* ARGB32 */{&B32_YUY2,  &B32_UYVY,  &Refused_2, &B32_P420,  &B32_B24_,  &CopyRow32, &CopyRow32, &Nothing,  &Nothing},
     /* YUY2 */  {&CopyRow16, &YUY2UYVY,  &YUY2YVYU,  &YUY2P420,  &YUY2_B24,  &YUY2BGRA,  &YUY2BGRA,  &YUY2_565, &YUY2_555},
-    /* UYVY */  {&UYVYYUY2,  &CopyRow16, &Refused_3, &UYVYP420,  &UYVY_B24,  &UYVYBGRA,  &UYVYBGRA,  &Nothing,  &Nothing},
+    /* UYVY */  {&UYVYYUY2,  &CopyRow16, &Refused_3, &UYVYP420,  &Two_RGB24, &UYVYBGRA,  &UYVYBGRA,  &Nothing,  &Nothing},
     /* YVYU */  {&Refused_4, &Refused_4, &CopyRow16, &YVYUP420,  &Refused_5, &Refused_6, &Refused_6, &Nothing,  &Nothing},
     /* planar */{&P420YUY2,  &P420UYVY,  &P420YVYU,  &CopyPlane, &P420_B24,  &P420BGRA,  &P420BGRA,  &P420_565, &P420_555},
 };

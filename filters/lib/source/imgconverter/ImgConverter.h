@@ -153,6 +153,7 @@ HRESULT Img_MixPicture(BYTE* _pbInput, const BYTE* _pbAlpha, BYTE* _pbOutput, in
                        const RECT* _prcInput, const RECT* _prcOutput, int nField) noexcept;
 
 /// Adds two pictures of one format (E_NOTIMPL for two formats) by weights in 1/256, chroma around its centre.
+/// RGB8, RGB565 and RGB555 are left alone after an assertion, with S_OK; so is an empty rectangle.
 /// \param nSrcWeight, nDstWeight clamped to -32768 to 32767
 HRESULT Img_Blend(const BYTE* _pbInput, BYTE* _pbOutput, int nSrcWeight, int nDstWeight,
                   const PicProps* _pInputProps, const PicProps* _pOutputProps, const RECT* _prcInput,
@@ -186,7 +187,7 @@ HRESULT Img_CalcKey(const BYTE* _pbInput, const PicProps* _pInputProps, int nPoi
 
 /// Paints the distribution of a picture's colours: 768 x 768 pixels of 4 bytes, nine tiles of 256 x 256.
 /// \param nMode 1, E_INVALIDARG for others
-/// \param pbGraph optional
+/// \param pbGraph optional; a picture that cannot be measured is refused without it, too
 /// \param _pGraphProps receives RGB32, width 256, height 768, row 768: the width of one tile, deliberately
 HRESULT Img_GetImageGraph(const BYTE* _pbInput, const PicProps* _pInputProps, int nMode, BYTE* pbGraph,
                           PicProps* _pGraphProps) noexcept;
