@@ -114,33 +114,64 @@ struct Job
 {
     const char* pszName;
     DWORD fccIn, fccOut;
-    bool bBottomUpInput;
     PFNPEER pfnPeer;
+    bool bBottomUpInput = false;
 };
 
-constexpr Job arrJobs[] = {
-    {"RGB32-YUY2", FOURCC_RGB32, FOURCC_YUY2, false, Packed<libyuv::ARGBToYUY2>},
-    {"RGB32-UYVY", FOURCC_RGB32, FOURCC_UYVY, false, Packed<libyuv::ARGBToUYVY>},
-    {"RGB24-YUY2", FOURCC_RGB24, FOURCC_YUY2, false, Yuv24ToYuy2},
-    {"RGB24-UYVY", FOURCC_RGB24, FOURCC_UYVY, false, Yuv24ToUyvy},
-    {"RGB32-I420", FOURCC_RGB32, FOURCC_I420, false, ToPlanes<libyuv::ARGBToI420>},
-    {"RGB24-I420", FOURCC_RGB24, FOURCC_I420, false, ToPlanes<libyuv::RGB24ToI420>},
-    {"YUY2-RGB32", FOURCC_YUY2, FOURCC_RGB32, false, Packed<libyuv::YUY2ToARGB>},
-    {"UYVY-RGB32", FOURCC_UYVY, FOURCC_RGB32, false, Packed<libyuv::UYVYToARGB>},
-    {"I420-RGB32", FOURCC_I420, FOURCC_RGB32, false, FromPlanes<libyuv::I420ToARGB>},
-    {"YUY2-RGB24", FOURCC_YUY2, FOURCC_RGB24, false, YuvYuy2To24},
-    {"UYVY-RGB24", FOURCC_UYVY, FOURCC_RGB24, false, YuvUyvyTo24},
-    {"I420-RGB24", FOURCC_I420, FOURCC_RGB24, false, FromPlanes<libyuv::I420ToRGB24>},
-    {"YUY2-UYVY", FOURCC_YUY2, FOURCC_UYVY, false, SwapBytes},
-    {"RGB32-RGB24", FOURCC_RGB32, FOURCC_RGB24, false, Packed<libyuv::ARGBToRGB24>},
-    {"RGB24-RGB32", FOURCC_RGB24, FOURCC_RGB32, false, Packed<libyuv::RGB24ToARGB>},
-    {"YUY2-I420", FOURCC_YUY2, FOURCC_I420, false, ToPlanes<libyuv::YUY2ToI420>},
-    {"UYVY-I420", FOURCC_UYVY, FOURCC_I420, false, ToPlanes<libyuv::UYVYToI420>},
-    {"I420-YUY2", FOURCC_I420, FOURCC_YUY2, false, FromPlanes<libyuv::I420ToYUY2>},
-    {"I420-UYVY", FOURCC_I420, FOURCC_UYVY, false, FromPlanes<libyuv::I420ToUYVY>},
-    {"copy-RGB32", FOURCC_RGB32, FOURCC_RGB32, false, Copy},
-    {"copy-RGB32-mirrored", FOURCC_RGB32, FOURCC_RGB32, true, Copy},
-    {"copy-UYVY", FOURCC_UYVY, FOURCC_UYVY, false, Copy},
+/// Jobs with one target at each size.
+struct Group
+{
+    Target target1080, target576;
+    std::vector<Job> jobs;
+};
+
+const Group arrGroups[] = {
+    {{1.8, 2.5},
+     {1.1, 1.5},
+     {
+         {"RGB32-YUY2", FOURCC_RGB32, FOURCC_YUY2, Packed<libyuv::ARGBToYUY2>},
+         {"RGB32-UYVY", FOURCC_RGB32, FOURCC_UYVY, Packed<libyuv::ARGBToUYVY>},
+         {"RGB24-YUY2", FOURCC_RGB24, FOURCC_YUY2, Yuv24ToYuy2},
+         {"RGB24-UYVY", FOURCC_RGB24, FOURCC_UYVY, Yuv24ToUyvy},
+     }},
+    {{0.9, 1.2},
+     {0.9, 1.2},
+     {
+         {"RGB32-I420", FOURCC_RGB32, FOURCC_I420, ToPlanes<libyuv::ARGBToI420>},
+         {"RGB32-YV12", FOURCC_RGB32, FOURCC_YV12, ToPlanes<libyuv::ARGBToI420>},
+         {"RGB24-I420", FOURCC_RGB24, FOURCC_I420, ToPlanes<libyuv::RGB24ToI420>},
+         {"RGB24-YV12", FOURCC_RGB24, FOURCC_YV12, ToPlanes<libyuv::RGB24ToI420>},
+     }},
+    {{0.7, 1.0},
+     {0.7, 1.0},
+     {
+         {"YUY2-RGB32", FOURCC_YUY2, FOURCC_RGB32, Packed<libyuv::YUY2ToARGB>},
+         {"UYVY-RGB32", FOURCC_UYVY, FOURCC_RGB32, Packed<libyuv::UYVYToARGB>},
+         {"I420-RGB32", FOURCC_I420, FOURCC_RGB32, FromPlanes<libyuv::I420ToARGB>},
+         {"YUY2-RGB24", FOURCC_YUY2, FOURCC_RGB24, YuvYuy2To24},
+         {"UYVY-RGB24", FOURCC_UYVY, FOURCC_RGB24, YuvUyvyTo24},
+         {"I420-RGB24", FOURCC_I420, FOURCC_RGB24, FromPlanes<libyuv::I420ToRGB24>},
+     }},
+    {{0.9, 1.2},
+     {0.9, 1.2},
+     {
+         {"YUY2-UYVY", FOURCC_YUY2, FOURCC_UYVY, SwapBytes},
+         {"RGB32-RGB24", FOURCC_RGB32, FOURCC_RGB24, Packed<libyuv::ARGBToRGB24>},
+         {"RGB24-RGB32", FOURCC_RGB24, FOURCC_RGB32, Packed<libyuv::RGB24ToARGB>},
+         {"YUY2-I420", FOURCC_YUY2, FOURCC_I420, ToPlanes<libyuv::YUY2ToI420>},
+         {"UYVY-I420", FOURCC_UYVY, FOURCC_I420, ToPlanes<libyuv::UYVYToI420>},
+         {"I420-YUY2", FOURCC_I420, FOURCC_YUY2, FromPlanes<libyuv::I420ToYUY2>},
+         {"I420-UYVY", FOURCC_I420, FOURCC_UYVY, FromPlanes<libyuv::I420ToUYVY>},
+     }},
+    {{0.9, 0.9},
+     {0.9, 0.9},
+     {
+         {"copy-RGB32", FOURCC_RGB32, FOURCC_RGB32, Copy},
+         {"copy-RGB32-mirrored", FOURCC_RGB32, FOURCC_RGB32, Copy, true},
+         {"copy-RGB24-mirrored", FOURCC_RGB24, FOURCC_RGB24, Copy, true},
+         {"copy-UYVY", FOURCC_UYVY, FOURCC_UYVY, Copy},
+         {"copy-I420", FOURCC_I420, FOURCC_I420, Copy},
+     }},
 };
 
 AVPixelFormat PixelFormat(DWORD fcc)
@@ -216,9 +247,14 @@ void RegisterJob(const Job& job, int nWidth, int nHeight)
 
 void RegisterConvert()
 {
-    for (const Job& job : arrJobs)
+    for (const Group& group : arrGroups)
     {
-        RegisterJob(job, 1920, 1080);
-        RegisterJob(job, 720, 576);
+        for (const Job& job : group.jobs)
+        {
+            Expect(job.pszName, 1920, 1080, group.target1080);
+            RegisterJob(job, 1920, 1080);
+            Expect(job.pszName, 720, 576, group.target576);
+            RegisterJob(job, 720, 576);
+        }
     }
 }
