@@ -2,8 +2,6 @@
 /// What the benchmarks share. A benchmark is named "job/WIDTHxHEIGHT/contestant"; the closing table compares
 /// the contestants of a job and a size, in the order of their registration.
 
-#include <benchmark/benchmark.h>
-
 #include <functional>
 #include <string>
 
@@ -21,29 +19,9 @@ struct Target
     double dblAfter; ///< what the work aims at
 };
 
-inline std::string RowName(const std::string& sJob, int nWidth, int nHeight)
-{
-    return sJob + "/" + std::to_string(nWidth) + "x" + std::to_string(nHeight);
-}
-
 /// Registers one contestant. \param nWidth, nHeight of the larger side, for the throughput
-inline void Register(const std::string& sJob, int nWidth, int nHeight, const std::string& sContestant,
-                     std::function<void()> work)
-{
-    const std::string sName = RowName(sJob, nWidth, nHeight) + "/" + sContestant;
-    const double dblPixels = static_cast<double>(nWidth) * nHeight;
-    benchmark::RegisterBenchmark(sName.c_str(),
-                                 [work, dblPixels](benchmark::State& state)
-                                 {
-                                     for (auto _ : state)
-                                     {
-                                         work();
-                                         benchmark::ClobberMemory();
-                                     }
-                                     state.counters["pixels"] = benchmark::Counter(
-                                         dblPixels, benchmark::Counter::kIsIterationInvariantRate);
-                                 });
-}
+void Register(const std::string& sJob, int nWidth, int nHeight, const std::string& sContestant,
+              std::function<void()> work);
 
 /// Sets the target of a row; one without is only shown.
 void Expect(const std::string& sJob, int nWidth, int nHeight, Target target);

@@ -1,6 +1,8 @@
 // Runs the benchmarks and closes with our throughput, its ratio to the fastest peer, and the targets.
 #include "Bench.h"
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <map>
@@ -8,12 +10,6 @@
 
 namespace
 {
-
-std::map<std::string, Target>& Targets()
-{
-    static std::map<std::string, Target> targets;
-    return targets;
-}
 
 double Median(std::vector<double> values)
 {
@@ -25,7 +21,8 @@ double Median(std::vector<double> values)
 struct Row
 {
     std::string sName;
-    std::map<std::string, std::vector<double>> contestants;
+    Target target = {};
+    std::map<std::string, std::vector<double>> contestants = {};
 
     double Of(const std::string& sContestant) const
     {
@@ -33,6 +30,25 @@ struct Row
         return it == contestants.end() ? 0 : Median(it->second);
     }
 };
+
+/// All rows, in the order of their registration.
+std::vector<Row> g_rows;
+
+/// \return the row of a name, a new one at the end
+Row& FindRow(const std::string& sName)
+{
+    const auto it =
+        std::find_if(g_rows.begin(), g_rows.end(), [&](const Row& row) { return row.sName == sName; });
+    if (it != g_rows.end())
+        return *it;
+    g_rows.push_back({sName});
+    return g_rows.back();
+}
+
+std::string RowName(const std::string& sJob, int nWidth, int nHeight)
+{
+    return sJob + "/" + std::to_string(nWidth) + "x" + std::to_string(nHeight);
+}
 
 /// What is said of a row.
 struct Verdict
@@ -42,9 +58,9 @@ struct Verdict
     double dblRatio = 0; ///< to the fastest peer, 0 without one
     double dblSse = 0;   ///< SSE4.1 forms to AVX2 forms, 0 where one did not run
     std::string sPeer;
-    Target target = {};
+    Target target;
 
-    explicit Verdict(const Row& row) : dblOurs(row.Of(pszOurs))
+    explicit Verdict(const Row& row) : dblOurs(row.Of(pszOurs)), target(row.target)
     {
         for (const auto& [sContestant, values] : row.contestants)
         {
@@ -59,9 +75,6 @@ struct Verdict
             dblRatio = dblOurs / dblPeer;
         if (dblOurs > 0)
             dblSse = row.Of(pszOursSse41) / dblOurs;
-        const auto it = Targets().find(row.sName);
-        if (it != Targets().end())
-            target = it->second;
     }
 
     bool MissesFirst() const { return dblRatio > 0 && dblRatio < target.dblFirst; }
@@ -105,14 +118,15 @@ public:
         std::printf("\n| job | ours, Mpixel/s | fastest peer | ratio | first | after | SSE4.1 to AVX2 |\n"
                     "|---|---|---|---|---|---|---|\n");
         std::string sFirst, sAfter, sSse;
-        for (const Row& row : m_rows)
+        for (const Row& row : g_rows)
         {
+            if (row.contestants.empty())
+                continue;
             const Verdict v(row);
-            std::printf("| %s | %.0f | %s %.0f | %.2f | %s | %s | %.2f%s |\n", row.sName.c_str(), v.dblOurs,
-                        v.sPeer.c_str(), v.dblPeer, v.dblRatio,
-                        Cell(v.target.dblFirst, v.MissesFirst()).c_str(),
-                        Cell(v.target.dblAfter, v.MissesAfter()).c_str(), v.dblSse,
-                        v.MissesSse() ? " **no**" : "");
+            std::printf(
+                "| %s | %.0f | %s %.0f | %.2f | %s | %s | %.2f%s |\n", row.sName.c_str(), v.dblOurs,
+                v.sPeer.c_str(), v.dblPeer, v.dblRatio, Cell(v.target.dblFirst, v.MissesFirst()).c_str(),
+                Cell(v.target.dblAfter, v.MissesAfter()).c_str(), v.dblSse, v.MissesSse() ? " **no**" : "");
             AddName(sFirst, row, v.MissesFirst());
             AddName(sAfter, row, v.MissesAfter());
             AddName(sSse, row, v.MissesSse());
@@ -133,26 +147,32 @@ private:
     {
         std::printf("\nmissed, %s: %s\n", pszTarget, sNames.empty() ? "none" : sNames.c_str());
     }
-
-    /// Random interleaving reports in any order; \return the row, a new one at the end
-    Row& FindRow(const std::string& sName)
-    {
-        const auto it =
-            std::find_if(m_rows.begin(), m_rows.end(), [&](const Row& row) { return row.sName == sName; });
-        if (it != m_rows.end())
-            return *it;
-        m_rows.push_back({sName, {}});
-        return m_rows.back();
-    }
-
-    std::vector<Row> m_rows;
 };
 
 } // namespace
 
+void Register(const std::string& sJob, int nWidth, int nHeight, const std::string& sContestant,
+              std::function<void()> work)
+{
+    const std::string sRow = RowName(sJob, nWidth, nHeight);
+    FindRow(sRow);
+    const double dblPixels = static_cast<double>(nWidth) * nHeight;
+    benchmark::RegisterBenchmark((sRow + "/" + sContestant).c_str(),
+                                 [work, dblPixels](benchmark::State& state)
+                                 {
+                                     for (auto _ : state)
+                                     {
+                                         work();
+                                         benchmark::ClobberMemory();
+                                     }
+                                     state.counters["pixels"] = benchmark::Counter(
+                                         dblPixels, benchmark::Counter::kIsIterationInvariantRate);
+                                 });
+}
+
 void Expect(const std::string& sJob, int nWidth, int nHeight, Target target)
 {
-    Targets()[RowName(sJob, nWidth, nHeight)] = target;
+    FindRow(RowName(sJob, nWidth, nHeight)).target = target;
 }
 
 int main(int argc, char** argv)

@@ -38,18 +38,12 @@ struct Job
 constexpr Target targetFill = {0.7, 0.9};
 
 constexpr Job arrJobs[] = {
-    {"fill-RGB32", FOURCC_RGB32, targetFill},
-    {"fill-ARGB32", FOURCC_ARGB32, targetFill},
-    {"fill-RGB24", FOURCC_RGB24, {0.5, 0.9}},
-    {"fill-RGB565", FOURCC_RGB565, targetFill},
-    {"fill-RGB555", FOURCC_RGB555, targetFill},
-    {"fill-RGB8", FOURCC_RGB8, targetFill, FillByFrame},
-    {"fill-YUY2", FOURCC_YUY2, targetFill},
-    {"fill-YVYU", FOURCC_YVYU, targetFill},
-    {"fill-UYVY", FOURCC_UYVY, targetFill},
-    {"fill-HDYC", FOURCC_HDYC, targetFill},
-    {"fill-I420", FOURCC_I420, targetFill},
-    {"fill-YV12", FOURCC_YV12, targetFill},
+    {"fill-RGB32", FOURCC_RGB32, targetFill},   {"fill-ARGB32", FOURCC_ARGB32, targetFill},
+    {"fill-RGB24", FOURCC_RGB24, {0.5, 0.9}},   {"fill-RGB565", FOURCC_RGB565, targetFill},
+    {"fill-RGB555", FOURCC_RGB555, targetFill}, {"fill-RGB8", FOURCC_RGB8, targetFill, FillByFrame},
+    {"fill-YUY2", FOURCC_YUY2, targetFill},     {"fill-YVYU", FOURCC_YVYU, targetFill},
+    {"fill-UYVY", FOURCC_UYVY, targetFill},     {"fill-HDYC", FOURCC_HDYC, targetFill},
+    {"fill-I420", FOURCC_I420, targetFill},     {"fill-YV12", FOURCC_YV12, targetFill},
 };
 
 void RegisterJob(const Job& job, int nWidth, int nHeight)
