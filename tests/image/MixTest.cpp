@@ -158,6 +158,13 @@ TEST(MixPicture, PremultipliedUYVYTracesEachRow)
         const std::string sEnd = i % 2 == 0 ? ") (1)\n" : ") (2)\n";
         EXPECT_EQ(lines[i].substr(lines[i].size() - sEnd.size()), sEnd) << lines[i];
     }
+    // HDYC is mixed by the same rows.
+    log.Clear();
+    const PicProps picHDYC = {FOURCC_HDYC, 2, 2, 2};
+    EXPECT_EQ(
+        Img_MixPicture(arrInput, arrAlpha, arrOutput, 0, &picHDYC, &picHDYC, false, nullptr, nullptr, -1),
+        S_OK);
+    EXPECT_EQ(log.Texts(2).size(), 4u);
     log.Clear();
     EXPECT_EQ(Img_MixPicture(arrInput, arrAlpha, arrOutput, -1, &pic, &pic, false, nullptr, nullptr, -1),
               S_OK);

@@ -190,7 +190,6 @@ bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], 
         return true;
     }
 
-    DSASSERT(facts.bPlanar || bPlanarYUV);
     arrStep[0] = nRow;
     arrStep[1] = arrStep[2] = nRow >> 1;
     const DWORD cbLuma = nRow * AbsHeight(_pProps->nHeight);
@@ -205,10 +204,12 @@ bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], 
         arrShift[2] = cbLuma;
         return true;
     case eCH_422_UV:
+        DSASSERT(bPlanarYUV);
         arrShift[1] = cbLuma;
         arrShift[2] = cbLuma + cbLuma / 2;
         return true;
     case eCH_422_VU:
+        DSASSERT(bPlanarYUV);
         arrShift[1] = cbLuma + cbLuma / 2;
         arrShift[2] = cbLuma;
         return true;
