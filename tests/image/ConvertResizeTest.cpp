@@ -229,4 +229,19 @@ TEST(ConvertResize, ResultsOfTheStages)
     EXPECT_EQ(output.Bytes(), before);
 }
 
+/// A frame of 4 GiB or more is refused before memory of its size is asked for.
+TEST(ConvertResize, RefusesHugeFramesAtOnce)
+{
+    BYTE arrInput[64] = {};
+    BYTE arrOutput[64] = {};
+    const PicProps picSmall = {FOURCC_YUY2, 4, 4, 0};
+    const PicProps picHuge = {FOURCC_RGB32, 0x1000000, 0x1000000, 0};
+    EXPECT_EQ(
+        Img_ConvertResize(arrInput, arrOutput, &picHuge, &picSmall, nullptr, nullptr, false, 1, nullptr, 0),
+        E_INVALIDARG);
+    EXPECT_EQ(
+        Img_ConvertResize(arrInput, arrOutput, &picSmall, &picHuge, nullptr, nullptr, true, 1, nullptr, 0),
+        E_INVALIDARG);
+}
+
 } // namespace

@@ -25,6 +25,13 @@ bool AreSizesEqual(const RECT& rcFirst, const RECT& rcSecond) noexcept
            rcFirst.bottom - rcFirst.top == rcSecond.bottom - rcSecond.top;
 }
 
+bool IsUsable(const PicProps& pic) noexcept
+{
+    DWORD arrShift[3];
+    DWORD arrStep[3];
+    return GetPicPlanes(&pic, arrShift, arrStep, nullptr, false);
+}
+
 } // namespace
 
 HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
@@ -56,6 +63,9 @@ HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInp
     const size_t cbTemp = Img_GetBufferSizeEx(_pInputProps, _pOutputProps); // of the caller's memory too
     if (!pTemp && bConvert && bResize)
     {
+        // What both stages would refuse shall not cost the memory of its size first.
+        if (!IsUsable(*_pInputProps) || !IsUsable(*_pOutputProps))
+            return E_INVALIDARG;
         if (cbTemp <= PTRDIFF_MAX)
             spTemp.reset(new (std::nothrow) BYTE[cbTemp]);
         if (!spTemp)
