@@ -1,4 +1,5 @@
 // Bitmap handles: what the loader reads from each depth, and what it says about a refusal.
+#include "GdiPlusScope.h"
 #include "TempFiles.h"
 #include "Video/TgaBmp/BmpFile.h"
 #include "dstl/Old/AlphaArithmetic.h"
@@ -7,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace
 {
 using Texts = std::vector<std::string>;
-
-constexpr HRESULT hrUndecoded = E_FAIL;
 
 /// A bitmap whose pixels are known: a DIB section.
 class Dib
@@ -82,6 +83,7 @@ struct HBitmap : testing::Test
         return CPicturePersist::LoadPicture(WideText(sPath), hBitmap, bAlpha, blob, props);
     }
 
+    const GdiPlusScope gdiPlus;
     TempFolder folder;
     std::string sPath;
     CBLOBHolder<CTaskMemory> blob;
@@ -110,7 +112,7 @@ TEST_F(HBitmap, BadHandle)
     EXPECT_TRUE(hr == E_FAIL || hr == HRESULT_FROM_WIN32(ERROR_INVALID_HANDLE));
     EXPECT_EQ(bmi.biSize, 0u);
     EXPECT_EQ(pb, nullptr);
-    EXPECT_EQ(Load(reinterpret_cast<HBITMAP>(ULONG_PTR{0x1234}), true), hrUndecoded);
+    EXPECT_EQ(Load(reinterpret_cast<HBITMAP>(ULONG_PTR{0x1234}), true), E_FAIL);
     char szHr[16];
     snprintf(szHr, sizeof(szHr), "0x%08X", static_cast<unsigned>(hr));
     EXPECT_EQ(log.Texts(2), Texts{"WARNING !!! CCoCharGen::CCGItem::InitImage - "
@@ -192,17 +194,48 @@ TEST_F(HBitmap, TrueColourPictures)
     }
 }
 
-TEST_F(HBitmap, OtherDepthsAreRefused)
+/// The reader of handles hands on 24 and 32 bits only; GDI+ takes the others.
+TEST_F(HBitmap, OtherDepthsGoToGdiPlus)
 {
     for (WORD nBits : {1, 4, 8, 16})
     {
+        SCOPED_TRACE(nBits);
         const Dib dib(nBits, 9, 3);
-        EXPECT_EQ(Load(dib, true), hrUndecoded);
+        ASSERT_EQ(Load(dib, true), S_OK);
         EXPECT_EQ(log.Texts(2),
                   Texts{"CCoCharGen::CCGItem::InitImage - "
                         "CPicturePersist::LoadFromHBITMAP('HANDLE') Bits:" +
                         std::to_string(nBits) + " Size:" + std::to_string(dib.pixels.size()) + "\n"});
-        EXPECT_EQ(blob.GetSize(), 0u);
+        EXPECT_EQ(props.fccType, FOURCC_ARGB32);
+        EXPECT_EQ(props.nWidth, 9);
+        EXPECT_EQ(props.nHeight, 3);
+        ASSERT_EQ(blob.GetSize(), 9u * 3 * 4);
+        for (size_t i = 0; i < 27; ++i)
+        {
+            const BYTE* const pbRow = dib.pixels.data() + i / 9 * dib.cbRow;
+            const size_t x = i % 9;
+            Bytes expected;
+            if (nBits == 16)
+            {
+                const unsigned n = pbRow[x * 2] | pbRow[x * 2 + 1] << 8;
+                for (const unsigned nShift : {0, 5, 10})
+                {
+                    const unsigned c = (n >> nShift) & 31;
+                    expected.push_back(static_cast<BYTE>(c << 3 | c >> 2));
+                }
+            }
+            else
+            {
+                const unsigned n = pbRow[x * nBits / 8] >> (8 - nBits - x * nBits % 8) & ((1u << nBits) - 1);
+                for (const unsigned c : {n * 3, n * 5, n * 7})
+                    expected.push_back(static_cast<BYTE>(c));
+            }
+            expected.push_back(255);
+            // The platform may take 16 bits through another format of 16 bits, where green has one bit more.
+            const int nTolerance = nBits == 16 ? 4 : 0;
+            for (size_t n = 0; n < 4; ++n)
+                EXPECT_LE(std::abs(blob.GetPtr()[i * 4 + n] - expected[n]), nTolerance) << i << " " << n;
+        }
     }
 }
 

@@ -3,6 +3,7 @@
 #include "Video/TgaBmp/BmpFile.h"
 #include "Video/TgaBmp/TgaBmp.h"
 #include "dstl/Old/AlphaArithmetic.h"
+#include "dstl/Old/GDIPlusFrames.h"
 #include "dstl/WinAPI/SehCopy.h"
 #include "dstl/dshowx/DSTrace.h"
 
@@ -130,14 +131,6 @@ HRESULT AddFrame(ReadPicture& picture, CSimpleArray2<PictureFrame>& arrImages) n
     const DSTLBLOB imgBlob = {RecordedPictureSize(picture.bmInfo), picture.pPicture.Detach()};
     frame.blob.Attach(&imgBlob);
     return S_OK;
-}
-
-/// Frames of every format that no reader of this system takes. Nothing decodes them, and a picture without a
-/// frame is refused.
-HRESULT LoadFramesByGdiPlus(const wchar_t* /*pszFile*/, HBITMAP /*hBitmap*/, bool /*bAlpha*/,
-                            CSimpleArray2<PictureFrame>& /*arrImages*/, bool /*bFirstOnly*/) noexcept
-{
-    return E_FAIL;
 }
 
 bool FileExists(const wchar_t* pszFile) noexcept

@@ -39,8 +39,10 @@ public:
     static HRESULT LoadPicture(const wchar_t* pszFile, HBITMAP hBitmap, bool bAlpha,
                                CBLOBHolder<CTaskMemory>& blob, PicProps& props) noexcept;
 
-    /// Loads the frames of a picture behind what arrImages already holds.
+    /// Loads the frames of a picture behind what arrImages already holds. What the readers of this system refuse
+    /// goes to GDI+, which must have been started.
     /// \param bFirstOnly true: the first frame is enough
+    /// \return as LoadPicture; S_OK also when nothing was read but arrImages was not empty before
     static HRESULT LoadFrames(const wchar_t* pszFile, HBITMAP hBitmap, bool bAlpha,
                               CSimpleArray2<PictureFrame>& arrImages, bool bFirstOnly) noexcept;
 
