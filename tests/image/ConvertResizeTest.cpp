@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <random>
 
 namespace
 {
@@ -48,6 +49,8 @@ TEST(ConvertResize, ChecksItsArgumentsAndPassesResultsOn)
         S_FALSE);
 }
 
+constexpr int arrModes[] = {eIR_Nearest, eIR_Linear, eIR_Cubic, eIR_Super, eIR_RequestBest, 0x23};
+
 /// What the two stages leave when each is called on its own, the first one into memory of its exact size.
 struct Chain
 {
@@ -56,7 +59,8 @@ struct Chain
 };
 
 Chain RunChain(PictureBuffer& input, PictureBuffer output, const PicProps& picInput,
-               const PicProps& picOutput, bool bFieldMode, int nMode, int nSharp)
+               const PicProps& picOutput, bool bFieldMode, int nMode, int nSharp,
+               const RECT* prcInput = nullptr, const RECT* prcOutput = nullptr)
 {
     const PicProps picBetween = {picOutput.fccType, picInput.nWidth, picInput.nHeight, 0};
     PictureBuffer between(picBetween);
@@ -65,10 +69,10 @@ Chain RunChain(PictureBuffer& input, PictureBuffer output, const PicProps& picIn
     HRESULT hr = Img_Convert(input.Data(), between.Data(), &picInput, &picBetween, nullptr, nullptr, true,
                              temp.Data());
     if (SUCCEEDED(hr))
-        hr = bFieldMode ? Img_ResizeFields(between.Data(), output.Data(), &picBetween, &picOutput, nullptr,
-                                           nullptr, nMode, nullptr, nSharp, -1)
-                        : Img_ResizeFrame(between.Data(), output.Data(), &picBetween, &picOutput, nullptr,
-                                          nullptr, nMode, nullptr, nSharp);
+        hr = bFieldMode ? Img_ResizeFields(between.Data(), output.Data(), &picBetween, &picOutput, prcInput,
+                                           prcOutput, nMode, nullptr, nSharp, -1)
+                        : Img_ResizeFrame(between.Data(), output.Data(), &picBetween, &picOutput, prcInput,
+                                          prcOutput, nMode, nullptr, nSharp);
     return {hr, output.Bytes()};
 }
 
@@ -125,6 +129,71 @@ TEST(ConvertResize, RunsBothStagesInMemoryOfAnySize)
             }
         }
     }
+}
+
+/// Pictures of unlike sizes and formats with rectangles of all kinds: the rectangles count for the scaling
+/// alone, and nothing beside the memory of a call is touched.
+TEST(ConvertResize, RandomCalls)
+{
+    std::mt19937 random(31);
+    const auto between = [&random](LONG nLow, LONG nHigh)
+    { return std::uniform_int_distribution<LONG>(nLow, nHigh)(random); };
+    const auto picture = [&](DWORD fccType)
+    {
+        const LONG nWidth = between(1, 12) * 2;
+        return PicProps{fccType, nWidth, between(1, 12) * (between(0, 1) == 0 ? 1 : -1),
+                        between(0, 1) == 0 ? 0 : nWidth + between(0, 3) * 2};
+    };
+    const auto rect = [&]
+    {
+        const RECT rc = {between(-8, 24), between(-4, 12), 0, 0};
+        return RECT{rc.left, rc.top, rc.left + between(0, 30), rc.top + between(0, 16)};
+    };
+    const auto format = [&] { return arrUsableFormats[between(0, std::size(arrUsableFormats) - 1)]; };
+    int nScaled = 0;
+    for (unsigned i = 0; i < 4000; i++)
+    {
+        const PicProps picInput = picture(format());
+        const PicProps picOutput = picture(format());
+        const bool bOneSize = picInput.nWidth == picOutput.nWidth &&
+                              AbsHeight(picInput.nHeight) == AbsHeight(picOutput.nHeight);
+        if (picInput.fccType == picOutput.fccType || bOneSize)
+            continue;
+        const RECT rcInput = rect();
+        const RECT rcOutput = rect();
+        const RECT* const prcInput = between(0, 1) == 0 ? nullptr : &rcInput;
+        const RECT* const prcOutput = between(0, 1) == 0 ? nullptr : &rcOutput;
+        const bool bFieldMode = between(0, 1) == 0;
+        const int nMode = arrModes[between(0, std::size(arrModes) - 1)];
+        const int nSharp = between(0, 2) == 0 ? between(-60, 60) : 0;
+        SCOPED_TRACE(Str(picInput) + " to " + Str(picOutput) + ", " + (prcInput ? Str(rcInput) : "whole") +
+                     " to " + (prcOutput ? Str(rcOutput) : "whole") + (bFieldMode ? " fields" : "") +
+                     " mode " + std::to_string(nMode) + " sharp " + std::to_string(nSharp));
+        PictureBuffer input(picInput);
+        PictureBuffer output(picOutput);
+        PictureBuffer fresh(picOutput);
+        PictureBuffer temp(Img_GetBufferSizeEx(&picInput, &picOutput));
+        input.Fill(i);
+        output.Fill(i + 1);
+        fresh.Fill(i + 1);
+        temp.Clear();
+        const std::vector<BYTE> before = input.Bytes();
+        AssertCapture asserts;
+        const Chain expected = RunChain(input, std::move(fresh), picInput, picOutput, bFieldMode, nMode,
+                                        nSharp, prcInput, prcOutput);
+        const Texts texts = asserts.Texts();
+        asserts.Clear();
+        // What the scaling does not do is a success of the whole.
+        ASSERT_EQ(Img_ConvertResize(input.Data(), output.Data(), &picInput, &picOutput, prcInput, prcOutput,
+                                    bFieldMode, nMode, between(0, 1) == 0 ? nullptr : temp.Data(), nSharp),
+                  FAILED(expected.hr) ? expected.hr : S_OK);
+        ASSERT_EQ(output.Bytes(), expected.output);
+        ASSERT_EQ(input.Bytes(), before);
+        ASSERT_EQ(asserts.Texts(), texts);
+        ASSERT_TRUE(output.IsGuardWhole() && temp.IsGuardWhole());
+        nScaled += expected.hr == S_OK;
+    }
+    EXPECT_GT(nScaled, 1000);
 }
 
 /// Red and blue, converted and scaled: the bytes that both stages are known to give.
