@@ -1,7 +1,6 @@
 #pragma once
 /// Row kernels of the resizer. Each exists as plain C++, which states the arithmetic, and in vector forms
-/// that give the same bytes. A row is scaled across into 16-bit samples first, then rows are blended
-/// downward.
+/// that give the same bytes. A row is scaled across into wider samples first, then rows are blended downward.
 ///
 /// Weights of the interpolating filters are whole numbers of 1/16384, those of one output sum up to 16384.
 /// Scaled rows hold 1/64 of a level: a cubic filter leaves 0 to 255 by an eighth, so that they fit 16 bits.
@@ -22,23 +21,31 @@ constexpr LONG nResizeNarrowRows = 16;
 /// Samples that a vector form may write behind the end of a scaled row.
 constexpr size_t nResizeRowSlack = 32;
 
-/// Pixels that the vector forms for one channel take from a window of 16 source bytes: four outputs a half.
+/// Taps that the vector forms work on at a time.
+constexpr LONG nResizeChunkTaps = 4;
+/// Outputs of one channel that a pair of windows makes.
+constexpr LONG nResizeGroupOutputs = 16;
+
+/// What the vector forms for one channel need for four taps of eight outputs. Windows come in pairs: of the
+/// 16 outputs of a pair the first window makes 0 to 3 and 8 to 11, the second one 4 to 7 and 12 to 15, so
+/// that packing their sums puts all of them in order. Each half takes its four outputs from 16 bytes.
 struct alignas(32) ResizeWindow
 {
-    BYTE arrFirst[32];       ///< shuffle: taps 0 and 1 of eight outputs, each byte widened to a word
+    BYTE arrFirst[32];       ///< shuffle: taps 0 and 1, each byte widened to a word
     BYTE arrSecond[32];      ///< taps 2 and 3
     int16_t arrWeight01[16]; ///< their weights
     int16_t arrWeight23[16];
 };
 
-/// The weights of four taps of two outputs, repeated for each of four channels: one output a half.
-struct alignas(32) ResizePixelWeights
+/// How the 16 bytes of half a window are found.
+enum class eResizeWindows
 {
-    int16_t arrWeight01[16];
-    int16_t arrWeight23[16];
+    None,    ///< no windows: the plain form runs
+    Whole,   ///< 16 bytes from one place for each half
+    Gathered ///< four bytes from each of four places, where outputs lie too far apart
 };
 
-/// How a row is scaled across. All forms read pStart and pWeights; the rest is optional.
+/// How a row is scaled across.
 struct ResizeRowTaps
 {
     const int32_t* pStart;   ///< first source pixel of each output
@@ -46,13 +53,20 @@ struct ResizeRowTaps
     LONG nTaps;              ///< pixels from pStart on, all inside the row
     LONG nOutputs;
     size_t cbRow; ///< bytes of the source row that may be read
-    /// Windows for one channel: nChunks (four taps each) for each eight outputs, or null where some do not
-    /// fit.
+    /// For one channel: a pair of windows for each nResizeChunkTaps of each nResizeGroupOutputs.
     const ResizeWindow* pWindows;
-    const int32_t* pWindowBase; ///< two byte offsets for each window
-    /// Weights for three and four channels: nChunks for each two outputs, or null.
-    const ResizePixelWeights* pPixelWeights;
-    LONG nChunks; ///< groups of four taps
+    const int32_t* pPlaces; ///< byte offsets for each half of a window
+    eResizeWindows eWindows;
+    size_t nGroups; ///< of nResizeGroupOutputs
+    LONG nChunks;   ///< of nResizeChunkTaps
+};
+
+/// Two rows that are scaled across with the same weights; both may be the same one.
+template <class TSample>
+struct ResizeRowPair
+{
+    const BYTE* arrSrc[2];
+    TSample* arrDst[2]; ///< with nResizeRowSlack samples to spare each
 };
 
 /// Divides sums by the number of parts that a full pixel has, rounding half up.
@@ -81,19 +95,25 @@ struct ResizeNarrowDivisor
 /// \return false where sums of 255 * nTotal do not fit, or the reciprocal is not exact for all of them
 bool MakeResizeNarrowDivisor(uint64_t nTotal, ResizeNarrowDivisor& divisor) noexcept;
 
-/// Fills the windows of one channel.
-/// \param pWindows, pWindowBase nChunks for each eight outputs begun, two bases each
-/// \return false when four outputs lie too far apart for 16 bytes, or the row is too short
-bool MakeResizeWindows(const ResizeRowTaps& taps, ResizeWindow* pWindows, int32_t* pWindowBase) noexcept;
+/// The taps of a row, without windows. For the parameters see ResizeRowTaps.
+ResizeRowTaps MakeResizeTaps(const int32_t* pStart, const int16_t* pWeights, LONG nTaps, LONG nOutputs,
+                             size_t cbRow) noexcept;
 
-/// Repeats the weights for three and four channels.
-/// \param pPixelWeights nChunks for each two outputs begun
-void MakeResizePixelWeights(const ResizeRowTaps& taps, ResizePixelWeights* pPixelWeights) noexcept;
+/// Windows of a row of one channel.
+size_t ResizeWindowCount(LONG nTaps, LONG nOutputs) noexcept;
+/// Places that a window has at most.
+constexpr size_t nResizeWindowPlaces = 8;
 
-/// A row across, to 16-bit samples of 1/64 level. pDst has nResizeRowSlack samples to spare.
-using PFNRESIZEROW = void (*)(const ResizeRowTaps& taps, const BYTE* pSrc, int16_t* pDst) noexcept;
-/// A row across, to plain sums. pDst has nResizeRowSlack samples to spare.
-using PFNRESIZESUM = void (*)(const ResizeRowTaps& taps, const BYTE* pSrc, int32_t* pDst) noexcept;
+/// Fills the windows of a row of one channel and names them in the taps; leaves a row alone that is too
+/// short. \param pWindows ResizeWindowCount of them \param pPlaces nResizeWindowPlaces for each
+void MakeResizeWindows(ResizeRowTaps& taps, ResizeWindow* pWindows, int32_t* pPlaces) noexcept;
+
+/// Two rows across, to 16-bit samples of 1/64 level.
+using PFNRESIZEROWS = void (*)(const ResizeRowTaps& taps, const ResizeRowPair<int16_t>& rows) noexcept;
+/// Two rows across, four taps at most, to plain sums below 2^16.
+using PFNRESIZENARROW = void (*)(const ResizeRowTaps& taps, const ResizeRowPair<uint16_t>& rows) noexcept;
+/// Two rows across, to plain sums.
+using PFNRESIZESUM = void (*)(const ResizeRowTaps& taps, const ResizeRowPair<int32_t>& rows) noexcept;
 /// nTaps rows blended downward into nSamples bytes.
 using PFNRESIZEBLEND = void (*)(const int16_t* const* ppRows, const int16_t* pWeights, LONG nTaps, BYTE* pDst,
                                 size_t nSamples) noexcept;
@@ -103,15 +123,14 @@ using PFNRESIZEADD = void (*)(uint32_t* pSums, const int32_t* pRow, uint32_t nWe
 /// Sums to bytes.
 using PFNRESIZEDIVIDE = void (*)(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor,
                                  size_t nSamples) noexcept;
-
-/// A row across, four taps at most, to plain sums below 2^16. pDst has nResizeRowSlack samples to spare.
-using PFNRESIZENARROW = void (*)(const ResizeRowTaps& taps, const BYTE* pSrc, uint16_t* pDst) noexcept;
 /// The average of nRows rows, at most nResizeNarrowRows: Add and Divide for narrow sums.
-using PFNRESIZEAVERAGE = void (*)(const uint16_t* const* ppRows, const uint16_t* pWeights, LONG nRows,
+using PFNRESIZEAVERAGE = void (*)(const uint16_t* const* ppRows, const int16_t* pWeights, LONG nRows,
                                   const ResizeNarrowDivisor& divisor, BYTE* pDst, size_t nSamples) noexcept;
 /// Two rows halved both ways: the mean of each four pixels, rounded half up, which is what linear
 /// interpolation and the area average come to.
 using PFNRESIZEHALVE = void (*)(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept;
+/// The second of each two pixels.
+using PFNRESIZESECONDS = void (*)(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept;
 /// nPairs times four bytes of packed 4:2:2 into planes: Y, and the two kinds of chroma as they come.
 using PFNSPLIT422 = void (*)(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept;
 /// Planes into packed 4:2:2.
@@ -121,17 +140,18 @@ using PFNMERGE422 = void (*)(const BYTE* pY, const BYTE* pFirst, const BYTE* pSe
 /// Kernels by number of channels, less one; two channels have none.
 struct ResizeKernels
 {
-    PFNRESIZEROW arrRow[4];
+    PFNRESIZEROWS arrRows[4];
     PFNRESIZESUM arrSum[4];
+    PFNRESIZENARROW arrNarrow[4];
+    PFNRESIZEHALVE arrHalve[4];
+    PFNRESIZESECONDS arrSeconds[4];
     PFNRESIZEBLEND pfnBlend;
     PFNRESIZEADD pfnAdd;
     PFNRESIZEDIVIDE pfnDivide;
-    PFNRESIZENARROW arrNarrow[4];
     PFNRESIZEAVERAGE pfnAverage;
-    PFNRESIZEHALVE arrHalve[4];
     PFNSPLIT422 arrSplit[2]; ///< luma first (Y, U, Y, V), and chroma first (U, Y, V, Y)
     PFNMERGE422 arrMerge[2];
-    bool bPrepared; ///< the forms gain from windows and repeated weights
+    bool bWindows; ///< the forms gain from windows
 };
 
 /// The kernels of the level that CpuLevel names.

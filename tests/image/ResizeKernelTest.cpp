@@ -94,7 +94,7 @@ TEST(ResizeKernels, NarrowDivisorIsExact)
         }
         row.resize(row.size() + nResizeRowSlack);
         const uint16_t* arrRows[] = {row.data()};
-        const uint16_t nWeight = 1;
+        const int16_t nWeight = 1;
         for (const Form& form : forms)
         {
             std::vector<BYTE> result(expected.size());
@@ -121,14 +121,14 @@ TEST(ResizeKernels, Average)
         {
             std::vector<uint16_t> rows[nResizeNarrowRows];
             const uint16_t* arrRows[nResizeNarrowRows] = {};
-            uint16_t arrWeights[nResizeNarrowRows] = {};
+            int16_t arrWeights[nResizeNarrowRows] = {};
             for (LONG k = 0; k < nRows; k++)
             {
                 rows[k].resize(nSamples + nResizeRowSlack);
                 for (uint16_t& n : rows[k])
                     n = static_cast<uint16_t>(random() % 2041);
                 arrRows[k] = rows[k].data();
-                arrWeights[k] = static_cast<uint16_t>(15 / nRows);
+                arrWeights[k] = static_cast<int16_t>(15 / nRows);
             }
             std::vector<BYTE> expected(nSamples);
             kernelsResizeScalar.pfnAverage(arrRows, arrWeights, nRows, divisor, expected.data(), nSamples);
@@ -210,7 +210,103 @@ TEST(ResizeKernels, Add)
     }
 }
 
-/// The rows across: output widths 1 to 130, sources of many widths in memory of their exact size.
+/// Two rows of memory of their exact size, one byte off, so that nothing is aligned by luck.
+struct SourceRows
+{
+    SourceRows(size_t cbRow, std::mt19937& random)
+    {
+        for (std::vector<BYTE>& row : rows)
+        {
+            row.resize(cbRow + 1);
+            for (BYTE& b : row)
+                b = static_cast<BYTE>(random() % 3 ? random() : random() % 2 * 255);
+        }
+    }
+    const BYTE* Row(size_t n) const { return rows[n].data() + 1; }
+
+    std::vector<BYTE> rows[2];
+};
+
+/// What a kernel makes of two rows, without the slack; rows of one place when bOne.
+template <class TSample>
+std::vector<TSample> ScaleRows(void (*pfn)(const ResizeRowTaps&, const ResizeRowPair<TSample>&) noexcept,
+                               const ResizeRowTaps& taps, const SourceRows& source, size_t nSamples,
+                               bool bOne)
+{
+    std::vector<TSample> first(nSamples + nResizeRowSlack);
+    std::vector<TSample> second(nSamples + nResizeRowSlack);
+    if (bOne)
+        pfn(taps, {{source.Row(1), source.Row(1)}, {second.data(), second.data()}});
+    else
+        pfn(taps, {{source.Row(0), source.Row(1)}, {first.data(), second.data()}});
+    first.resize(nSamples);
+    first.insert(first.end(), second.begin(), second.begin() + static_cast<ptrdiff_t>(nSamples));
+    return first;
+}
+
+/// Which samples a row is scaled to.
+enum eRowKind
+{
+    eRK_Levels,
+    eRK_Narrow,
+    eRK_Sums,
+    eRK_Count
+};
+
+std::vector<int64_t> ScaleRows(const ResizeKernels& kernels, eRowKind eKind, const ResizeRowTaps& taps,
+                               const SourceRows& source, int nChannels, bool bOne = false)
+{
+    const auto nSamples = static_cast<size_t>(taps.nOutputs * nChannels);
+    const auto widen = [](const auto& samples)
+    { return std::vector<int64_t>(samples.begin(), samples.end()); };
+    switch (eKind)
+    {
+    case eRK_Levels:
+        return widen(ScaleRows(kernels.arrRows[nChannels - 1], taps, source, nSamples, bOne));
+    case eRK_Narrow:
+        return widen(ScaleRows(kernels.arrNarrow[nChannels - 1], taps, source, nSamples, bOne));
+    default:
+        return widen(ScaleRows(kernels.arrSum[nChannels - 1], taps, source, nSamples, bOne));
+    }
+}
+
+/// Windows in memory of their exact size.
+class CWindows
+{
+public:
+    explicit CWindows(ResizeRowTaps& taps)
+        : m_windows(ResizeWindowCount(taps.nTaps, taps.nOutputs)),
+          m_places(m_windows.size() * nResizeWindowPlaces)
+    {
+        MakeResizeWindows(taps, m_windows.data(), m_places.data());
+    }
+
+private:
+    std::vector<ResizeWindow> m_windows;
+    std::vector<int32_t> m_places;
+};
+
+void ExpectRowsLikePlain(const ResizeRowTaps& plain, eRowKind eKind, const SourceRows& source, int nChannels)
+{
+    const std::vector<int64_t> expected = ScaleRows(kernelsResizeScalar, eKind, plain, source, nChannels);
+    const std::vector<int64_t> expectedOne =
+        ScaleRows(kernelsResizeScalar, eKind, plain, source, nChannels, true);
+    ResizeRowTaps taps = plain;
+    CWindows windows(taps);
+    EXPECT_EQ(taps.eWindows == eResizeWindows::None, plain.cbRow < 16);
+    for (const Form& form : Forms())
+    {
+        ASSERT_EQ(ScaleRows(*form.pKernels, eKind, plain, source, nChannels), expected)
+            << "no windows, level " << form.eLevel;
+        ASSERT_EQ(ScaleRows(*form.pKernels, eKind, taps, source, nChannels), expected)
+            << "level " << form.eLevel;
+        ASSERT_EQ(ScaleRows(*form.pKernels, eKind, taps, source, nChannels, true), expectedOne)
+            << "one row, level " << form.eLevel;
+    }
+}
+
+/// The rows across: output widths 1 to 130, sources of many widths, from one sample to ratios whose outputs
+/// have no 16 bytes in common.
 TEST(ResizeKernels, RowsAcross)
 {
     std::mt19937 random(4);
@@ -220,65 +316,28 @@ TEST(ResizeKernels, RowsAcross)
         {
             for (const int nChannels : arrChannels)
             {
+                const SourceRows source(static_cast<size_t>(nSrc * nChannels), random);
+                const ResizeAxis axis = {nSrc, 0, nSrc, nOutputs, {nOutputs, nSrc}};
                 for (const eInterpolation eMode : {eIP_Linear, eIP_Cubic, eIP_Super})
                 {
-                    const ResizeAxis axis = {nSrc, 0, nSrc, nOutputs, {nOutputs, nSrc}};
-                    const bool bSum = eMode == eIP_Super;
-                    const LONG nTaps = bSum ? AreaTaps(axis) : FilterTaps(axis, eMode);
+                    SCOPED_TRACE(std::to_string(nSrc) + " to " + std::to_string(nOutputs) + " channels " +
+                                 std::to_string(nChannels) + " mode " + std::to_string(eMode));
+                    const bool bArea = eMode == eIP_Super;
+                    const LONG nTaps = bArea ? std::min<LONG>((AreaSamples(axis) + 3) / 4 * 4, nSrc)
+                                             : FilterTaps(axis, eMode);
                     std::vector<int32_t> starts(static_cast<size_t>(nOutputs));
                     std::vector<int16_t> weights(static_cast<size_t>(nOutputs * nTaps));
-                    for (LONG i = 0; i < nOutputs; i++)
-                    {
-                        int16_t* pWeights = weights.data() + i * nTaps;
-                        starts[static_cast<size_t>(i)] =
-                            bSum ? AreaWeights(axis, i, pWeights) : FilterWeights(axis, eMode, i, pWeights);
-                    }
-                    // One byte off, so that nothing is aligned by luck.
-                    const auto cbRow = static_cast<size_t>(nSrc * nChannels);
-                    std::vector<BYTE> source(cbRow + 1);
-                    for (BYTE& b : source)
-                        b = static_cast<BYTE>(random() % 3 ? random() : random() % 2 * 255);
-                    ResizeRowTaps taps = {};
-                    taps.pStart = starts.data();
-                    taps.pWeights = weights.data();
-                    taps.nTaps = nTaps;
-                    taps.nOutputs = nOutputs;
-                    taps.cbRow = cbRow;
-                    taps.nChunks = (nTaps + 3) / 4;
-                    const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
-                    std::vector<int16_t> expected(nSamples);
-                    std::vector<int32_t> expectedSum(nSamples);
-                    if (bSum)
-                        kernelsResizeScalar.arrSum[nChannels - 1](taps, source.data() + 1,
-                                                                  expectedSum.data());
+                    if (bArea)
+                        AreaWeights(axis, nTaps, starts.data(), weights.data());
                     else
-                        kernelsResizeScalar.arrRow[nChannels - 1](taps, source.data() + 1, expected.data());
-
-                    std::vector<ResizeWindow> windows(static_cast<size_t>((nOutputs + 7) / 8 * taps.nChunks));
-                    std::vector<int32_t> bases(windows.size() * 2);
-                    if (nChannels == 1 && MakeResizeWindows(taps, windows.data(), bases.data()))
-                    {
-                        taps.pWindows = windows.data();
-                        taps.pWindowBase = bases.data();
-                    }
-                    std::vector<ResizePixelWeights> pixels(
-                        static_cast<size_t>((nOutputs + 1) / 2 * taps.nChunks));
-                    MakeResizePixelWeights(taps, pixels.data());
-                    if (nChannels != 1)
-                        taps.pPixelWeights = pixels.data();
-                    for (const Form& form : Forms())
-                    {
-                        std::vector<int16_t> result(nSamples + nResizeRowSlack);
-                        std::vector<int32_t> resultSum(nSamples + nResizeRowSlack);
-                        if (bSum)
-                            form.pKernels->arrSum[nChannels - 1](taps, source.data() + 1, resultSum.data());
-                        else
-                            form.pKernels->arrRow[nChannels - 1](taps, source.data() + 1, result.data());
-                        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), result.begin()) &&
-                                    std::equal(expectedSum.begin(), expectedSum.end(), resultSum.begin()))
-                            << nSrc << " to " << nOutputs << " channels " << nChannels << " mode " << eMode
-                            << " level " << form.eLevel;
-                    }
+                        FilterWeights(axis, eMode, starts.data(), weights.data());
+                    const ResizeRowTaps taps = MakeResizeTaps(starts.data(), weights.data(), nTaps, nOutputs,
+                                                              static_cast<size_t>(nSrc * nChannels));
+                    ExpectRowsLikePlain(taps, bArea ? eRK_Sums : eRK_Levels, source, nChannels);
+                    if (bArea && nTaps <= 4 && AreaParts(axis).nSrc * 255 <= UINT16_MAX)
+                        ExpectRowsLikePlain(taps, eRK_Narrow, source, nChannels);
+                    if (HasFatalFailure())
+                        return;
                 }
             }
         }
@@ -304,18 +363,14 @@ TEST(ResizeKernels, Halve)
             const ResizeAxis axis = {2 * nOutputs, 0, 2 * nOutputs, nOutputs, {nOutputs, 2 * nOutputs}};
             std::vector<int32_t> starts(static_cast<size_t>(nOutputs));
             std::vector<int16_t> weights(static_cast<size_t>(2 * nOutputs));
-            for (LONG i = 0; i < nOutputs; i++)
-                starts[static_cast<size_t>(i)] = FilterWeights(axis, eIP_Linear, i, weights.data() + 2 * i);
-            ResizeRowTaps taps = {};
-            taps.pStart = starts.data();
-            taps.pWeights = weights.data();
-            taps.nTaps = 2;
-            taps.nOutputs = nOutputs;
+            FilterWeights(axis, eIP_Linear, starts.data(), weights.data());
+            const ResizeRowTaps taps = MakeResizeTaps(starts.data(), weights.data(), 2, nOutputs,
+                                                      static_cast<size_t>(2 * nOutputs * nChannels));
             const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
             std::vector<int16_t> upperRow(nSamples);
             std::vector<int16_t> lowerRow(nSamples);
-            kernelsResizeScalar.arrRow[nChannels - 1](taps, src.Data(), upperRow.data());
-            kernelsResizeScalar.arrRow[nChannels - 1](taps, pLower, lowerRow.data());
+            kernelsResizeScalar.arrRows[nChannels - 1](
+                taps, {{src.Data(), pLower}, {upperRow.data(), lowerRow.data()}});
             const int16_t* arrRows[] = {upperRow.data(), lowerRow.data()};
             const int16_t arrHalves[] = {nResizeWeightOne / 2, nResizeWeightOne / 2};
             std::vector<BYTE> expected(nSamples);
@@ -326,6 +381,32 @@ TEST(ResizeKernels, Halve)
                 std::vector<BYTE> result(nSamples);
                 form.pKernels->arrHalve[nChannels - 1](src.Data(), pLower, result.data(),
                                                        static_cast<size_t>(nOutputs));
+                ASSERT_EQ(result, expected)
+                    << nOutputs << " channels " << nChannels << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+/// The second of each two pixels, which is the nearest one where a side is halved.
+TEST(ResizeKernels, Seconds)
+{
+    std::mt19937 random(9);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (size_t nOutputs = 1; nOutputs <= 130; nOutputs++)
+    {
+        for (const int nChannels : arrChannels)
+        {
+            const auto cbPixel = static_cast<size_t>(nChannels);
+            const SourceRows source(2 * nOutputs * cbPixel, random);
+            std::vector<BYTE> expected(nOutputs * cbPixel);
+            for (size_t i = 0; i < expected.size(); i++)
+                expected[i] = source.Row(0)[(2 * (i / cbPixel) + 1) * cbPixel + i % cbPixel];
+            for (const Form& form : forms)
+            {
+                std::vector<BYTE> result(expected.size());
+                form.pKernels->arrSeconds[nChannels - 1](source.Row(0), result.data(), nOutputs);
                 ASSERT_EQ(result, expected)
                     << nOutputs << " channels " << nChannels << " level " << form.eLevel;
             }

@@ -3,33 +3,48 @@
 #include "asm/SIMD64Resize.h"
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
 
 namespace
 {
 
-/// The sample at or before an output's place, and the way from it to the place, 0 to below 1.
-struct Place
+/// A ratio that grows in equal steps, as whole units and a rest: one division for all outputs of an axis.
+class CRatioWalk
 {
-    int64_t nSample;
-    double dblRest;
-};
+public:
+    CRatioWalk(int64_t nFirst, int64_t nStep, int64_t nUnit) noexcept
+        : m_nUnit(nUnit), m_nWhole(nFirst / nUnit), m_nRest(nFirst % nUnit), m_nStepWhole(nStep / nUnit),
+          m_nStepRest(nStep % nUnit)
+    {
+        if (m_nRest < 0)
+        {
+            m_nRest += nUnit;
+            m_nWhole--;
+        }
+    }
 
-Place PlaceOf(const ResizeFactor& factor, LONG nOutput) noexcept
-{
-    // (2x + 1) * nSrc / (2 * nDst) - 1/2; the product of a 32-bit and a 31-bit number fits 63 bits.
-    const int64_t nUnit = int64_t{2} * factor.nDst;
-    const int64_t nPlace = (int64_t{2} * nOutput + 1) * factor.nSrc - factor.nDst;
-    int64_t nSample = nPlace / nUnit;
-    if (nPlace % nUnit < 0)
-        nSample--;
-    return {nSample, static_cast<double>(nPlace - nSample * nUnit) / static_cast<double>(nUnit)};
-}
+    void Next() noexcept
+    {
+        m_nWhole += m_nStepWhole;
+        m_nRest += m_nStepRest;
+        if (m_nRest >= m_nUnit)
+        {
+            m_nRest -= m_nUnit;
+            m_nWhole++;
+        }
+    }
+    int64_t Whole() const noexcept { return m_nWhole; }
+    int64_t Rest() const noexcept { return m_nRest; }
+
+private:
+    int64_t m_nUnit, m_nWhole, m_nRest, m_nStepWhole, m_nStepRest;
+};
 
 int RoundWeight(double dbl) noexcept
 {
-    return static_cast<int>(std::floor(dbl * nResizeWeightOne + 0.5));
+    // Weights lie between -1/8 and 1: what is added lets the conversion, which cuts, round down.
+    constexpr int nAbove = nResizeWeightOne;
+    return static_cast<int>(dbl * nResizeWeightOne + (nAbove + 0.5)) - nAbove;
 }
 
 /// Catmull-Rom at t behind the second of four samples.
@@ -52,13 +67,37 @@ void LinearWeights(double t, int arrWeights[2]) noexcept
     arrWeights[0] = nResizeWeightOne - arrWeights[1];
 }
 
+/// The weights of nCount samples from nFirst on, as taps inside the source: what lies outside goes to the
+/// outermost sample. \return the sample of the first tap
+int32_t PutInside(const ResizeAxis& axis, int64_t nFirst, const int* pFilter, int nCount, LONG nTaps,
+                  int16_t* pWeights) noexcept
+{
+    if (nFirst >= 0 && nFirst + nCount <= axis.nSrcSize)
+    {
+        for (int k = 0; k < nCount; k++)
+            pWeights[k] = static_cast<int16_t>(pFilter[k]);
+        return static_cast<int32_t>(nFirst);
+    }
+    const int64_t nStart = std::clamp<int64_t>(nFirst, 0, axis.nSrcSize - nTaps);
+    std::fill_n(pWeights, nTaps, int16_t{0});
+    for (int k = 0; k < nCount; k++)
+    {
+        const int64_t nSample = std::clamp<int64_t>(nFirst + k, 0, axis.nSrcSize - 1);
+        int16_t& nWeight = pWeights[nSample - nStart];
+        nWeight = static_cast<int16_t>(nWeight + pFilter[k]);
+    }
+    return static_cast<int32_t>(nStart);
+}
+
 } // namespace
 
-int32_t NearestSample(const ResizeAxis& axis, LONG nOutput) noexcept
+void NearestSamples(const ResizeAxis& axis, int32_t* pStart) noexcept
 {
-    const int64_t nPlace =
-        (int64_t{2} * nOutput + 1) * axis.factor.nSrc / (int64_t{2} * axis.factor.nDst) + axis.nRoiStart;
-    return static_cast<int32_t>(std::min<int64_t>(nPlace, axis.nSrcSize - 1));
+    // (2x + 1) * nSrc / (2 * nDst)
+    CRatioWalk place(axis.factor.nSrc, int64_t{2} * axis.factor.nSrc, int64_t{2} * axis.factor.nDst);
+    for (LONG i = 0; i < axis.nDstSize; i++, place.Next())
+        pStart[i] =
+            static_cast<int32_t>(std::min<int64_t>(place.Whole() + axis.nRoiStart, axis.nSrcSize - 1));
 }
 
 LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept
@@ -66,31 +105,30 @@ LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept
     return std::min<LONG>(eMode == eIP_Cubic ? 4 : 2, axis.nSrcSize);
 }
 
-int32_t FilterWeights(const ResizeAxis& axis, eInterpolation eMode, LONG nOutput, int16_t* pWeights) noexcept
+void FilterWeights(const ResizeAxis& axis, eInterpolation eMode, int32_t* pStart, int16_t* pWeights) noexcept
 {
-    const Place place = PlaceOf(axis.factor, nOutput);
-    int arrWeights[4] = {};
-    int nCount = 2;
-    int64_t nFirst = place.nSample + axis.nRoiStart;
-    if (eMode == eIP_Cubic)
-    {
-        CubicWeights(place.dblRest, arrWeights);
-        nCount = 4;
-        nFirst--;
-    }
-    else
-        LinearWeights(place.dblRest, arrWeights);
-
+    // (2x + 1) * nSrc / (2 * nDst) - 1/2
+    const int64_t nUnit = int64_t{2} * axis.factor.nDst;
+    CRatioWalk place(int64_t{axis.factor.nSrc} - axis.factor.nDst, int64_t{2} * axis.factor.nSrc, nUnit);
+    const double dblPart = 1.0 / static_cast<double>(nUnit);
     const LONG nTaps = FilterTaps(axis, eMode);
-    const int64_t nStart = std::clamp<int64_t>(nFirst, 0, axis.nSrcSize - nTaps);
-    std::fill_n(pWeights, nTaps, int16_t{0});
-    for (int k = 0; k < nCount; k++)
+    for (LONG i = 0; i < axis.nDstSize; i++, place.Next())
     {
-        const int64_t nSample = std::clamp<int64_t>(nFirst + k, 0, axis.nSrcSize - 1);
-        int16_t& nWeight = pWeights[nSample - nStart];
-        nWeight = static_cast<int16_t>(nWeight + arrWeights[k]);
+        const double dblRest = static_cast<double>(place.Rest()) * dblPart;
+        const int64_t nSample = place.Whole() + axis.nRoiStart;
+        int arrFilter[4] = {};
+        if (eMode == eIP_Cubic)
+        {
+            CubicWeights(dblRest, arrFilter);
+            pStart[i] = PutInside(axis, nSample - 1, arrFilter, 4, nTaps, pWeights);
+        }
+        else
+        {
+            LinearWeights(dblRest, arrFilter);
+            pStart[i] = PutInside(axis, nSample, arrFilter, 2, nTaps, pWeights);
+        }
+        pWeights += nTaps;
     }
-    return static_cast<int32_t>(nStart);
 }
 
 ResizeFactor AreaParts(const ResizeAxis& axis) noexcept
@@ -99,12 +137,34 @@ ResizeFactor AreaParts(const ResizeAxis& axis) noexcept
     return {axis.nDstSize / nCommon, axis.nRoiSize / nCommon};
 }
 
-LONG AreaTaps(const ResizeAxis& axis) noexcept
+LONG AreaSamples(const ResizeAxis& axis) noexcept
 {
     const ResizeFactor parts = AreaParts(axis);
     const bool bWhole = parts.nDst == 1;
     const int64_t nCovered = (int64_t{parts.nSrc} + parts.nDst - 1) / parts.nDst + (bWhole ? 0 : 1);
-    return static_cast<LONG>(std::min<int64_t>((nCovered + 3) & ~int64_t{3}, axis.nSrcSize));
+    return static_cast<LONG>(std::min<int64_t>(nCovered, axis.nSrcSize));
+}
+
+void AreaWeights(const ResizeAxis& axis, LONG nTaps, int32_t* pStart, int16_t* pWeights) noexcept
+{
+    const ResizeFactor parts = AreaParts(axis);
+    CRatioWalk place(0, parts.nSrc, parts.nDst);
+    for (LONG i = 0; i < axis.nDstSize; i++, place.Next())
+    {
+        const auto nFirst = axis.nRoiStart + static_cast<LONG>(place.Whole());
+        pStart[i] = std::min<LONG>(nFirst, axis.nSrcSize - nTaps);
+        std::fill_n(pWeights, nTaps, int16_t{0});
+        // The first sample lacks what the output before covers of it, the last one takes what is left.
+        int64_t nLeft = parts.nSrc;
+        int64_t nPart = parts.nDst - place.Rest();
+        for (int16_t* p = pWeights + (nFirst - pStart[i]); nLeft > 0; p++)
+        {
+            *p = static_cast<int16_t>(std::min(nPart, nLeft));
+            nLeft -= *p;
+            nPart = parts.nDst;
+        }
+        pWeights += nTaps;
+    }
 }
 
 AreaSpan AreaOf(const ResizeFactor& parts, LONG nOutput) noexcept
@@ -120,16 +180,4 @@ int64_t AreaWeight(const ResizeFactor& parts, LONG nOutput, LONG nSample) noexce
     const int64_t nSampleStart = int64_t{nSample} * parts.nDst;
     return std::min(nOutputStart + parts.nSrc, nSampleStart + parts.nDst) -
            std::max(nOutputStart, nSampleStart);
-}
-
-int32_t AreaWeights(const ResizeAxis& axis, LONG nOutput, int16_t* pWeights) noexcept
-{
-    const ResizeFactor parts = AreaParts(axis);
-    const AreaSpan span = AreaOf(parts, nOutput);
-    const LONG nTaps = AreaTaps(axis);
-    const LONG nStart = std::clamp<LONG>(axis.nRoiStart + span.nFirst, 0, axis.nSrcSize - nTaps);
-    std::fill_n(pWeights, nTaps, int16_t{0});
-    for (LONG n = span.nFirst; n < span.nEnd; n++)
-        pWeights[axis.nRoiStart + n - nStart] = static_cast<int16_t>(AreaWeight(parts, nOutput, n));
-    return nStart;
 }

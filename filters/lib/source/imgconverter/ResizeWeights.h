@@ -35,21 +35,27 @@ struct ResizeAxis
     ResizeFactor factor;
 };
 
-/// \return the source sample nearest to an output sample; of two equally near the later one
-int32_t NearestSample(const ResizeAxis& axis, LONG nOutput) noexcept;
+/// Fills the source sample nearest to each output sample; of two equally near the later one.
+/// \param pStart nDstSize samples
+void NearestSamples(const ResizeAxis& axis, int32_t* pStart) noexcept;
 
 /// Linear and cubic: the number of taps, less only where the source has fewer samples.
 LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept;
 
-/// \param pWeights receives FilterTaps weights that sum up to nResizeWeightOne
-/// \return the source sample of the first weight; all taps lie inside the source
-int32_t FilterWeights(const ResizeAxis& axis, eInterpolation eMode, LONG nOutput, int16_t* pWeights) noexcept;
+/// Fills the taps of each output, which all lie inside the source.
+/// \param pStart receives the source sample of the first tap \param pWeights FilterTaps for each output,
+/// which sum up to nResizeWeightOne
+void FilterWeights(const ResizeAxis& axis, eInterpolation eMode, int32_t* pStart, int16_t* pWeights) noexcept;
 
 /// The region and the output in their smallest whole parts: an output covers nSrc parts, a sample has nDst.
 ResizeFactor AreaParts(const ResizeAxis& axis) noexcept;
 
-/// Area average: the number of taps, a multiple of four where the source has as many samples.
-LONG AreaTaps(const ResizeAxis& axis) noexcept;
+/// Area average: the most samples that an output covers a part of.
+LONG AreaSamples(const ResizeAxis& axis) noexcept;
+
+/// As FilterWeights, for parts that fit 16 bits; the weights of an output sum up to the nSrc of AreaParts.
+/// \param nTaps AreaSamples at least, the axis' samples at most
+void AreaWeights(const ResizeAxis& axis, LONG nTaps, int32_t* pStart, int16_t* pWeights) noexcept;
 
 /// The samples that an output covers.
 struct AreaSpan
@@ -62,6 +68,3 @@ AreaSpan AreaOf(const ResizeFactor& parts, LONG nOutput) noexcept;
 
 /// Parts of a sample that an output covers.
 int64_t AreaWeight(const ResizeFactor& parts, LONG nOutput, LONG nSample) noexcept;
-
-/// As FilterWeights, for parts that fit 16 bits; the weights sum up to the nSrc of AreaParts.
-int32_t AreaWeights(const ResizeAxis& axis, LONG nOutput, int16_t* pWeights) noexcept;
