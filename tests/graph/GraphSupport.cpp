@@ -142,3 +142,26 @@ std::vector<ReceivedFrame> GrabFrames(IBaseFilter* source, size_t count, VideoFo
         *format = keeper.Format();
     return keeper.Frames();
 }
+
+std::vector<ReceivedFrame> PlayToEnd(FilterGraph& graph, IBaseFilter* source, size_t limit)
+{
+    FrameKeeper keeper(limit);
+    CComPtr<IBaseFilter> sink;
+    Check(CreateFrameSink(keeper, sink), "no sink");
+    graph.Add(source, L"Source");
+    graph.Add(sink, L"Sink");
+    Check(graph.Connect(source, sink), "no connection");
+    graph.Run();
+    long code = 0;
+    HRESULT result = S_OK;
+    while (code != EC_COMPLETE && WaitForSingleObject(graph.EventHandle(), g_limit) == WAIT_OBJECT_0)
+    {
+        while (graph.NextEvent(code, result) && code != EC_COMPLETE)
+            continue;
+    }
+    EXPECT_EQ(code, EC_COMPLETE) << "the stream did not end";
+    graph.Stop();
+    graph.Remove(sink);
+    graph.Remove(source);
+    return keeper.Frames();
+}

@@ -105,3 +105,7 @@ std::wstring CurrentFile(IBaseFilter* source);
 /// Shows what the source is set to in a graph of its own; throws Failure, and fails the test if the frames do
 /// not come.
 std::vector<ReceivedFrame> GrabFrames(IBaseFilter* source, size_t count, VideoFormat* format = nullptr);
+
+/// Shows what the source is set to in a graph that is given, to the end of the stream or to the limit of frames, and
+/// takes the source out of it again; throws Failure, and fails the test if the end does not come.
+std::vector<ReceivedFrame> PlayToEnd(FilterGraph& graph, IBaseFilter* source, size_t limit);
