@@ -1,5 +1,7 @@
 #include "image/ImageCalls.h"
 
+#include "asm/Cpu.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -196,6 +198,8 @@ const char* ImageCalls::Make()
     m_bNullPicture = m_numbers.OneOf(100);
     m_sSettings.clear();
 
+    constexpr eCPU arrLimits[] = {eCPU_AVX2, eCPU_SSE41, eCPU_AVX2, eCPU_Scalar};
+    const CCpuLimit limit(m_numbers.Of(arrLimits));
     m_hr = (this->*m_pEntry->pfnCall)();
     if (!m_bMade)
         return nullptr;
@@ -257,6 +261,14 @@ DWORD ImageCalls::Format()
 PicProps ImageCalls::Picture(DWORD fccType)
 {
     PicProps pic = {fccType, Size(), Size(), 0};
+    // A long side comes with a short one, or a call would cost what thousands of others do.
+    constexpr LONG nLong = 0x4000;
+    constexpr LONG nEndless = 0x01000000; // beyond that no frame is made
+    const auto isLong = [](LONG n) { return n >= nLong && n < nEndless; };
+    if (isLong(pic.nWidth) && pic.nHeight > 4 && pic.nHeight < nEndless)
+        pic.nHeight = pic.nHeight % 4 + 1;
+    else if (isLong(pic.nHeight) && pic.nWidth > 4 && pic.nWidth < nEndless)
+        pic.nWidth = pic.nWidth % 4 + 1;
     if (!m_numbers.OneOf(6)) // even widths, or YUV is hardly ever taken
         pic.nWidth &= ~LONG{1};
     if (m_numbers.OneOf(2) && pic.nHeight != INT_MIN)

@@ -85,5 +85,9 @@ BYTE* GuardedPages::Place(size_t cb, eSide side)
 
 bool GuardedPages::IsWhole() const
 {
-    return !m_pRoom || std::all_of(Margin(), Margin() + cbMargin, [](BYTE b) { return b == nMargin; });
+    if (!m_pRoom)
+        return true;
+    // All bytes equal the first one, which is right.
+    const BYTE* const pb = Margin();
+    return pb[0] == nMargin && std::memcmp(pb, pb + 1, cbMargin - 1) == 0;
 }
