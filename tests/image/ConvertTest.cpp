@@ -275,6 +275,38 @@ TEST(Convert, PairsWithoutAPathTurnAMirroredSide)
     }
 }
 
+/// Rows that are longer than the pieces in which a turn exchanges them.
+TEST(Convert, TurnsLongRowsWhereTheyStand)
+{
+    for (const LONG nWidth : {341, 342, 500, 1024, 1367})
+    {
+        for (const LONG nHeight : {2, 5})
+        {
+            const PicProps picUp = {FOURCC_RGB24, nWidth, nHeight, 0};
+            const PicProps picDown = {FOURCC_RGB24, nWidth, -nHeight, 0};
+            PictureBuffer input(picUp);
+            PictureBuffer output(picDown);
+            input.Fill(6);
+            output.Fill(7);
+            const Bytes before = input.Bytes();
+            EXPECT_EQ(
+                Img_Convert(input.Data(), output.Data(), &picUp, &picDown, nullptr, nullptr, false, nullptr),
+                S_OK);
+            const auto row = [&picUp](const Bytes& bytes, LONG y)
+            {
+                const ptrdiff_t nStart = ptrdiff_t{y} * GetPicRowBytes(&picUp);
+                return Bytes(bytes.begin() + nStart, bytes.begin() + nStart + ptrdiff_t{3} * picUp.nWidth);
+            };
+            for (LONG y = 0; y < nHeight; y++)
+            {
+                EXPECT_EQ(row(input.Bytes(), y), row(before, nHeight - 1 - y)) << nWidth << " row " << y;
+                EXPECT_EQ(row(output.Bytes(), y), row(before, nHeight - 1 - y)) << nWidth << " row " << y;
+            }
+            EXPECT_TRUE(input.IsGuardWhole() && output.IsGuardWhole());
+        }
+    }
+}
+
 /// A bottom-up input that is turned where it stands is turned before the pair is refused.
 TEST(Convert, RefusalsComeAfterTheTurnOfTheInput)
 {
