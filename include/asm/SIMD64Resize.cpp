@@ -109,6 +109,25 @@ void Seconds(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
         std::memcpy(pDst + i * nChannels, pSrc + (2 * i + 1) * nChannels, nChannels);
 }
 
+void Sharpen(const BYTE* const* ppRows, BYTE* pDst, size_t nSamples, size_t nPixel,
+             const ResizeSharpKernel& kernel) noexcept
+{
+    for (size_t i = 0; i < nSamples; i++)
+    {
+        const BYTE* pAbove = ppRows[0] + i;
+        const BYTE* p = ppRows[1] + i;
+        const BYTE* pBelow = ppRows[2] + i;
+        const auto nLeft = -static_cast<ptrdiff_t>(nPixel);
+        const auto nRight = static_cast<ptrdiff_t>(nPixel);
+        const int nCorners = pAbove[nLeft] + pAbove[nRight] + pBelow[nLeft] + pBelow[nRight];
+        const int nEdges = pAbove[0] + p[nLeft] + p[nRight] + pBelow[0];
+        const int nSum = kernel.nCorner * nCorners + kernel.nEdge * nEdges + kernel.nCentre * p[0];
+        const auto n = static_cast<uint32_t>(std::max(nSum + kernel.divisor.nHalf, 0));
+        const uint32_t nLevel = (n * kernel.divisor.nReciprocal >> 16) >> kernel.divisor.nShift;
+        pDst[i] = static_cast<BYTE>(std::min<uint32_t>(nLevel, 255));
+    }
+}
+
 template <bool bChromaFirst>
 void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
 {
@@ -148,6 +167,7 @@ const ResizeKernels kernelsResizeScalar = {{Row<1>, nullptr, Row<3>, Row<4>},
                                            Add,
                                            Divide,
                                            Average,
+                                           Sharpen,
                                            {Split<false>, Split<true>},
                                            {Merge<false>, Merge<true>},
                                            false};

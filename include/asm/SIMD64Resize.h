@@ -131,6 +131,19 @@ using PFNRESIZEAVERAGE = void (*)(const uint16_t* const* ppRows, const int16_t* 
 using PFNRESIZEHALVE = void (*)(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept;
 /// The second of each two pixels.
 using PFNRESIZESECONDS = void (*)(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept;
+/// A symmetrical kernel of 3 by 3 whose sums of 255 times its absolute values fit 15 bits.
+struct ResizeSharpKernel
+{
+    int16_t nCorner;
+    int16_t nEdge;
+    int16_t nCentre;
+    ResizeNarrowDivisor divisor;
+};
+
+/// Convolves a row, negative sums as 0 and quotients limited to 255.
+/// \param ppRows the rows above, at and below the output; nPixel samples are read on both sides of each
+using PFNRESIZESHARPEN = void (*)(const BYTE* const* ppRows, BYTE* pDst, size_t nSamples, size_t nPixel,
+                                  const ResizeSharpKernel& kernel) noexcept;
 /// nPairs times four bytes of packed 4:2:2 into planes: Y, and the two kinds of chroma as they come.
 using PFNSPLIT422 = void (*)(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept;
 /// Planes into packed 4:2:2.
@@ -149,6 +162,7 @@ struct ResizeKernels
     PFNRESIZEADD pfnAdd;
     PFNRESIZEDIVIDE pfnDivide;
     PFNRESIZEAVERAGE pfnAverage;
+    PFNRESIZESHARPEN pfnSharpen;
     PFNSPLIT422 arrSplit[2]; ///< luma first (Y, U, Y, V), and chroma first (U, Y, V, Y)
     PFNMERGE422 arrMerge[2];
     bool bWindows; ///< the forms gain from windows

@@ -509,6 +509,43 @@ void Seconds3(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
     kernelsResizeScalar.arrSeconds[2](pSrc, pDst, nOutputs);
 }
 
+void Sharpen(const BYTE* const* ppRows, BYTE* pDst, size_t nSamples, size_t nPixel,
+             const ResizeSharpKernel& kernel) noexcept
+{
+    constexpr size_t nVector = Lanes::cb / 2;
+    const auto nSide = static_cast<ptrdiff_t>(nPixel);
+    const BYTE* pAbove = ppRows[0];
+    const BYTE* p = ppRows[1];
+    const BYTE* pBelow = ppRows[2];
+    const V corner = Lanes::Set16(kernel.nCorner);
+    const V edge = Lanes::Set16(kernel.nEdge);
+    const V centre = Lanes::Set16(kernel.nCentre);
+    const V half = Lanes::Set16(kernel.divisor.nHalf);
+    const V reciprocal = Lanes::Set16(kernel.divisor.nReciprocal);
+    const __m128i shift = _mm_cvtsi32_si128(kernel.divisor.nShift);
+    const auto four = [](const BYTE* p0, const BYTE* p1, const BYTE* p2, const BYTE* p3)
+    {
+        return Lanes::Add16(Lanes::Add16(Lanes::Widen(p0), Lanes::Widen(p1)),
+                            Lanes::Add16(Lanes::Widen(p2), Lanes::Widen(p3)));
+    };
+    const auto levels = [=](size_t i)
+    {
+        const V corners =
+            four(pAbove + i - nSide, pAbove + i + nSide, pBelow + i - nSide, pBelow + i + nSide);
+        const V edges = four(pAbove + i, p + i - nSide, p + i + nSide, pBelow + i);
+        V sum = Lanes::Add16(Lanes::MulLow16(Lanes::Widen(p + i), centre), half);
+        sum = Lanes::Add16(sum, Lanes::MulLow16(corners, corner));
+        sum = Lanes::Add16(sum, Lanes::MulLow16(edges, edge));
+        sum = Lanes::Max16(sum, Lanes::Set16(0));
+        return Lanes::Srl16(Lanes::MulHigh16(sum, reciprocal), shift);
+    };
+    size_t i = 0;
+    for (; i + Lanes::cb <= nSamples; i += Lanes::cb)
+        Lanes::Store(pDst + i, Lanes::PackBytes(levels(i), levels(i + nVector)));
+    const BYTE* arrRest[] = {pAbove + i, p + i, pBelow + i};
+    kernelsResizeScalar.pfnSharpen(arrRest, pDst + i, nSamples - i, nPixel, kernel);
+}
+
 template <bool bChromaFirst>
 void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPairs) noexcept
 {
@@ -556,6 +593,7 @@ constexpr ResizeKernels kernelsOfLanes = {
     Add,
     Divide,
     Average,
+    Sharpen,
     {Split<false>, Split<true>},
     {Merge<false>, Merge<true>},
     true};

@@ -70,6 +70,9 @@ struct Lanes
     static V Same(__m128i v) { return v; }
     static V SameInt(const void* p) { return _mm_shuffle_epi32(_mm_cvtsi32_si128(LoadInt(p)), 0); }
 
+    /// Bytes to words, as many as fit.
+    static V Widen(const BYTE* p) { return _mm_cvtepu8_epi16(Load64(p)); }
+
     static V Set8(int n) { return _mm_set1_epi8(static_cast<char>(n)); }
     static V Set16(int n) { return _mm_set1_epi16(static_cast<short>(n)); }
     static V Set32(int n) { return _mm_set1_epi32(n); }
@@ -78,6 +81,7 @@ struct Lanes
     static V Or(V a, V b) { return _mm_or_si128(a, b); }
     static V Add16(V a, V b) { return _mm_add_epi16(a, b); }
     static V Add32(V a, V b) { return _mm_add_epi32(a, b); }
+    static V Max16(V a, V b) { return _mm_max_epi16(a, b); }
     static V Sra16(V v, int n) { return _mm_srai_epi16(v, n); }
     static V Sra32(V v, int n) { return _mm_srai_epi32(v, n); }
     static V Srl16(V v, int n) { return _mm_srli_epi16(v, n); }
@@ -154,6 +158,8 @@ struct Lanes
     static V Same(__m128i v) { return _mm256_broadcastsi128_si256(v); }
     static V SameInt(const void* p) { return _mm256_set1_epi32(LoadInt(p)); }
 
+    static V Widen(const BYTE* p) { return _mm256_cvtepu8_epi16(Load128(p)); }
+
     static V Set8(int n) { return _mm256_set1_epi8(static_cast<char>(n)); }
     static V Set16(int n) { return _mm256_set1_epi16(static_cast<short>(n)); }
     static V Set32(int n) { return _mm256_set1_epi32(n); }
@@ -162,6 +168,7 @@ struct Lanes
     static V Or(V a, V b) { return _mm256_or_si256(a, b); }
     static V Add16(V a, V b) { return _mm256_add_epi16(a, b); }
     static V Add32(V a, V b) { return _mm256_add_epi32(a, b); }
+    static V Max16(V a, V b) { return _mm256_max_epi16(a, b); }
     static V Sra16(V v, int n) { return _mm256_srai_epi16(v, n); }
     static V Sra32(V v, int n) { return _mm256_srai_epi32(v, n); }
     static V Srl16(V v, int n) { return _mm256_srli_epi16(v, n); }

@@ -345,6 +345,43 @@ TEST(ResizeFrame, WorkMemory)
     }
 }
 
+/// Packed and sharpened pictures are scaled in place as if the source stood elsewhere.
+TEST(ResizeFrame, InPlace)
+{
+    struct Case
+    {
+        DWORD fccType;
+        LONG nFromHeight, nToHeight;
+        int nSharp;
+    };
+    constexpr Case arrCases[] = {{FOURCC_UYVY, -12, -20, 0},  {FOURCC_YUY2, -20, -12, 0},
+                                 {FOURCC_UYVY, -12, -14, 20}, {FOURCC_RGB32, -12, -16, 20},
+                                 {FOURCC_RGB24, 12, -12, 20}, {FOURCC_RGB32, 12, 12, -20}};
+    for (const Case& c : arrCases)
+    {
+        for (const int nMode : {1, 2, 4, 8})
+        {
+            const PicProps picFrom = {c.fccType, 16, c.nFromHeight, 0};
+            const PicProps picTo = {c.fccType, 16, c.nToHeight, 0};
+            SCOPED_TRACE(Str(picFrom) + " to " + Str(picTo) + " mode " + std::to_string(nMode));
+            const Picture from(picFrom, 3);
+            Picture apart(picTo, 4);
+            ASSERT_EQ(Resize(from, apart, nMode, c.nSharp), S_OK);
+            PictureBuffer temp(Img_GetBufferSize(&picFrom, &picTo));
+            for (BYTE* pTemp : {static_cast<BYTE*>(nullptr), temp.Data()})
+            {
+                PictureBuffer both(std::max(from.buffer.Size(), apart.buffer.Size()));
+                std::memcpy(both.Data(), from.buffer.Data(), from.buffer.Size());
+                ASSERT_EQ(Img_ResizeFrame(both.Data(), both.Data(), &picFrom, &picTo, nullptr, nullptr, nMode,
+                                          pTemp, c.nSharp),
+                          S_OK);
+                EXPECT_TRUE(
+                    std::equal(apart.buffer.Data(), apart.buffer.Data() + apart.buffer.Size(), both.Data()));
+            }
+        }
+    }
+}
+
 TEST(Sharpen, Kernels)
 {
     struct Case

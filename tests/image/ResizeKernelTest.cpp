@@ -3,6 +3,7 @@
 
 #include "asm/Cpu.h"
 #include "asm/SIMD64Resize.h"
+#include "imgconverter/Sharpen.h"
 
 #include <gtest/gtest.h>
 
@@ -409,6 +410,44 @@ TEST(ResizeKernels, Seconds)
                 form.pKernels->arrSeconds[nChannels - 1](source.Row(0), result.data(), nOutputs);
                 ASSERT_EQ(result, expected)
                     << nOutputs << " channels " << nChannels << " level " << form.eLevel;
+            }
+        }
+    }
+}
+
+/// Every strength, random levels and extremes, by the definition with a plain division.
+TEST(ResizeKernels, Sharpen)
+{
+    std::mt19937 random(10);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (int nSharp = -50; nSharp <= 50; nSharp++)
+    {
+        const SharpenKernel kernel = MakeSharpenKernel(nSharp);
+        ResizeSharpKernel values = {static_cast<int16_t>(kernel.arrValues[0]),
+                                    static_cast<int16_t>(kernel.arrValues[1]),
+                                    static_cast<int16_t>(kernel.arrValues[4]),
+                                    {}};
+        ASSERT_TRUE(MakeResizeNarrowDivisor(static_cast<uint64_t>(kernel.nDivisor), values.divisor));
+        for (const size_t nPixel : {1, 3, 4})
+        {
+            const size_t nSamples = 1 + random() % 130;
+            const SourceRows outer(nSamples + 2 * nPixel, random);
+            const SourceRows inner(nSamples + 2 * nPixel, random);
+            const BYTE* arrRows[] = {outer.Row(0) + nPixel, inner.Row(0) + nPixel, outer.Row(1) + nPixel};
+            std::vector<BYTE> expected(nSamples);
+            for (size_t i = 0; i < nSamples; i++)
+            {
+                int nSum = kernel.nDivisor / 2;
+                for (size_t k = 0; k < 9; k++)
+                    nSum += kernel.arrValues[k] * (arrRows[k / 3] - nPixel)[i + k % 3 * nPixel];
+                expected[i] = static_cast<BYTE>(std::clamp(nSum, 0, 255 * kernel.nDivisor) / kernel.nDivisor);
+            }
+            for (const Form& form : forms)
+            {
+                std::vector<BYTE> result(nSamples);
+                form.pKernels->pfnSharpen(arrRows, result.data(), nSamples, nPixel, values);
+                ASSERT_EQ(result, expected) << nSharp << " pixel " << nPixel << " level " << form.eLevel;
             }
         }
     }

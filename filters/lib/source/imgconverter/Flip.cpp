@@ -20,6 +20,16 @@ void SwapBytes(BYTE* pFirst, BYTE* pSecond, size_t cb) noexcept
     }
 }
 
+void ReverseRows(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi, size_t cbPixel) noexcept
+{
+    if (roi.nWidth <= 0 || roi.nHeight <= 1)
+        return;
+    const size_t cbRow = static_cast<size_t>(roi.nWidth) * cbPixel;
+    const ptrdiff_t nRows = roi.nHeight;
+    for (ptrdiff_t i = 0; i < nRows / 2; i++)
+        SwapBytes(pBlock + i * nStep, pBlock + (nRows - 1 - i) * nStep, cbRow);
+}
+
 } // namespace
 
 size_t FlipPixelBytes(DWORD fccType) noexcept
@@ -39,12 +49,25 @@ size_t FlipPixelBytes(DWORD fccType) noexcept
     }
 }
 
+void FlipRows2(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi) noexcept
+{
+    ReverseRows(pBlock, nStep, roi, 2);
+}
+
+void FlipRows3(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi) noexcept
+{
+    ReverseRows(pBlock, nStep, roi, 3);
+}
+
+void FlipRows4(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi) noexcept
+{
+    ReverseRows(pBlock, nStep, roi, 4);
+}
+
 void FlipRows(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi, size_t cbPixel) noexcept
 {
-    if (roi.nWidth <= 0 || roi.nHeight <= 1)
-        return;
-    const size_t cbRow = static_cast<size_t>(roi.nWidth) * cbPixel;
-    const ptrdiff_t nRows = roi.nHeight;
-    for (ptrdiff_t i = 0; i < nRows / 2; i++)
-        SwapBytes(pBlock + i * nStep, pBlock + (nRows - 1 - i) * nStep, cbRow);
+    using PFNFLIPROWS = void (*)(BYTE * pBlock, ptrdiff_t nStep, RoiSize roi) noexcept;
+    constexpr size_t cbFirst = 2;
+    constexpr PFNFLIPROWS arrFlip[] = {FlipRows2, FlipRows3, FlipRows4};
+    arrFlip[cbPixel - cbFirst](pBlock, nStep, roi);
 }

@@ -1,16 +1,14 @@
 #include "imgconverter/ResizePlane.h"
 
-ePrimitiveStatus ResizePlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                             const PlaneScale& scale, int nInterpolation, int nChannels, BYTE* pWork) noexcept
+ePrimitiveStatus ResizeSharpPlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
+                                  const SharpScale& sharp, BYTE* pWork) noexcept
 {
     if (!pSrc || !pDst)
         return ePS_NullPointer;
-    CPlaneScaler scaler;
-    const ePrimitiveStatus eStatus = scaler.Open(scale, nInterpolation, nChannels, pWork);
-    if (eStatus != ePS_Done)
-        return eStatus;
+    CSharpScaler scaler;
+    ePrimitiveStatus eStatus = scaler.Open(sharp, pWork);
     CRowsInMemory rows(pSrc, nSrcStep);
-    for (LONG y = 0; y < scale.dstSize.nHeight; y++)
-        scaler.ScaleRow(rows, y, pDst + y * nDstStep);
-    return ePS_Done;
+    for (LONG y = 0; y < sharp.scale.dstSize.nHeight && eStatus == ePS_Done; y++)
+        eStatus = scaler.WriteRow(rows, y, pDst + y * nDstStep);
+    return eStatus;
 }

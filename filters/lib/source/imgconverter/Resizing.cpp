@@ -2,20 +2,18 @@
 
 #include "dstl/dshowx/DSTrace.h"
 #include "imgconverter/Flip.h"
-#include "imgconverter/PlanarView.h"
+#include "imgconverter/ResizePacked.h"
 #include "imgconverter/ResizePlane.h"
-#include "imgconverter/Sharpen.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 
 namespace
 {
 
-/// A request that no interpolation value answers to, but that always asks for work memory.
-constexpr int nModeAlwaysTemp = 0x23;
 /// Values from here on become cubic for interleaved RGB.
 constexpr int nInterpolationEnd = 0x40;
 
@@ -73,6 +71,11 @@ LONG Height(const RECT& rc) noexcept
     return rc.bottom - rc.top;
 }
 
+bool IsEmpty(const RECT& rc) noexcept
+{
+    return Width(rc) <= 0 || Height(rc) <= 0;
+}
+
 /// A picture of the call, seen as planes.
 struct PlaneView
 {
@@ -113,31 +116,19 @@ struct ResizeCall
     PlaneView src;
     PlaneView dst;
     const FormatBranch& branch;
-    int nInterpolation;
-    bool bSharpen;
-    SharpenKernel kernel;
-    PlaneScale scaleLuma;
-    PlaneScale scaleChroma;
+    SharpScale luma; ///< or RGB
+    SharpScale chroma;
 
     const BYTE* pbInput;
     BYTE* pbOutput;
-    const BYTE* arrSrc[3]; ///< planes of the source
-    BYTE* arrDst[3];       ///< first sample of the rectangle in each plane of the destination
-    BYTE* pSharp;          ///< a scaled plane before it is sharpened
-    BYTE* pWork;           ///< of ResizePlane
+    bool bOverlap; ///< the two frames share memory
 };
-
-/// Chroma knows no filter beyond linear.
-int ChromaInterpolation(int nInterpolation) noexcept
-{
-    return std::min<int>(nInterpolation, eIP_Linear);
-}
 
 void SetScales(ResizeCall& call) noexcept
 {
     const RECT& rcSrc = call.src.rc;
     const RECT& rcDst = call.dst.rc;
-    PlaneScale& luma = call.scaleLuma;
+    PlaneScale& luma = call.luma.scale;
     luma.srcSize = {call.picInput.nWidth, static_cast<LONG>(AbsHeight(call.picInput.nHeight))};
     luma.srcRoi = {rcSrc.left, FirstMemoryRow(call.picInput, call.src), Width(rcSrc), Height(rcSrc)};
     luma.dstSize = {Width(rcDst), Height(rcDst)};
@@ -150,8 +141,9 @@ void SetScales(ResizeCall& call) noexcept
         luma.srcSize = {Width(rcSrc), Height(rcSrc)};
         luma.srcRoi.nLeft = luma.srcRoi.nTop = 0;
     }
-    PlaneScale& chroma = call.scaleChroma;
-    chroma = luma;
+    // Chroma knows no filter beyond linear, and is never sharpened.
+    call.chroma = {luma, std::min<int>(call.luma.nInterpolation, eIP_Linear), 1, false, {}};
+    PlaneScale& chroma = call.chroma.scale;
     chroma.srcSize.nWidth /= 2;
     chroma.srcRoi.nLeft /= 2;
     chroma.srcRoi.nWidth /= 2;
@@ -165,155 +157,102 @@ void SetScales(ResizeCall& call) noexcept
     }
 }
 
-size_t WorkSize(const ResizeCall& call) noexcept
-{
-    if (call.branch.branch == eBranch::None)
-        return 0;
-    const size_t cbLuma = ResizeWorkSize(call.scaleLuma, call.nInterpolation, call.branch.nChannels);
-    if (call.branch.branch == eBranch::Interleaved)
-        return cbLuma;
-    return std::max(cbLuma, ResizeWorkSize(call.scaleChroma, ChromaInterpolation(call.nInterpolation), 1));
-}
-
-ePrimitiveStatus ScalePlane(const ResizeCall& call, int nPlane, BYTE* pDst) noexcept
-{
-    const PlaneScale& scale = nPlane == 0 ? call.scaleLuma : call.scaleChroma;
-    const int nInterpolation = nPlane == 0 ? call.nInterpolation : ChromaInterpolation(call.nInterpolation);
-    const auto nSrcStep = static_cast<ptrdiff_t>(call.src.arrStep[nPlane]);
-    const auto nDstStep = static_cast<ptrdiff_t>(call.dst.arrStep[nPlane]);
-    switch (call.branch.nChannels)
-    {
-    case 4:
-        return ResizePlane4(call.arrSrc[nPlane], nSrcStep, pDst, nDstStep, scale, nInterpolation, call.pWork);
-    case 3:
-        return ResizePlane3(call.arrSrc[nPlane], nSrcStep, pDst, nDstStep, scale, nInterpolation, call.pWork);
-    default:
-        return ResizePlane1(call.arrSrc[nPlane], nSrcStep, pDst, nDstStep, scale, nInterpolation, call.pWork);
-    }
-}
-
-/// Luma or RGB, with the sharpening pass.
-ePrimitiveStatus ScaleFirstPlane(const ResizeCall& call) noexcept
-{
-    if (!call.bSharpen)
-        return ScalePlane(call, 0, call.arrDst[0]);
-    const ePrimitiveStatus eStatus = ScalePlane(call, 0, call.pSharp);
-    if (eStatus != ePS_Done)
-        return eStatus;
-    return SharpenPlane(call.pSharp, call.arrDst[0], static_cast<ptrdiff_t>(call.dst.arrStep[0]),
-                        call.scaleLuma.dstSize, call.branch.nChannels, call.kernel);
-}
-
-ePrimitiveStatus ScaleThreePlanes(const ResizeCall& call) noexcept
-{
-    ePrimitiveStatus eStatus = ScaleFirstPlane(call);
-    for (int nPlane = 1; nPlane < 3 && eStatus == ePS_Done; nPlane++)
-        eStatus = ScalePlane(call, nPlane, call.arrDst[nPlane]);
-    return eStatus;
-}
-
-/// The planes of the source are ours here, and so are those of the destination.
-void RunPacked(const ResizeCall& call, BYTE* pbSourcePlanes) noexcept
+PackedScale PackedOf(const ResizeCall& call) noexcept
 {
     DWORD srcOffset[3] = {};
     DWORD dstOffset[3] = {};
-    if (!GetPicOffsets(&call.picInput, call.src.rc.left, call.src.rc.top, srcOffset, false) ||
-        !GetPicOffsets(&call.picOutput, call.dst.rc.left, call.dst.rc.top, dstOffset, false))
-        return;
-    Planes422<BYTE> planes;
-    Planes422<const BYTE> scaled;
-    for (int i = 0; i < 3; i++)
-    {
-        planes.arrPlane[i] = pbSourcePlanes + call.src.arrShift[i];
-        planes.arrStep[i] = static_cast<ptrdiff_t>(call.src.arrStep[i]);
-        scaled.arrPlane[i] = call.arrDst[i];
-        scaled.arrStep[i] = static_cast<ptrdiff_t>(call.dst.arrStep[i]);
-    }
-    const ptrdiff_t nSrcStep = ptrdiff_t{2} * PicRow(call.picInput);
-    const ptrdiff_t nDstStep = ptrdiff_t{2} * PicRow(call.picOutput);
-    const RoiSize srcSize = {Width(call.src.rc), Height(call.src.rc)};
-    const RoiSize dstSize = call.scaleLuma.dstSize;
-    const auto pfnSplit = call.branch.bChromaFirst ? SplitUYVY : SplitYUY2;
-    if (pfnSplit(call.pbInput + srcOffset[0], nSrcStep, planes, srcSize) != ePS_Done ||
-        ScaleThreePlanes(call) != ePS_Done)
-        return;
-    BYTE* pOutput = call.pbOutput + dstOffset[0];
-    const auto pfnMerge = call.branch.bChromaFirst ? MergeUYVY : MergeYUY2;
-    pfnMerge(scaled, pOutput, nDstStep, dstSize);
+    GetPicOffsets(&call.picInput, call.src.rc.left, call.src.rc.top, srcOffset, false);
+    GetPicOffsets(&call.picOutput, call.dst.rc.left, call.dst.rc.top, dstOffset, false);
+    return {call.pbInput + srcOffset[0],
+            ptrdiff_t{2} * PicRow(call.picInput),
+            call.pbOutput + dstOffset[0],
+            ptrdiff_t{2} * PicRow(call.picOutput),
+            call.branch.bChromaFirst,
+            call.luma,
+            call.chroma};
 }
 
-/// Turns the output where the row orders differ.
-void TurnOutput(const ResizeCall& call) noexcept
+size_t WorkSize(const ResizeCall& call) noexcept
 {
-    const DWORD fccType = call.picOutput.fccType;
-    const size_t cbPixel = FlipPixelBytes(fccType);
-    DSASSERT_TEXT(cbPixel != 0 || fccType == FOURCC_RGB8, "INVALID MIRROW OUTPUT");
-    if (cbPixel != 0) // RGB8 stays as it is: deliberate
-        FlipRows(call.arrDst[0], static_cast<ptrdiff_t>(call.dst.arrStep[0]), call.scaleLuma.dstSize,
-                 cbPixel);
+    switch (call.branch.branch)
+    {
+    case eBranch::Interleaved:
+        return CSharpScaler::WorkSize(call.luma);
+    case eBranch::PlanarYUV:
+        return std::max(CSharpScaler::WorkSize(call.luma), CSharpScaler::WorkSize(call.chroma));
+    case eBranch::PackedYUV:
+        return PackedWorkSize(call.luma, call.chroma);
+    case eBranch::None:
+        break;
+    }
+    return 0;
 }
 
-/// The memory of a call: what the caller gave, or one block of our own, or a little of the stack.
+using PFNRESIZEPLANE = ePrimitiveStatus (*)(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst,
+                                            ptrdiff_t nDstStep, const PlaneScale& scale, int nInterpolation,
+                                            BYTE* pWork) noexcept;
+/// By number of channels, less one.
+constexpr PFNRESIZEPLANE arrResizePlane[] = {ResizePlane1, nullptr, ResizePlane3, ResizePlane4};
+
+/// \param bTurn writes the rows from the last one on upward
+ePrimitiveStatus ScalePlane(const ResizeCall& call, int nPlane, bool bTurn, BYTE* pWork) noexcept
+{
+    const SharpScale& sharp = nPlane == 0 ? call.luma : call.chroma;
+    const BYTE* pSrc = call.pbInput + call.src.arrShift[nPlane];
+    BYTE* pDst = call.pbOutput + call.dst.arrShift[nPlane] + call.dst.arrOffset[nPlane];
+    const auto nSrcStep = static_cast<ptrdiff_t>(call.src.arrStep[nPlane]);
+    auto nDstStep = static_cast<ptrdiff_t>(call.dst.arrStep[nPlane]);
+    if (bTurn)
+    {
+        pDst += (sharp.scale.dstSize.nHeight - 1) * nDstStep;
+        nDstStep = -nDstStep;
+    }
+    if (sharp.bSharpen)
+        return ResizeSharpPlane(pSrc, nSrcStep, pDst, nDstStep, sharp, pWork);
+    return arrResizePlane[sharp.nChannels - 1](pSrc, nSrcStep, pDst, nDstStep, sharp.scale,
+                                               sharp.nInterpolation, pWork);
+}
+
+void ScaleThreePlanes(const ResizeCall& call, BYTE* pWork) noexcept
+{
+    ePrimitiveStatus eStatus = ePS_Done;
+    for (int nPlane = 0; nPlane < 3 && eStatus == ePS_Done; nPlane++)
+        eStatus = ScalePlane(call, nPlane, false, pWork);
+}
+
+/// RGB: where the row orders differ, rows go to their final places at once, unless rows that are still to be
+/// read stand there. What is not scaled is turned all the same, but RGB8 never is: both deliberate.
+void ScaleInterleaved(const ResizeCall& call, BYTE* pWork) noexcept
+{
+    const bool bDiffer = call.src.bMirror != call.dst.bMirror;
+    const size_t cbPixel = bDiffer ? FlipPixelBytes(call.picOutput.fccType) : 0;
+    DSASSERT_TEXT(!bDiffer || cbPixel != 0 || call.picOutput.fccType == FOURCC_RGB8, "INVALID MIRROW OUTPUT");
+    const bool bTurn = cbPixel != 0 && !call.bOverlap;
+    const bool bScaled =
+        call.branch.branch == eBranch::Interleaved && ScalePlane(call, 0, bTurn, pWork) == ePS_Done;
+    if (cbPixel != 0 && !(bTurn && bScaled))
+        FlipRows(call.pbOutput + call.dst.arrShift[0] + call.dst.arrOffset[0],
+                 static_cast<ptrdiff_t>(call.dst.arrStep[0]), call.luma.scale.dstSize, cbPixel);
+}
+
+/// The work memory of a call: of the caller's block, or a little of the stack, or a block of our own.
 class CCallMemory
 {
 public:
-    /// \return false when memory is refused
-    bool Open(const ResizeCall& call, BYTE* pTemp, bool bNeedsTemp) noexcept
+    /// \return cbWork bytes, aligned to cbWorkAlign; null when memory is refused
+    BYTE* Open(BYTE* pTemp, size_t cbTemp, size_t cbWork) noexcept
     {
-        const size_t cbTemp = Img_GetBufferSize(&call.picInput, &call.picOutput);
-        const size_t cbWork = WorkSize(call);
-        const bool bPacked = call.branch.branch == eBranch::PackedYUV;
-        // Of the temporary memory packed YUV uses three frames, everything else the second half.
-        m_cbFrame = size_t{2} * std::max(FrameSamples(call.picInput), FrameSamples(call.picOutput));
-        m_cbHalf = cbTemp / 2;
-        m_pTemp = pTemp;
-        if (pTemp)
-        {
-            const size_t cbSpareFrom = bPacked ? 3 * m_cbFrame : 0;
-            const size_t cbSpareTo = bPacked ? cbTemp : m_cbHalf;
-            m_pWork = Fit(pTemp + cbSpareFrom, cbSpareTo - cbSpareFrom, cbWork);
-        }
-        else if (!bNeedsTemp)
-            m_pWork = Fit(m_arrStack, sizeof(m_arrStack), cbWork);
-        if (m_pWork && (pTemp || !bNeedsTemp))
-            return true;
-
-        const size_t cbOwnTemp = pTemp || !bNeedsTemp ? 0 : cbTemp;
-        if (cbOwnTemp > PTRDIFF_MAX / 2 || cbWork > PTRDIFF_MAX / 4)
-            return false;
-        const size_t cbBlock = cbOwnTemp + cbWork + cbWorkAlign;
+        BYTE* pWork = pTemp ? Fit(pTemp, cbTemp, cbWork) : nullptr;
+        if (!pWork)
+            pWork = Fit(m_arrStack, sizeof(m_arrStack), cbWork);
+        if (pWork || cbWork > PTRDIFF_MAX / 2)
+            return pWork;
+        const size_t cbBlock = cbWork + cbWorkAlign;
         blobBuffer.reset(new (std::nothrow) BYTE[cbBlock]);
-        if (!blobBuffer)
-            return false;
-        if (cbOwnTemp != 0)
-            m_pTemp = blobBuffer.get();
-        m_pWork = Fit(blobBuffer.get() + cbOwnTemp, cbBlock - cbOwnTemp, cbWork);
-        return true;
+        return blobBuffer ? Fit(blobBuffer.get(), cbBlock, cbWork) : nullptr;
     }
-
-    /// Sets the pointers of the call.
-    void Point(ResizeCall& call) const noexcept
-    {
-        const bool bPacked = call.branch.branch == eBranch::PackedYUV;
-        const BYTE* pSource = bPacked ? m_pTemp : call.pbInput;
-        BYTE* pTarget = bPacked ? m_pTemp + m_cbFrame : call.pbOutput;
-        for (int i = 0; i < 3; i++)
-        {
-            call.arrSrc[i] = pSource + call.src.arrShift[i];
-            call.arrDst[i] = pTarget + call.dst.arrShift[i] + call.dst.arrOffset[i];
-        }
-        call.pSharp = m_pTemp ? m_pTemp + (bPacked ? 2 * m_cbFrame : m_cbHalf) : nullptr;
-        call.pWork = m_pWork;
-    }
-
-    BYTE* Temp() const noexcept { return m_pTemp; }
 
 private:
-    static size_t FrameSamples(const PicProps& pic) noexcept
-    {
-        return static_cast<size_t>(PicRow(pic)) * AbsHeight(pic.nHeight);
-    }
-
     /// The first aligned place with enough room.
     static BYTE* Fit(BYTE* pb, size_t cb, size_t cbWanted) noexcept
     {
@@ -323,38 +262,43 @@ private:
 
     BYTE m_arrStack[16384];
     std::unique_ptr<BYTE[]> blobBuffer;
-    BYTE* m_pTemp = nullptr;
-    BYTE* m_pWork = nullptr;
-    size_t m_cbFrame = 0;
-    size_t m_cbHalf = 0;
 };
 
-HRESULT RunBranch(ResizeCall& call, BYTE* pTemp, int nMode) noexcept
+bool DoOverlap(const ResizeCall& call) noexcept
+{
+    const auto nInput = reinterpret_cast<uintptr_t>(call.pbInput);
+    const auto nOutput = reinterpret_cast<uintptr_t>(call.pbOutput);
+    return nInput < nOutput + GetPicSize(&call.picOutput) && nOutput < nInput + GetPicSize(&call.picInput);
+}
+
+HRESULT RunBranch(ResizeCall& call, BYTE* pTemp) noexcept
 {
     const bool bPacked = call.branch.branch == eBranch::PackedYUV;
-    CCallMemory memory;
-    if (!memory.Open(call, pTemp, bPacked || nMode == nModeAlwaysTemp || call.bSharpen))
-        return E_OUTOFMEMORY;
-    if (Width(call.dst.rc) <= 0 || Height(call.dst.rc) <= 0)
+    if (IsEmpty(call.dst.rc) || (bPacked && IsEmpty(call.src.rc)))
         return S_OK; // clipped to nothing: there may be no memory where its first pixel would be
-    memory.Point(call);
+    // Packed and sharpened pictures may be scaled in place: the source is read from a copy then.
+    const bool bCopy = call.bOverlap && (bPacked || call.luma.bSharpen);
+    const size_t cbCopy = bCopy ? GetPicSize(&call.picInput) : 0;
+    const size_t cbWork = WorkSize(call);
+    CCallMemory memory;
+    BYTE* pWork = memory.Open(pTemp, Img_GetBufferSize(&call.picInput, &call.picOutput), cbWork + cbCopy);
+    if (!pWork)
+        return E_OUTOFMEMORY;
+    if (bCopy)
+        call.pbInput = static_cast<const BYTE*>(std::memcpy(pWork + cbWork, call.pbInput, cbCopy));
     switch (call.branch.branch)
     {
     case eBranch::Interleaved:
-        ScaleFirstPlane(call);
+    case eBranch::None:
+        ScaleInterleaved(call, pWork);
         break;
     case eBranch::PlanarYUV:
-        ScaleThreePlanes(call);
+        ScaleThreePlanes(call, pWork);
         break;
     case eBranch::PackedYUV:
-        if (Width(call.src.rc) > 0 && Height(call.src.rc) > 0)
-            RunPacked(call, memory.Temp());
-        break;
-    case eBranch::None:
+        ResizePacked(PackedOf(call), pWork);
         break;
     }
-    if (call.src.bMirror != call.dst.bMirror)
-        TurnOutput(call);
     return S_OK; // deliberate: what the primitives answer only ends the branch
 }
 
@@ -396,17 +340,12 @@ HRESULT Img_ResizeFrame(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _
                        src,
                        dst,
                        branch,
-                       nInterpolation,
-                       nSharp != 0,
-                       MakeSharpenKernel(nSharp),
-                       {},
+                       {{}, nInterpolation, branch.nChannels, nSharp != 0, MakeSharpenKernel(nSharp)},
                        {},
                        _pbInput,
                        _pbOutput,
-                       {},
-                       {},
-                       nullptr,
-                       nullptr};
+                       false};
+    call.bOverlap = DoOverlap(call);
     SetScales(call);
-    return RunBranch(call, pTemp, nMode);
+    return RunBranch(call, pTemp);
 }

@@ -15,32 +15,8 @@ struct SharpenKernel
 /// \param nSharp limited to -50 to 50; the kernel has effect unless it is 0
 SharpenKernel MakeSharpenKernel(int nSharp) noexcept;
 
-/// Convolves a block; samples around it are read, one each way. The quotient is rounded to the nearest, half
-/// up, and limited to 0 to 255. An empty block is done at once. Source and destination must not overlap.
-template <int nChannels>
-ePrimitiveStatus FilterPlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                             RoiSize size, const SharpenKernel& kernel) noexcept;
-
-inline ePrimitiveStatus FilterPlane1(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                     RoiSize size, const SharpenKernel& kernel) noexcept
-{
-    return FilterPlane<1>(pSrc, nSrcStep, pDst, nDstStep, size, kernel);
-}
-
-inline ePrimitiveStatus FilterPlane3(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                     RoiSize size, const SharpenKernel& kernel) noexcept
-{
-    return FilterPlane<3>(pSrc, nSrcStep, pDst, nDstStep, size, kernel);
-}
-
-inline ePrimitiveStatus FilterPlane4(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                     RoiSize size, const SharpenKernel& kernel) noexcept
-{
-    return FilterPlane<4>(pSrc, nSrcStep, pDst, nDstStep, size, kernel);
-}
-
-/// Copies a scaled plane from the work memory to the frame and filters it there, but for its outermost ring,
-/// which stays as it was scaled. A frame that cannot be accessed is told of in the trace.
-/// \param nStep bytes from one row to the next, on both sides
-ePrimitiveStatus SharpenPlane(const BYTE* pSrc, BYTE* pDst, ptrdiff_t nStep, RoiSize size, int nChannels,
-                              const SharpenKernel& kernel) noexcept;
+/// Convolves a row. The quotient is rounded to the nearest, half up, and limited to 0 to 255.
+/// \param pAbove, pRow, pBelow the first sample to convolve in each of three rows, of which a pixel on both
+/// sides is read \param pDst must not overlap them \param nChannels samples of a pixel
+void FilterRow(const BYTE* pAbove, const BYTE* pRow, const BYTE* pBelow, BYTE* pDst, size_t nSamples,
+               int nChannels, const SharpenKernel& kernel) noexcept;
