@@ -61,6 +61,8 @@ struct V16
     /// Unsigned bytes of this times signed bytes of the other, in pairs.
     V16 MaddBytes(V16 o) const { return {_mm_maddubs_epi16(v, o.v)}; }
     V16 Bytes(V16 o) const { return {_mm_shuffle_epi8(v, o.v)}; }
+    /// Sums of neighbouring words, those of this first.
+    V16 AddNeighbours(V16 o) const { return {_mm_hadd_epi16(v, o.v)}; }
     template <int n>
     V16 Right32() const
     {
@@ -70,6 +72,12 @@ struct V16
     V16 Right16() const
     {
         return {_mm_srli_epi16(v, n)};
+    }
+    /// Signed.
+    template <int n>
+    V16 RightSigned16() const
+    {
+        return {_mm_srai_epi16(v, n)};
     }
     template <int n>
     V16 Left16() const
@@ -165,6 +173,7 @@ struct V32
     V32 Madd(V32 o) const { return {_mm256_madd_epi16(v, o.v)}; }
     V32 MaddBytes(V32 o) const { return {_mm256_maddubs_epi16(v, o.v)}; }
     V32 Bytes(V32 o) const { return {_mm256_shuffle_epi8(v, o.v)}; }
+    V32 AddNeighbours(V32 o) const { return {_mm256_hadd_epi16(v, o.v)}; }
     template <int n>
     V32 Right32() const
     {
@@ -174,6 +183,11 @@ struct V32
     V32 Right16() const
     {
         return {_mm256_srli_epi16(v, n)};
+    }
+    template <int n>
+    V32 RightSigned16() const
+    {
+        return {_mm256_srai_epi16(v, n)};
     }
     template <int n>
     V32 Left16() const
@@ -211,81 +225,76 @@ V Words(int nLow, int nHigh)
     return V::Number(static_cast<int>((static_cast<unsigned>(nHigh) << 16) | (nLow & 0xFFFF)));
 }
 
-/// Eight pixels a lane, as 32-bit words: those of even and of odd columns.
+/// Four bytes in each 32 bits.
 template <class V>
-struct Pixels8
+V FourBytes(int n0, int n1, int n2, int n3)
 {
-    V even, odd;
+    return Words<V>((n0 & 0xFF) | (n1 & 0xFF) << 8, (n2 & 0xFF) | (n3 & 0xFF) << 8);
+}
+
+/// Eight pixels a lane as pairs of bytes, B with G and R with G, and the differences that chroma is made of.
+template <class V>
+struct Pairs8
+{
+    V bg, rg;        ///< a pair a pixel, in the order of columns
+    V first, second; ///< words B - G of two columns, R - G of them, and so on
+
+    /// A quotient by 65536 of (nLumaB B + nLumaG G + nLumaR R + nLumaRound), in the high bytes of words in
+    /// the order of columns: the coefficients are taken apart into multiples of 256 and bytes, signed and
+    /// small enough for no sum to saturate.
+    V Luma() const
+    {
+        constexpr int nRound = nLumaRound / 256;
+        constexpr int nHighB = nLumaB / 256;
+        constexpr int nHighR = nLumaR / 256 + 1;
+        constexpr int nHighGOfR = 59; // G counts with both, as it is too much for one
+        constexpr int nHighGOfB = nLumaG / 256 - nHighGOfR;
+        static_assert(nLumaRound % 256 == 0);
+        static_assert((nHighB + nHighGOfB) * 255 <= 0x7FFF && (nHighR + nHighGOfR) * 255 <= 0x7FFF);
+        const V low = bg.MaddBytes(FourBytes<V>(nLumaB % 256, nLumaG % 256, nLumaB % 256, nLumaG % 256))
+                          .Add16(rg.MaddBytes(
+                              Words<V>((nLumaR - nHighR * 256) & 0xFF, (nLumaR - nHighR * 256) & 0xFF)));
+        const V high = bg.MaddBytes(FourBytes<V>(nHighB, nHighGOfB, nHighB, nHighGOfB))
+                           .Add16(rg.MaddBytes(FourBytes<V>(nHighR, nHighGOfR, nHighR, nHighGOfR)));
+        return high.Add16(Words<V>(nRound, nRound)).Add16(low.template RightSigned16<8>());
+    }
+    /// B - G and R - G of two columns.
+    V Differences() const { return first.AddNeighbours(second); }
 };
 
 /// Reads eight pixels a lane from blocks nStride bytes apart.
 template <class V, size_t cbPixel, size_t nStride>
-Pixels8<V> LoadPixels(const BYTE* p)
+Pairs8<V> LoadPairs(const BYTE* p)
 {
-    V first, second;
+    V first = V::template Load<nStride>(p);
+    V second;
     if constexpr (cbPixel == 4)
     {
-        first = V::template Load<nStride>(p);
-        second = V::template Load<nStride>(p + 16);
+        const V order = V::Order(0, 1, 4, 5, 2, 1, 6, 5, 8, 9, 12, 13, 10, 9, 14, 13);
+        first = first.Bytes(order);
+        second = V::template Load<nStride>(p + 16).Bytes(order);
     }
     else
     {
         // The second load ends with the last pixel, so that none reaches behind the block.
-        const V wideFirst = V::Order(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
-        const V wideLast = V::Order(4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15, -1);
-        first = V::template Load<nStride>(p).Bytes(wideFirst);
-        second = V::template Load<nStride>(p + 8).Bytes(wideLast);
+        first = first.Bytes(V::Order(0, 1, 3, 4, 2, 1, 5, 4, 6, 7, 9, 10, 8, 7, 11, 10));
+        second = V::template Load<nStride>(p + 8).Bytes(
+            V::Order(4, 5, 7, 8, 6, 5, 9, 8, 10, 11, 13, 14, 12, 11, 15, 14));
     }
-    return {first.Evens(second), first.Odds(second)};
+    const V difference = FourBytes<V>(1, -1, 1, -1);
+    return {first.Evens(second), first.Odds(second), first.MaddBytes(difference),
+            second.MaddBytes(difference)};
 }
 
-/// The same as words: B and R of each pixel, and G twice.
+/// Words of U and V in turn out of sums of B - G and R - G: bits 1 to 8 where nShift is 17, 2 to 9 where it
+/// is 18.
 template <class V>
-struct Components
+V ChromaWords(V sums, const ChromaRounding& rounding)
 {
-    V br, gg;
-
-    explicit Components(V px)
-        : br(px & Words<V>(0xFF, 0xFF)),
-          gg(px.Bytes(V::Order(1, -1, 1, -1, 5, -1, 5, -1, 9, -1, 9, -1, 13, -1, 13, -1)))
-    {
-    }
-    Components(V brSum, V ggSum) : br(brSum), gg(ggSum) {}
-    Components operator+(const Components& o) const { return {br.Add16(o.br), gg.Add16(o.gg)}; }
-
-    /// Y in the high word of each 32 bits.
-    V Luma() const
-    {
-        // 33030 is too much for a signed word, so that G counts twice with a half.
-        return br.Madd(Words<V>(nLumaB, nLumaR))
-            .Add32(gg.Madd(Words<V>(nLumaG / 2, nLumaG / 2)))
-            .Add32(V::Number(nLumaRound));
-    }
-    /// Sums before their shift.
-    V Cb(int nRound) const
-    {
-        return br.Madd(Words<V>(nCbB, nCbR)).Add32(gg.Madd(Words<V>(nCbG, 0))).Add32(V::Number(nRound));
-    }
-    V Cr(int nRound) const
-    {
-        return br.Madd(Words<V>(nCrB, nCrR)).Add32(gg.Madd(Words<V>(nCrG, 0))).Add32(V::Number(nRound));
-    }
-};
-
-/// Words of Y in the order of columns.
-template <class V>
-V LumaWords(const Components<V>& even, const Components<V>& odd)
-{
-    return even.Luma().template Right32<16>().EvenOddWords(odd.Luma());
-}
-
-/// Words of U and V in turn; only their low bytes count.
-template <class V, int nShift>
-V ChromaWords(const Components<V>& sum, const ChromaRounding& rounding)
-{
-    return sum.Cb(rounding.nCb)
-        .template Right32<nShift>()
-        .EvenOddWords(sum.Cr(rounding.nCr).template Right32<nShift - 16>());
+    static_assert(nCbB + nCbG + nCbR == 0 && nCrB + nCrG + nCrR == 0); // so that G is no term of its own
+    const V cb = sums.Madd(Words<V>(nCbB, nCbR)).Add32(V::Number(rounding.nCb));
+    const V cr = sums.Madd(Words<V>(nCrB, nCrR)).Add32(V::Number(rounding.nCr));
+    return cb.template Right32<16>().EvenOddWords(cr);
 }
 
 template <class V, size_t cbPixel, bool bUyvy, bool bNearest>
@@ -297,15 +306,15 @@ struct RgbToPackedBlock
 
     static void Do(const BYTE* pSrc, BYTE* pDst)
     {
-        const Pixels8<V> px = LoadPixels<V, cbPixel, 8 * cbPixel>(pSrc);
-        const Components<V> even(px.even);
-        const Components<V> odd(px.odd);
-        const V luma = LumaWords(even, odd);
-        const V chroma = ChromaWords<V, 17>(even + odd, bNearest ? chromaUYVY : chromaYUY2);
+        const Pairs8<V> px = LoadPairs<V, cbPixel, 8 * cbPixel>(pSrc);
+        const V luma = px.Luma();
+        const V chroma = ChromaWords(px.Differences(), bNearest ? chromaUYVY : chromaYUY2);
+        const V low = Words<V>(0xFF, 0xFF);
+        const V high = Words<V>(0xFF00, 0xFF00);
         if constexpr (bUyvy)
-            (luma.template Left16<8>() | (chroma & Words<V>(0xFF, 0xFF))).template Store<16>(pDst);
+            ((luma & high) | (chroma.template Right16<1>() & low)).template Store<16>(pDst);
         else
-            (luma | chroma.template Left16<8>()).template Store<16>(pDst);
+            (luma.template Right16<8>() | (chroma.template Left16<7>() & high)).template Store<16>(pDst);
     }
 };
 
@@ -328,15 +337,12 @@ struct RgbToPlanarBlock
     /// Eight columns a lane of two rows.
     static void Half(const BYTE* pSrc0, const BYTE* pSrc1, V& luma0, V& luma1, V& chroma)
     {
-        const Pixels8<V> px0 = LoadPixels<V, cbPixel, 16 * cbPixel>(pSrc0);
-        const Pixels8<V> px1 = LoadPixels<V, cbPixel, 16 * cbPixel>(pSrc1);
-        const Components<V> even0(px0.even);
-        const Components<V> odd0(px0.odd);
-        const Components<V> even1(px1.even);
-        const Components<V> odd1(px1.odd);
-        luma0 = LumaWords(even0, odd0);
-        luma1 = LumaWords(even1, odd1);
-        chroma = ChromaWords<V, 18>(even0 + odd0 + (even1 + odd1), chroma420) & Words<V>(0xFF, 0xFF);
+        const Pairs8<V> px0 = LoadPairs<V, cbPixel, 16 * cbPixel>(pSrc0);
+        const Pairs8<V> px1 = LoadPairs<V, cbPixel, 16 * cbPixel>(pSrc1);
+        luma0 = px0.Luma().template Right16<8>();
+        luma1 = px1.Luma().template Right16<8>();
+        const V sums = px0.first.Add16(px1.first).AddNeighbours(px0.second.Add16(px1.second));
+        chroma = ChromaWords(sums, chroma420).template Right16<2>() & Words<V>(0xFF, 0xFF);
     }
     static void Do(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV)
     {
@@ -355,13 +361,6 @@ struct RgbWords
 {
     V b, g, r;
 };
-
-/// Four bytes in each 32 bits.
-template <class V>
-V FourBytes(int n0, int n1, int n2, int n3)
-{
-    return Words<V>((n0 & 0xFF) | (n1 & 0xFF) << 8, (n2 & 0xFF) | (n3 & 0xFF) << 8);
-}
 
 /// Each coefficient of more than 16 bits is split into the products of a small factor, which the bytes are
 /// multiplied by first, and a signed word: nothing is rounded before the shift.
@@ -606,70 +605,87 @@ struct Bgr32ToBgraBlock
     }
 };
 
-/// Whole blocks, then one that ends with the row and does some pixels again. A row that is shorter than a
-/// block is handed on.
+/// Pixels of a turn of the loop: a line of the cache in a plane of bytes.
+constexpr size_t nGroup = 64;
+
+/// How far ahead of the loop sources and destinations are asked for: long enough for memory to answer, short
+/// enough for the lines to be there still. A destination's lines are read before they are written.
+constexpr size_t cbSrcAhead = 2048;
+constexpr size_t cbDstAhead = 512;
+
+/// Asks for cb bytes cbAhead further on; any address will do, also behind a row and behind a picture.
+template <size_t cb, size_t cbAhead>
+void Prefetch(const BYTE* p)
+{
+    const UINT_PTR nAddress = reinterpret_cast<UINT_PTR>(p) + cbAhead;
+    for (size_t i = 0; i < cb; i += 64)
+        _mm_prefetch(reinterpret_cast<const char*>(nAddress + i), _MM_HINT_T0);
+}
+
+/// Whole blocks, then one that ends with the row and does some pixels again. block does nBlock pixels from a
+/// column on, and prefetch asks for what nGroup pixels further on take.
+template <size_t nBlock, class TBlock, class TPrefetch>
+void RunBlocks(size_t nPixels, TBlock block, TPrefetch prefetch)
+{
+    size_t i = 0;
+    for (; i + nGroup <= nPixels; i += nGroup)
+    {
+        prefetch(i);
+        for (size_t k = 0; k < nGroup; k += nBlock)
+            block(i + k);
+    }
+    for (; i + nBlock <= nPixels; i += nBlock)
+        block(i);
+    if (i < nPixels)
+        block(nPixels - nBlock);
+}
+
+// A row that is shorter than a block is handed on.
+
 template <class TBlock, auto pfnShorter>
 void RunRow(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
 {
-    constexpr size_t n = TBlock::nPixels;
-    if (nPixels < n)
+    if (nPixels < TBlock::nPixels)
         return pfnShorter(pSrc, pDst, nPixels);
-    size_t i = 0;
-    for (; i + n <= nPixels; i += n)
-        TBlock::Do(pSrc + i * TBlock::cbSrc, pDst + i * TBlock::cbDst);
-    if (i < nPixels)
-        TBlock::Do(pSrc + (nPixels - n) * TBlock::cbSrc, pDst + (nPixels - n) * TBlock::cbDst);
-}
-
-/// Asks for the bytes of the two rows that come next; any address will do.
-inline void PrefetchNextRows(const BYTE* pSrc0, const BYTE* pSrc1, size_t cb)
-{
-    const UINT_PTR nRow0 = reinterpret_cast<UINT_PTR>(pSrc0);
-    const UINT_PTR nRow1 = reinterpret_cast<UINT_PTR>(pSrc1);
-    const UINT_PTR nStep = nRow1 - nRow0;
-    for (size_t i = 0; i < cb; i += 64)
-    {
-        _mm_prefetch(reinterpret_cast<const char*>(nRow1 + nStep + i), _MM_HINT_T0);
-        _mm_prefetch(reinterpret_cast<const char*>(nRow1 + 2 * nStep + i), _MM_HINT_T0);
-    }
+    RunBlocks<TBlock::nPixels>(
+        nPixels, [=](size_t i) { TBlock::Do(pSrc + i * TBlock::cbSrc, pDst + i * TBlock::cbDst); },
+        [=](size_t i)
+        {
+            Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc + i * TBlock::cbSrc);
+            Prefetch<nGroup * TBlock::cbDst, cbDstAhead>(pDst + i * TBlock::cbDst);
+        });
 }
 
 template <class TBlock, auto pfnShorter>
 void RunToPlanar(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV,
                  size_t nPixels) noexcept
 {
-    constexpr size_t n = TBlock::nPixels;
-    if (nPixels < n)
+    if (nPixels < TBlock::nPixels)
         return pfnShorter(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
-    const auto block = [=](size_t i)
-    {
-        TBlock::Do(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, pY0 + i, pY1 + i, pU + i / 2,
-                   pV + i / 2);
-    };
-    size_t i = 0;
-    for (; i + n <= nPixels; i += n)
-    {
-        PrefetchNextRows(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, n * TBlock::cbSrc);
-        block(i);
-    }
-    if (i < nPixels)
-        block(nPixels - n);
+    RunBlocks<TBlock::nPixels>(
+        nPixels,
+        [=](size_t i)
+        {
+            TBlock::Do(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, pY0 + i, pY1 + i, pU + i / 2,
+                       pV + i / 2);
+        },
+        [=](size_t i)
+        {
+            Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc0 + i * TBlock::cbSrc);
+            Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc1 + i * TBlock::cbSrc);
+        });
 }
 
 template <class TBlock, auto pfnShorter>
 void RunFromPlanar(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
                    size_t nPixels) noexcept
 {
-    constexpr size_t n = TBlock::nPixels;
-    if (nPixels < n)
+    if (nPixels < TBlock::nPixels)
         return pfnShorter(pY, pSecond, pThird, pDst, nPixels);
-    const auto block = [=](size_t i)
-    { TBlock::Do(pY + i, pSecond + i / 2, pThird + i / 2, pDst + i * TBlock::cbDst); };
-    size_t i = 0;
-    for (; i + n <= nPixels; i += n)
-        block(i);
-    if (i < nPixels)
-        block(nPixels - n);
+    RunBlocks<TBlock::nPixels>(
+        nPixels,
+        [=](size_t i) { TBlock::Do(pY + i, pSecond + i / 2, pThird + i / 2, pDst + i * TBlock::cbDst); },
+        [=](size_t i) { Prefetch<nGroup * TBlock::cbDst, cbDstAhead>(pDst + i * TBlock::cbDst); });
 }
 
 /// The scalar kernel that takes what is too short for any vector.
