@@ -141,10 +141,14 @@ void PackedToRgb(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
 }
 
 template <class TPixel>
-void PlanarToRgb(const BYTE* pY, const BYTE* pU, const BYTE* pV, BYTE* pDst, size_t nPixels) noexcept
+void PlanarToRgb(const BYTE* pY0, const BYTE* pY1, const BYTE* pU, const BYTE* pV, BYTE* pDst0, BYTE* pDst1,
+                 size_t nPixels) noexcept
 {
-    for (size_t i = 0; i < nPixels; i++, pDst += TPixel::cbPixel)
-        TPixel::Store(pDst, ToBgr(rgbFrom420, pY[i], pU[i / 2], pV[i / 2]));
+    for (size_t i = 0; i < nPixels; i++)
+    {
+        TPixel::Store(pDst0 + i * TPixel::cbPixel, ToBgr(rgbFrom420, pY0[i], pU[i / 2], pV[i / 2]));
+        TPixel::Store(pDst1 + i * TPixel::cbPixel, ToBgr(rgbFrom420, pY1[i], pU[i / 2], pV[i / 2]));
+    }
 }
 
 template <Packing pack>
@@ -165,8 +169,8 @@ void PackedToPlanar420(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY
 }
 
 template <Packing pack>
-void PlanarToPacked(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
-                    size_t nPixels) noexcept
+void PlanarRowToPacked(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
+                       size_t nPixels) noexcept
 {
     for (size_t i = 0; i + 1 < nPixels; i += 2, pDst += 4)
     {
@@ -175,6 +179,14 @@ void PlanarToPacked(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYT
         pDst[pack.nU] = pThird[i / 2]; // crossed on purpose: who wants U here exchanges the pointers
         pDst[pack.nV] = pSecond[i / 2];
     }
+}
+
+template <Packing pack>
+void PlanarToPacked(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst0,
+                    BYTE* pDst1, size_t nPixels) noexcept
+{
+    PlanarRowToPacked<pack>(pY0, pSecond, pThird, pDst0, nPixels);
+    PlanarRowToPacked<pack>(pY1, pSecond, pThird, pDst1, nPixels);
 }
 
 void YUY2ToUYVY(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept

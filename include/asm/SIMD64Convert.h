@@ -18,9 +18,9 @@ using PFNCONVERTROW = void (*)(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noe
 using PFNTOPLANAR420 = void (*)(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU,
                                 BYTE* pV, size_t nPixels) noexcept;
 
-/// One row of Y and its chroma to one row of pixels.
-using PFNFROMPLANAR420 = void (*)(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
-                                  size_t nPixels) noexcept;
+/// Two rows of Y and one of each chroma to two rows of pixels.
+using PFNFROMPLANAR420 = void (*)(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird,
+                                  BYTE* pDst0, BYTE* pDst1, size_t nPixels) noexcept;
 
 struct ConvertKernels
 {
@@ -53,8 +53,8 @@ struct ConvertKernels
     PFNTOPLANAR420 YUY2ToPlanar420;
     PFNTOPLANAR420 UYVYToPlanar420;
 
-    /// From planar 4:2:0. The two packed forms write the third pointer in the place of U, the second in that
-    /// of V; the RGB forms take U as the second and V as the third.
+    /// From planar 4:2:0. The two packed forms write the third plane in the place of U, the second in that of
+    /// V; the RGB forms take U as the second and V as the third.
     PFNFROMPLANAR420 Planar420ToYUY2;
     PFNFROMPLANAR420 Planar420ToUYVY;
     PFNFROMPLANAR420 Planar420ToBGR24;

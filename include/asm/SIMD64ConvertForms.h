@@ -1,236 +1,13 @@
 #pragma once
 /// The vector forms of the conversions, written once for registers of 16 and of 32 bytes. Included by the
 /// files that are compiled for one kind of processor each, so everything here is local to its includer.
-///
-/// A wide register is two lanes that do the same work on neighbouring blocks of pixels: all loads and stores
-/// name the distance between the blocks, and no instruction carries bytes from lane to lane.
 
-#include "asm/SIMD64Convert.h"
 #include "asm/SIMD64ConvertFormulas.h"
-
-#include <immintrin.h>
+#include "asm/SIMD64ConvertRuns.h"
+#include "asm/SIMD64Vectors.h"
 
 namespace
 {
-
-/// One lane.
-struct V16
-{
-    static constexpr size_t nLanes = 1;
-    __m128i v;
-
-    template <size_t>
-    static V16 Load(const BYTE* p)
-    {
-        return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
-    }
-    /// 8 bytes into the low half.
-    template <size_t>
-    static V16 LoadHalf(const BYTE* p)
-    {
-        return {_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))};
-    }
-    template <size_t>
-    void Store(BYTE* p) const
-    {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
-    }
-    template <size_t>
-    void StoreLow(BYTE* p) const
-    {
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v);
-    }
-    template <size_t>
-    void StoreHigh(BYTE* p) const
-    {
-        _mm_storeh_pi(reinterpret_cast<__m64*>(p), _mm_castsi128_ps(v));
-    }
-    static V16 Number(int n) { return {_mm_set1_epi32(n)}; }
-    /// The bytes of a lane. Written so that the compiler sees a constant of the whole width.
-    template <class... T>
-    static V16 Order(T... nBytes)
-    {
-        return {_mm_setr_epi8(static_cast<char>(nBytes)...)};
-    }
-
-    V16 operator&(V16 o) const { return {_mm_and_si128(v, o.v)}; }
-    V16 operator|(V16 o) const { return {_mm_or_si128(v, o.v)}; }
-    V16 Add16(V16 o) const { return {_mm_add_epi16(v, o.v)}; }
-    V16 Add32(V16 o) const { return {_mm_add_epi32(v, o.v)}; }
-    V16 Madd(V16 o) const { return {_mm_madd_epi16(v, o.v)}; }
-    /// Unsigned bytes of this times signed bytes of the other, in pairs.
-    V16 MaddBytes(V16 o) const { return {_mm_maddubs_epi16(v, o.v)}; }
-    V16 Bytes(V16 o) const { return {_mm_shuffle_epi8(v, o.v)}; }
-    /// Sums of neighbouring words, those of this first.
-    V16 AddNeighbours(V16 o) const { return {_mm_hadd_epi16(v, o.v)}; }
-    template <int n>
-    V16 Right32() const
-    {
-        return {_mm_srli_epi32(v, n)};
-    }
-    template <int n>
-    V16 Right16() const
-    {
-        return {_mm_srli_epi16(v, n)};
-    }
-    /// Signed.
-    template <int n>
-    V16 RightSigned16() const
-    {
-        return {_mm_srai_epi16(v, n)};
-    }
-    template <int n>
-    V16 Left16() const
-    {
-        return {_mm_slli_epi16(v, n)};
-    }
-    /// Even words of this, odd ones of the other.
-    V16 EvenOddWords(V16 o) const { return {_mm_blend_epi16(v, o.v, 0xAA)}; }
-    /// Even, respectively odd, 32-bit words of both, this one's first.
-    V16 Evens(V16 o) const
-    {
-        return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(o.v), 0x88))};
-    }
-    V16 Odds(V16 o) const
-    {
-        return {_mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(v), _mm_castsi128_ps(o.v), 0xDD))};
-    }
-    V16 Pack16(V16 o) const { return {_mm_packus_epi16(v, o.v)}; }
-    V16 Low8(V16 o) const { return {_mm_unpacklo_epi8(v, o.v)}; }
-    V16 High8(V16 o) const { return {_mm_unpackhi_epi8(v, o.v)}; }
-    V16 Low16(V16 o) const { return {_mm_unpacklo_epi16(v, o.v)}; }
-    V16 High16(V16 o) const { return {_mm_unpackhi_epi16(v, o.v)}; }
-    /// The bytes of this from n on, then those of the next.
-    template <int n>
-    V16 Join(V16 oNext) const
-    {
-        return {_mm_alignr_epi8(oNext.v, v, n)};
-    }
-};
-
-#ifdef __AVX2__
-
-/// Two lanes, nStride bytes apart in memory.
-struct V32
-{
-    static constexpr size_t nLanes = 2;
-    __m256i v;
-
-    template <size_t nStride>
-    static V32 Load(const BYTE* p)
-    {
-        if constexpr (nStride == 16)
-            return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
-        else
-            return {_mm256_inserti128_si256(_mm256_castsi128_si256(V16::Load<0>(p).v),
-                                            V16::Load<0>(p + nStride).v, 1)};
-    }
-    template <size_t nStride>
-    static V32 LoadHalf(const BYTE* p)
-    {
-        if constexpr (nStride == 8)
-            return {_mm256_permute4x64_epi64(_mm256_castsi128_si256(V16::Load<0>(p).v), 0x50)};
-        else
-            return {_mm256_inserti128_si256(_mm256_castsi128_si256(V16::LoadHalf<0>(p).v),
-                                            V16::LoadHalf<0>(p + nStride).v, 1)};
-    }
-    V16 Lane0() const { return {_mm256_castsi256_si128(v)}; }
-    V16 Lane1() const { return {_mm256_extracti128_si256(v, 1)}; }
-    template <size_t nStride>
-    void Store(BYTE* p) const
-    {
-        if constexpr (nStride == 16)
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
-        else
-        {
-            Lane0().Store<0>(p);
-            Lane1().Store<0>(p + nStride);
-        }
-    }
-    template <size_t nStride>
-    void StoreLow(BYTE* p) const
-    {
-        Lane0().StoreLow<0>(p);
-        Lane1().StoreLow<0>(p + nStride);
-    }
-    template <size_t nStride>
-    void StoreHigh(BYTE* p) const
-    {
-        Lane0().StoreHigh<0>(p);
-        Lane1().StoreHigh<0>(p + nStride);
-    }
-    static V32 Number(int n) { return {_mm256_set1_epi32(n)}; }
-    template <class... T>
-    static V32 Order(T... nBytes)
-    {
-        return {_mm256_setr_epi8(static_cast<char>(nBytes)..., static_cast<char>(nBytes)...)};
-    }
-
-    V32 operator&(V32 o) const { return {_mm256_and_si256(v, o.v)}; }
-    V32 operator|(V32 o) const { return {_mm256_or_si256(v, o.v)}; }
-    V32 Add16(V32 o) const { return {_mm256_add_epi16(v, o.v)}; }
-    V32 Add32(V32 o) const { return {_mm256_add_epi32(v, o.v)}; }
-    V32 Madd(V32 o) const { return {_mm256_madd_epi16(v, o.v)}; }
-    V32 MaddBytes(V32 o) const { return {_mm256_maddubs_epi16(v, o.v)}; }
-    V32 Bytes(V32 o) const { return {_mm256_shuffle_epi8(v, o.v)}; }
-    V32 AddNeighbours(V32 o) const { return {_mm256_hadd_epi16(v, o.v)}; }
-    template <int n>
-    V32 Right32() const
-    {
-        return {_mm256_srli_epi32(v, n)};
-    }
-    template <int n>
-    V32 Right16() const
-    {
-        return {_mm256_srli_epi16(v, n)};
-    }
-    template <int n>
-    V32 RightSigned16() const
-    {
-        return {_mm256_srai_epi16(v, n)};
-    }
-    template <int n>
-    V32 Left16() const
-    {
-        return {_mm256_slli_epi16(v, n)};
-    }
-    V32 EvenOddWords(V32 o) const { return {_mm256_blend_epi16(v, o.v, 0xAA)}; }
-    V32 Evens(V32 o) const
-    {
-        return {
-            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(v), _mm256_castsi256_ps(o.v), 0x88))};
-    }
-    V32 Odds(V32 o) const
-    {
-        return {
-            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(v), _mm256_castsi256_ps(o.v), 0xDD))};
-    }
-    V32 Pack16(V32 o) const { return {_mm256_packus_epi16(v, o.v)}; }
-    V32 Low8(V32 o) const { return {_mm256_unpacklo_epi8(v, o.v)}; }
-    V32 High8(V32 o) const { return {_mm256_unpackhi_epi8(v, o.v)}; }
-    V32 Low16(V32 o) const { return {_mm256_unpacklo_epi16(v, o.v)}; }
-    V32 High16(V32 o) const { return {_mm256_unpackhi_epi16(v, o.v)}; }
-    template <int n>
-    V32 Join(V32 oNext) const
-    {
-        return {_mm256_alignr_epi8(oNext.v, v, n)};
-    }
-};
-
-#endif
-
-template <class V>
-V Words(int nLow, int nHigh)
-{
-    return V::Number(static_cast<int>((static_cast<unsigned>(nHigh) << 16) | (nLow & 0xFFFF)));
-}
-
-/// Four bytes in each 32 bits.
-template <class V>
-V FourBytes(int n0, int n1, int n2, int n3)
-{
-    return Words<V>((n0 & 0xFF) | (n1 & 0xFF) << 8, (n2 & 0xFF) | (n3 & 0xFF) << 8);
-}
 
 /// Eight pixels a lane as pairs of bytes, B with G and R with G, and the differences that chroma is made of.
 template <class V>
@@ -239,21 +16,23 @@ struct Pairs8
     V bg, rg;        ///< a pair a pixel, in the order of columns
     V first, second; ///< words B - G of two columns, R - G of them, and so on
 
-    /// A quotient by 65536 of (nLumaB B + nLumaG G + nLumaR R + nLumaRound), in the high bytes of words in
-    /// the order of columns: the coefficients are taken apart into multiples of 256 and bytes, signed and
-    /// small enough for no sum to saturate.
+    /// Y in the high bytes of words, in the order of columns. The coefficients are taken apart into multiples
+    /// of 256 and bytes; the sum of the latter can be shifted before it is added, since nothing else has a
+    /// part below 256. All are small enough for no sum of two products to saturate.
     V Luma() const
     {
-        constexpr int nRound = nLumaRound / 256;
         constexpr int nHighB = nLumaB / 256;
-        constexpr int nHighR = nLumaR / 256 + 1;
+        constexpr int nLowB = nLumaB % 256;
+        constexpr int nHighR = nLumaR / 256 + 1; // so that the rest, which is negative, is a signed byte
+        constexpr int nLowR = nLumaR - nHighR * 256;
         constexpr int nHighGOfR = 59; // G counts with both, as it is too much for one
         constexpr int nHighGOfB = nLumaG / 256 - nHighGOfR;
-        static_assert(nLumaRound % 256 == 0);
+        constexpr int nLowG = nLumaG % 256;
+        constexpr int nRound = nLumaRound / 256;
+        static_assert(nLumaRound % 256 == 0 && nLowB <= 127 && nLowR >= -128 && nLowG <= 127);
         static_assert((nHighB + nHighGOfB) * 255 <= 0x7FFF && (nHighR + nHighGOfR) * 255 <= 0x7FFF);
-        const V low = bg.MaddBytes(FourBytes<V>(nLumaB % 256, nLumaG % 256, nLumaB % 256, nLumaG % 256))
-                          .Add16(rg.MaddBytes(
-                              Words<V>((nLumaR - nHighR * 256) & 0xFF, (nLumaR - nHighR * 256) & 0xFF)));
+        const V low = bg.MaddBytes(FourBytes<V>(nLowB, nLowG, nLowB, nLowG))
+                          .Add16(rg.MaddBytes(FourBytes<V>(nLowR, 0, nLowR, 0)));
         const V high = bg.MaddBytes(FourBytes<V>(nHighB, nHighGOfB, nHighB, nHighGOfB))
                            .Add16(rg.MaddBytes(FourBytes<V>(nHighR, nHighGOfR, nHighR, nHighGOfR)));
         return high.Add16(Words<V>(nRound, nRound)).Add16(low.template RightSigned16<8>());
@@ -380,33 +159,51 @@ struct SplitSet
     static_assert(nRV <= 0x7FFF && nBU <= 0x7FFF && nGU >= -0x8000 && nGVRest >= -0x8000);
 };
 
+/// What the chroma of four pairs of pixels a lane adds to B, G and R, constants included: 32 bits a pair.
+template <class V>
+struct ChromaParts
+{
+    V b, g, r;
+};
+
+/// \param chroma bytes U, V, U, V for each pair
+template <class V, RgbSet set>
+ChromaParts<V> PartsOfChroma(V chroma)
+{
+    using Split = SplitSet<set>;
+    return {chroma.MaddBytes(FourBytes<V>(8, 0, Split::nBURest, 0))
+                .Madd(Words<V>(Split::nBU, 1))
+                .Add32(V::Number(set.nB)),
+            chroma.MaddBytes(FourBytes<V>(1, 2, 0, 1))
+                .Madd(Words<V>(Split::nGU, Split::nGVRest))
+                .Add32(V::Number(set.nG)),
+            chroma.MaddBytes(FourBytes<V>(0, 4, 0, Split::nRVRest))
+                .Madd(Words<V>(Split::nRV, 1))
+                .Add32(V::Number(set.nR))};
+}
+
+/// Eight pixels a lane. \param luma words of Y times SplitSet::nYFactor
+template <class V, RgbSet set>
+RgbWords<V> WordsOfParts(V luma, const ChromaParts<V>& parts)
+{
+    const V lumaEven = luma.Madd(Words<V>(SplitSet<set>::nY, 0));
+    const V lumaOdd = luma.Madd(Words<V>(0, SplitSet<set>::nY));
+    const auto words = [&](V part)
+    { return lumaEven.Add32(part).template Right32<16>().EvenOddWords(lumaOdd.Add32(part)); };
+    return {words(parts.b), words(parts.g), words(parts.r)};
+}
+
 /// Eight pixels of packed 4:2:2 a lane.
 template <class V, bool bUyvy, RgbSet set>
 RgbWords<V> PackedToRgbWords(V packed)
 {
-    using Split = SplitSet<set>;
-    constexpr int nEvenByte = bUyvy ? 0 : Split::nYFactor;
-    constexpr int nOddByte = bUyvy ? Split::nYFactor : 0;
+    constexpr int nFactor = SplitSet<set>::nYFactor;
+    constexpr int nEvenByte = bUyvy ? 0 : nFactor;
+    constexpr int nOddByte = bUyvy ? nFactor : 0;
     const V luma = packed.MaddBytes(FourBytes<V>(nEvenByte, nOddByte, nEvenByte, nOddByte));
-    const V lumaEven = luma.Madd(Words<V>(Split::nY, 0));
-    const V lumaOdd = luma.Madd(Words<V>(0, Split::nY));
-
-    // Bytes U, V, U, V for each pair.
     const V order = bUyvy ? V::Order(0, 2, 0, 2, 4, 6, 4, 6, 8, 10, 8, 10, 12, 14, 12, 14)
                           : V::Order(1, 3, 1, 3, 5, 7, 5, 7, 9, 11, 9, 11, 13, 15, 13, 15);
-    const V chroma = packed.Bytes(order);
-    const V b = chroma.MaddBytes(FourBytes<V>(8, 0, Split::nBURest, 0))
-                    .Madd(Words<V>(Split::nBU, 1))
-                    .Add32(V::Number(set.nB));
-    const V g = chroma.MaddBytes(FourBytes<V>(1, 2, 0, 1))
-                    .Madd(Words<V>(Split::nGU, Split::nGVRest))
-                    .Add32(V::Number(set.nG));
-    const V r = chroma.MaddBytes(FourBytes<V>(0, 4, 0, Split::nRVRest))
-                    .Madd(Words<V>(Split::nRV, 1))
-                    .Add32(V::Number(set.nR));
-    const auto words = [&](V part)
-    { return lumaEven.Add32(part).template Right32<16>().EvenOddWords(lumaOdd.Add32(part)); };
-    return {words(b), words(g), words(r)};
+    return WordsOfParts<V, set>(luma, PartsOfChroma<V, set>(packed.Bytes(order)));
 }
 
 /// Eight pixels a lane as BGRA, four and four.
@@ -470,32 +267,45 @@ struct PackedToBgr24Block
     }
 };
 
+/// Eight columns a lane of planes to BGRA.
+template <class V>
+void PlanarToBgra(V twiceY, const ChromaParts<V>& parts, V& first, V& second)
+{
+    constexpr int nFactor = SplitSet<rgbFrom420>::nYFactor;
+    const V luma = twiceY.MaddBytes(FourBytes<V>(nFactor, 0, nFactor, 0));
+    ToBgra(WordsOfParts<V, rgbFrom420>(luma, parts), first, second);
+}
+
 template <class V, bool b24>
 struct PlanarToRgbBlock
 {
     static constexpr size_t nPixels = 16 * V::nLanes;
     static constexpr size_t cbDst = b24 ? 3 : 4;
 
-    static void Do(const BYTE* pY, const BYTE* pU, const BYTE* pV, BYTE* pDst)
+    static void Row(const BYTE* pY, const ChromaParts<V>& partsLow, const ChromaParts<V>& partsHigh,
+                    BYTE* pDst)
     {
         const V luma = V::template Load<16>(pY);
-        const V chroma = V::template LoadHalf<8>(pU).Low8(V::template LoadHalf<8>(pV));
-        // As rows of YUY2.
         V q0, q1, q2, q3;
-        ToBgra(PackedToRgbWords<V, false, rgbFrom420>(luma.Low8(chroma)), q0, q1);
-        if constexpr (!b24)
-        {
-            q0.template Store<64>(pDst);
-            q1.template Store<64>(pDst + 16);
-        }
-        ToBgra(PackedToRgbWords<V, false, rgbFrom420>(luma.High8(chroma)), q2, q3);
+        PlanarToBgra(luma.Low8(luma), partsLow, q0, q1);
+        PlanarToBgra(luma.High8(luma), partsHigh, q2, q3);
         if constexpr (b24)
             StoreBgr24(q0, q1, q2, q3, pDst);
         else
         {
+            q0.template Store<64>(pDst);
+            q1.template Store<64>(pDst + 16);
             q2.template Store<64>(pDst + 32);
             q3.template Store<64>(pDst + 48);
         }
+    }
+    static void Do(const BYTE* pY0, const BYTE* pY1, const BYTE* pU, const BYTE* pV, BYTE* pDst0, BYTE* pDst1)
+    {
+        const V chroma = V::template LoadHalf<8>(pU).Low8(V::template LoadHalf<8>(pV));
+        const ChromaParts<V> partsLow = PartsOfChroma<V, rgbFrom420>(chroma.Low16(chroma));
+        const ChromaParts<V> partsHigh = PartsOfChroma<V, rgbFrom420>(chroma.High16(chroma));
+        Row(pY0, partsLow, partsHigh, pDst0);
+        Row(pY1, partsLow, partsHigh, pDst1);
     }
 };
 
@@ -605,89 +415,6 @@ struct Bgr32ToBgraBlock
     }
 };
 
-/// Pixels of a turn of the loop: a line of the cache in a plane of bytes.
-constexpr size_t nGroup = 64;
-
-/// How far ahead of the loop sources and destinations are asked for: long enough for memory to answer, short
-/// enough for the lines to be there still. A destination's lines are read before they are written.
-constexpr size_t cbSrcAhead = 2048;
-constexpr size_t cbDstAhead = 512;
-
-/// Asks for cb bytes cbAhead further on; any address will do, also behind a row and behind a picture.
-template <size_t cb, size_t cbAhead>
-void Prefetch(const BYTE* p)
-{
-    const UINT_PTR nAddress = reinterpret_cast<UINT_PTR>(p) + cbAhead;
-    for (size_t i = 0; i < cb; i += 64)
-        _mm_prefetch(reinterpret_cast<const char*>(nAddress + i), _MM_HINT_T0);
-}
-
-/// Whole blocks, then one that ends with the row and does some pixels again. block does nBlock pixels from a
-/// column on, and prefetch asks for what nGroup pixels further on take.
-template <size_t nBlock, class TBlock, class TPrefetch>
-void RunBlocks(size_t nPixels, TBlock block, TPrefetch prefetch)
-{
-    size_t i = 0;
-    for (; i + nGroup <= nPixels; i += nGroup)
-    {
-        prefetch(i);
-        for (size_t k = 0; k < nGroup; k += nBlock)
-            block(i + k);
-    }
-    for (; i + nBlock <= nPixels; i += nBlock)
-        block(i);
-    if (i < nPixels)
-        block(nPixels - nBlock);
-}
-
-// A row that is shorter than a block is handed on.
-
-template <class TBlock, auto pfnShorter>
-void RunRow(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
-{
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pSrc, pDst, nPixels);
-    RunBlocks<TBlock::nPixels>(
-        nPixels, [=](size_t i) { TBlock::Do(pSrc + i * TBlock::cbSrc, pDst + i * TBlock::cbDst); },
-        [=](size_t i)
-        {
-            Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc + i * TBlock::cbSrc);
-            Prefetch<nGroup * TBlock::cbDst, cbDstAhead>(pDst + i * TBlock::cbDst);
-        });
-}
-
-template <class TBlock, auto pfnShorter>
-void RunToPlanar(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV,
-                 size_t nPixels) noexcept
-{
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
-    RunBlocks<TBlock::nPixels>(
-        nPixels,
-        [=](size_t i)
-        {
-            TBlock::Do(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, pY0 + i, pY1 + i, pU + i / 2,
-                       pV + i / 2);
-        },
-        [=](size_t i)
-        {
-            Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc0 + i * TBlock::cbSrc);
-            Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc1 + i * TBlock::cbSrc);
-        });
-}
-
-template <class TBlock, auto pfnShorter>
-void RunFromPlanar(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
-                   size_t nPixels) noexcept
-{
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pY, pSecond, pThird, pDst, nPixels);
-    RunBlocks<TBlock::nPixels>(
-        nPixels,
-        [=](size_t i) { TBlock::Do(pY + i, pSecond + i / 2, pThird + i / 2, pDst + i * TBlock::cbDst); },
-        [=](size_t i) { Prefetch<nGroup * TBlock::cbDst, cbDstAhead>(pDst + i * TBlock::cbDst); });
-}
-
 /// The scalar kernel that takes what is too short for any vector.
 template <auto pMember>
 struct Scalar;
@@ -714,10 +441,10 @@ struct Scalar<pMember>
 template <PFNFROMPLANAR420 ConvertKernels::*pMember>
 struct Scalar<pMember>
 {
-    static void Run(const BYTE* pY, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst,
-                    size_t nPixels) noexcept
+    static void Run(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst0,
+                    BYTE* pDst1, size_t nPixels) noexcept
     {
-        (GetScalarConvertKernels().*pMember)(pY, pSecond, pThird, pDst, nPixels);
+        (GetScalarConvertKernels().*pMember)(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
     }
 };
 
@@ -751,8 +478,8 @@ void AddForms(ConvertKernels& kernels) noexcept
     QX_FORM(BGR32ToPlanar420, RunToPlanar, RgbToPlanarBlock, 4);
     QX_FORM(YUY2ToPlanar420, RunToPlanar, PackedToPlanarBlock, false);
     QX_FORM(UYVYToPlanar420, RunToPlanar, PackedToPlanarBlock, true);
-    QX_FORM(Planar420ToYUY2, RunFromPlanar, PlanarToPackedBlock, false);
-    QX_FORM(Planar420ToUYVY, RunFromPlanar, PlanarToPackedBlock, true);
+    QX_FORM(Planar420ToYUY2, RunFromPlanarByRow, PlanarToPackedBlock, false);
+    QX_FORM(Planar420ToUYVY, RunFromPlanarByRow, PlanarToPackedBlock, true);
     QX_FORM(Planar420ToBGR24, RunFromPlanar, PlanarToRgbBlock, true);
     QX_FORM(Planar420ToBGRA, RunFromPlanar, PlanarToRgbBlock, false);
 }

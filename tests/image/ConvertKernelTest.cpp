@@ -32,6 +32,7 @@ TEST_P(ConvertLevels, RgbOfEveryYuv)
     std::array<BYTE, nValues * 2> arrYUY2;
     std::array<BYTE, nValues * 2> arrUYVY;
     std::array<BYTE, nValues * 4> arrOut;
+    std::array<BYTE, nValues * 4> arrFirst; // of two equal rows
     const auto isEqual = [&arrOut](const std::array<Pixel, nValues>& expected, size_t cb)
     {
         for (size_t i = 0; i < nValues; i++)
@@ -69,10 +70,15 @@ TEST_P(ConvertLevels, RgbOfEveryYuv)
             ASSERT_TRUE(isEqual(arrA, 3)) << u << ", " << v;
             m_kernels.UYVYToBGRA(arrUYVY.data(), arrOut.data(), nValues);
             ASSERT_TRUE(isEqual(arrC, 4)) << u << ", " << v;
-            m_kernels.Planar420ToBGRA(arrY.data(), arrU.data(), arrV.data(), arrOut.data(), nValues);
+            m_kernels.Planar420ToBGRA(arrY.data(), arrY.data(), arrU.data(), arrV.data(), arrFirst.data(),
+                                      arrOut.data(), nValues);
             ASSERT_TRUE(isEqual(arrB, 4)) << u << ", " << v;
-            m_kernels.Planar420ToBGR24(arrY.data(), arrU.data(), arrV.data(), arrOut.data(), nValues);
+            ASSERT_TRUE(arrFirst == arrOut) << u << ", " << v;
+            m_kernels.Planar420ToBGR24(arrY.data(), arrY.data(), arrU.data(), arrV.data(), arrFirst.data(),
+                                       arrOut.data(), nValues);
             ASSERT_TRUE(isEqual(arrB, 3)) << u << ", " << v;
+            ASSERT_TRUE(std::equal(arrOut.begin(), arrOut.begin() + 3 * nValues, arrFirst.begin()))
+                << u << ", " << v;
         }
     }
 }
@@ -340,15 +346,22 @@ TEST_P(ConvertLevels, FromPlanarFormsEqualTheScalarOnes)
             for (size_t nOffset = 0; nOffset < 4; nOffset++)
             {
                 const auto nSeed = static_cast<unsigned>(n * 4 + nOffset);
-                Piece y(n, nOffset, nSeed);
+                Piece y0(n, nOffset, nSeed);
+                Piece y1(n, 1, nSeed + 3);
                 Piece second(n / 2, 3 - nOffset, nSeed + 1);
                 Piece third(n / 2, nOffset, nSeed + 2);
-                Piece expected(n * form.cbDst, 3 - nOffset, 5);
-                Piece dst(n * form.cbDst, 3 - nOffset, 5);
-                (scalar.*form.pfn)(y.Data(), second.Data(), third.Data(), expected.Data(), n);
-                (m_kernels.*form.pfn)(y.Data(), second.Data(), third.Data(), dst.Data(), n);
-                ASSERT_TRUE(dst.Bytes() == expected.Bytes()) << (&form - arrForms) << " " << n;
-                ASSERT_TRUE(dst.IsWhole()) << (&form - arrForms) << " " << n;
+                Piece arrDst[2][2] = {{{n * form.cbDst, 3 - nOffset, 5}, {n * form.cbDst, 2, 6}},
+                                      {{n * form.cbDst, 3 - nOffset, 5}, {n * form.cbDst, 2, 6}}};
+                for (int i = 0; i < 2; i++)
+                    ((i == 0 ? scalar : m_kernels).*form.pfn)(y0.Data(), y1.Data(), second.Data(),
+                                                              third.Data(), arrDst[i][0].Data(),
+                                                              arrDst[i][1].Data(), n);
+                for (int nRow = 0; nRow < 2; nRow++)
+                {
+                    ASSERT_TRUE(arrDst[1][nRow].Bytes() == arrDst[0][nRow].Bytes())
+                        << (&form - arrForms) << " " << n << " row " << nRow;
+                    ASSERT_TRUE(arrDst[1][nRow].IsWhole()) << (&form - arrForms) << " " << n;
+                }
             }
         }
     }

@@ -94,18 +94,23 @@ void ConvertFromPlanar(const Conversion& conversion, PFNFROMPLANAR420 pfn, const
     const BYTE* pSecond = blocks.src.Pixels(conversion.bSwapChroma ? 2 : 1);
     const BYTE* pThird = blocks.src.Pixels(conversion.bSwapChroma ? 1 : 2);
     BYTE* pDst = blocks.dst.Pixels(0);
-    for (ptrdiff_t y = 0; y < nRows; y++)
+    for (ptrdiff_t y = 0; y < nRows; y += 2)
     {
-        const BYTE* pYRow = pY + y * blocks.src.arrStep[0];
+        const BYTE* pY0 = pY + y * blocks.src.arrStep[0];
+        const BYTE* pY1 = pY + (y + 1) * blocks.src.arrStep[0];
         const BYTE* pSecondRow = pSecond + y / 2 * blocks.src.arrStep[1];
         const BYTE* pThirdRow = pThird + y / 2 * blocks.src.arrStep[2];
-        BYTE* pDstRow = pDst + y * blocks.dst.arrStep[0];
-        pfn(pYRow, pSecondRow, pThirdRow, pDstRow, nWhole);
+        BYTE* pDst0 = pDst + y * blocks.dst.arrStep[0];
+        BYTE* pDst1 = pDst + (y + 1) * blocks.dst.arrStep[0];
+        pfn(pY0, pY1, pSecondRow, pThirdRow, pDst0, pDst1, nWhole);
         if (nWhole != nColumns)
         {
-            BYTE arrPair[cbPairMax] = {};
-            pfn(pYRow + nWhole, pSecondRow + nWhole / 2, pThirdRow + nWhole / 2, arrPair, 2);
-            std::memcpy(pDstRow + nWhole * conversion.cbDstPixel, arrPair, conversion.cbDstPixel);
+            BYTE arrPair0[cbPairMax] = {};
+            BYTE arrPair1[cbPairMax] = {};
+            pfn(pY0 + nWhole, pY1 + nWhole, pSecondRow + nWhole / 2, pThirdRow + nWhole / 2, arrPair0,
+                arrPair1, 2);
+            std::memcpy(pDst0 + nWhole * conversion.cbDstPixel, arrPair0, conversion.cbDstPixel);
+            std::memcpy(pDst1 + nWhole * conversion.cbDstPixel, arrPair1, conversion.cbDstPixel);
         }
     }
 }
