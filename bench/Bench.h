@@ -20,8 +20,9 @@ struct Target
 };
 
 /// Registers one contestant. \param nWidth, nHeight of the larger side, for the throughput
+/// \param prepare runs before the clock does
 void Register(const std::string& sJob, int nWidth, int nHeight, const std::string& sContestant,
-              std::function<void()> work);
+              std::function<void()> work, std::function<void()> prepare = {});
 
 /// Sets the target of a row; one without is only shown.
 void Expect(const std::string& sJob, int nWidth, int nHeight, Target target);
@@ -32,3 +33,6 @@ void RegisterFill();
 void RegisterMix();
 void RegisterResize();
 void RegisterComposition();
+#ifdef QX_BENCH_READERS
+void RegisterReaders();
+#endif

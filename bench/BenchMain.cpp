@@ -152,14 +152,16 @@ private:
 } // namespace
 
 void Register(const std::string& sJob, int nWidth, int nHeight, const std::string& sContestant,
-              std::function<void()> work)
+              std::function<void()> work, std::function<void()> prepare)
 {
     const std::string sRow = RowName(sJob, nWidth, nHeight);
     FindRow(sRow);
     const double dblPixels = static_cast<double>(nWidth) * nHeight;
     benchmark::RegisterBenchmark((sRow + "/" + sContestant).c_str(),
-                                 [work, dblPixels](benchmark::State& state)
+                                 [work, prepare, dblPixels](benchmark::State& state)
                                  {
+                                     if (prepare)
+                                         prepare();
                                      for (auto _ : state)
                                      {
                                          work();
@@ -182,6 +184,9 @@ int main(int argc, char** argv)
     RegisterMix();
     RegisterResize();
     RegisterComposition();
+#ifdef QX_BENCH_READERS
+    RegisterReaders();
+#endif
     benchmark::Initialize(&argc, argv);
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

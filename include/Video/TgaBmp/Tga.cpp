@@ -24,13 +24,8 @@ constexpr DWORD cbMaxPixel = 4;
 constexpr BYTE fDescRightToLeft = 0x10;
 constexpr BYTE fDescInterleave = 0xC0;
 
-constexpr BYTE fPacketRun = 0x80;
-
 /// Pixels are fetched four bytes at a time, so zero bytes stand behind every buffer of pixels.
 constexpr DWORD cbSlack = 4;
-
-/// Packets are a few bytes each: they are served from pieces of this size.
-constexpr DWORD cbReadAhead = 64 * 1024;
 
 WORD GetU16(const BYTE* pb) noexcept
 {
@@ -79,17 +74,23 @@ void CTga::Clear() noexcept
     m_cbDepth = 0;
     m_cbImage = 0;
     m_pImage.reset();
-    DropReadAhead();
-}
-
-void CTga::DropReadAhead() noexcept
-{
-    m_pAhead.reset();
-    m_cbAhead = 0;
-    m_nAhead = 0;
+    m_ahead.Drop();
 }
 
 HRESULT CTga::LoadFile(const wchar_t* pszTgaFile) noexcept
+{
+    return Load(pszTgaFile, NULL);
+}
+
+HRESULT CTga::LoadFile(const wchar_t* pszTgaFile, DWORD fccType, CTaskBytes* pBmp, eBitmap* peBitmap) noexcept
+{
+    Wish wish = {fccType, pBmp, eBitmap_ToConvert};
+    const HRESULT hr = Load(pszTgaFile, &wish);
+    *peBitmap = wish.eMade;
+    return hr;
+}
+
+HRESULT CTga::Load(const wchar_t* pszTgaFile, Wish* pWish) noexcept
 {
     DSASSERT(pszTgaFile != NULL);
     if (pszTgaFile == NULL)
@@ -106,8 +107,8 @@ HRESULT CTga::LoadFile(const wchar_t* pszTgaFile) noexcept
         return hr;
     }
 
-    const HRESULT hr = ReadFile(file.Get());
-    DropReadAhead();
+    const HRESULT hr = Parse(file.Get(), pWish);
+    m_ahead.Drop();
     if (FAILED(hr))
     {
         trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::LoadFile( '%s' ): ReadFile()=0x%X\n", pszTgaFile,
@@ -119,13 +120,19 @@ HRESULT CTga::LoadFile(const wchar_t* pszTgaFile) noexcept
 
 HRESULT CTga::ReadFile(HANDLE hFile) noexcept
 {
+    return Parse(hFile, NULL);
+}
+
+HRESULT CTga::Parse(HANDLE hFile, Wish* pWish) noexcept
+{
     DSASSERT(hFile != INVALID_HANDLE_VALUE);
     if (hFile == INVALID_HANDLE_VALUE)
         return E_FAIL;
 
-    DropReadAhead();
+    m_ahead.Drop();
     SetLastError(ERROR_SUCCESS);
-    const DWORD cbFile = GetFileSize(hFile, NULL);
+    DWORD cbFileHigh = 0; // counts nowhere but in the question whether the image can be there at all
+    const DWORD cbFile = GetFileSize(hFile, &cbFileHigh);
     if (cbFile == INVALID_FILE_SIZE && GetLastError() != ERROR_SUCCESS)
     {
         const HRESULT hr = DSTLLastError();
@@ -162,7 +169,7 @@ HRESULT CTga::ReadFile(HANDLE hFile) noexcept
         cb += cbRead;
     }
 
-    hr = ReadImage(hFile, &cbRead);
+    hr = ReadImage(hFile, cb, ULONGLONG{cbFileHigh} << 32 | cbFile, pWish, &cbRead);
     if (FAILED(hr))
         return hr;
     cb += cbRead;
@@ -278,40 +285,75 @@ HRESULT CTga::ReadColMap(HANDLE hFile, DWORD* pcbRead) noexcept
     return S_OK;
 }
 
-HRESULT CTga::ReadImage(HANDLE hFile, DWORD* pcbRead) noexcept
+/// \param cbBefore bytes of the file that stand before the image
+HRESULT CTga::ReadImage(HANDLE hFile, DWORD cbBefore, ULONGLONG cbFile, Wish* pWish, DWORD* pcbRead) noexcept
 {
     m_cbDepth = (m_header.nBitDepth + 7u) / 8;
     m_pImage.reset();
-    const ULONGLONG cbImage = ULONGLONG{m_header.nWidth} * m_cbDepth * m_header.nHeight;
-    if (cbImage > MAXDWORD) // sizes are counted in 32 bits
-        return E_OUTOFMEMORY;
-    m_pImage = AllocPixels(static_cast<DWORD>(cbImage));
-    if (!m_pImage)
+    if (ULONGLONG{m_header.nWidth} * m_cbDepth * m_header.nHeight > MAXDWORD) // sizes are counted in 32 bits
         return E_OUTOFMEMORY;
 
-    if (m_header.nImageType <= nTypeLastPlain)
+    HRESULT hr = S_OK;
+    if (!CanHold(cbFile > cbBefore ? cbFile - cbBefore : 0))
     {
-        const HRESULT hr = Read(hFile, static_cast<DWORD>(cbImage), m_pImage.get());
-        if (FAILED(hr))
+        // The file promises more than it holds: find out what it lacks, and take no memory for the promise.
+        hr = PassOver(hFile, pcbRead);
+        if (SUCCEEDED(hr)) // then it holds more than its size tells
         {
-            trace(atlTraceGeneral, eTL_Error,
-                  L"###Err### CTga::ReadFile(): read Uncompressed Image Data failed, hr=0x%X\n", hr);
-            return hr;
+            hr = SetPosition(hFile, static_cast<LONG>(cbBefore), FILE_BEGIN);
+            if (FAILED(hr))
+                return hr;
         }
-        *pcbRead = static_cast<DWORD>(cbImage);
     }
-    else
-    {
-        const HRESULT hr = ReadRLEImage(hFile, pcbRead);
-        if (FAILED(hr))
-        {
-            trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadFile(): ReadRLEImage()=0x%X\n", hr);
-            return hr;
-        }
+    if (SUCCEEDED(hr))
+        hr = TakePixels(hFile, pWish, pcbRead);
+    if (SUCCEEDED(hr))
         m_header.nImageType &= nTypeMask;
+    return hr;
+}
+
+/// Passes on how the reading of the image went.
+HRESULT CTga::ReportImage(HRESULT hr) const noexcept
+{
+    if (FAILED(hr))
+        trace(atlTraceGeneral, eTL_Error,
+              IsPacked() ? L"###Err### CTga::ReadFile(): ReadRLEImage()=0x%X\n"
+                         : L"###Err### CTga::ReadFile(): read Uncompressed Image Data failed, hr=0x%X\n",
+              hr);
+    return hr;
+}
+
+/// Reads the image to where it is wanted.
+HRESULT CTga::TakePixels(HANDLE hFile, Wish* pWish, DWORD* pcbRead) noexcept
+{
+    if (pWish != NULL)
+    {
+        // Colour maps and odd depths have assertions to report while they are converted: afterwards, that is.
+        const bool bTrueColour = (m_header.nImageType & nTypeMask) == eTGAMode_TrueColor;
+        const TgaRowForms* pForms = bTrueColour ? FindTgaRowForms(m_header.nBitDepth) : NULL;
+        const bool bFits = TgaBitmapSize(Columns(), Rows(), pWish->fccType) <= MAXDWORD;
+        if (!bFits || (pForms != NULL && !AllocTgaBitmap(Columns(), Rows(), pWish->fccType, pWish->pBmp)))
+        {
+            // Nothing will come of it, but what is wrong with the file itself is said before that.
+            pWish->eMade = eBitmap_NoMemory;
+            return PassOver(hFile, pcbRead);
+        }
+        if (pForms != NULL)
+        {
+            pWish->eMade = eBitmap_Made;
+            return ReadConverted(hFile, pForms->Find(pWish->fccType), *pWish, pcbRead);
+        }
     }
-    m_cbImage = static_cast<DWORD>(cbImage);
-    return S_OK;
+
+    const DWORD cbImage = Columns() * Rows() * m_cbDepth;
+    m_pImage = AllocPixels(cbImage);
+    if (!m_pImage)
+        return E_OUTOFMEMORY;
+    const HRESULT hr =
+        ReportImage(IsPacked() ? ReadRLEImage(hFile, pcbRead) : ReadWhole(hFile, m_pImage.get(), pcbRead));
+    if (SUCCEEDED(hr))
+        m_cbImage = cbImage;
+    return hr;
 }
 
 HRESULT CTga::ReadFooter(HANDLE hFile, DWORD cbRest) noexcept
@@ -355,78 +397,6 @@ HRESULT CTga::ReadFooter(HANDLE hFile, DWORD cbRest) noexcept
     return S_OK;
 }
 
-HRESULT CTga::ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept
-{
-    if (pcbRead != NULL)
-        *pcbRead = 0;
-    DSASSERT(hFile != INVALID_HANDLE_VALUE);
-    if (hFile == INVALID_HANDLE_VALUE)
-        return E_FAIL;
-    DSASSERT(9 <= m_header.nImageType && m_header.nImageType <= 11);
-    if (!(9 <= m_header.nImageType && m_header.nImageType <= 11))
-        return E_FAIL;
-    DSASSERT(0 < m_cbDepth && m_cbDepth <= 4);
-    if (!(0 < m_cbDepth && m_cbDepth <= 4))
-        return E_FAIL;
-    DSASSERT(m_pImage != NULL);
-    if (m_pImage == NULL)
-        return E_FAIL;
-
-    DWORD cb = 0;
-    BYTE* pbOut = m_pImage.get();
-    // The whole image is the limit: a packet may run across the end of a row.
-    for (DWORD nRest = DWORD{m_header.nWidth} * m_header.nHeight; nRest != 0;)
-    {
-        BYTE byPacket = 0;
-        HRESULT hr = Read(hFile, sizeof(byPacket), &byPacket);
-        if (FAILED(hr))
-        {
-            trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( count )=0x%X\n", hr);
-            return hr;
-        }
-        cb += sizeof(byPacket);
-
-        const DWORD nCount = (byPacket & ~fPacketRun) + 1u;
-        if (nCount > nRest)
-        {
-            trace(atlTraceGeneral, eTL_Error,
-                  L"###Err### CTga::ReadRLEImage(): Invalid image: nCount=%u > nRest=%u\n", nCount, nRest);
-            return E_FAIL;
-        }
-        if ((byPacket & fPacketRun) != 0)
-        {
-            BYTE bColors[cbMaxPixel] = {};
-            hr = Read(hFile, m_cbDepth, bColors);
-            if (FAILED(hr))
-            {
-                trace(atlTraceGeneral, eTL_Error,
-                      L"###Err### CTga::ReadRLEImage(): Read( compressed )=0x%X\n", hr);
-                return hr;
-            }
-            cb += m_cbDepth;
-            for (DWORD i = 0; i < nCount; ++i, pbOut += m_cbDepth)
-                std::memcpy(pbOut, bColors, m_cbDepth);
-        }
-        else
-        {
-            const DWORD cbColors = nCount * m_cbDepth;
-            hr = Read(hFile, cbColors, pbOut);
-            if (FAILED(hr))
-            {
-                trace(atlTraceGeneral, eTL_Error,
-                      L"###Err### CTga::ReadRLEImage(): Read( uncompressed )=0x%X\n", hr);
-                return hr;
-            }
-            cb += cbColors;
-            pbOut += cbColors;
-        }
-        nRest -= nCount;
-    }
-    if (pcbRead != NULL)
-        *pcbRead = cb;
-    return S_OK;
-}
-
 HRESULT CTga::Read(HANDLE hFile, DWORD cb, void* pbBuf) noexcept
 {
     DSASSERT(hFile != INVALID_HANDLE_VALUE);
@@ -440,7 +410,14 @@ HRESULT CTga::Read(HANDLE hFile, DWORD cb, void* pbBuf) noexcept
         return E_POINTER;
 
     DWORD cbRead = 0;
-    if (!ReadSome(hFile, cb, static_cast<BYTE*>(pbBuf), &cbRead))
+    const bool bRead = m_ahead.Read(hFile, pbBuf, cb, &cbRead);
+    return ReportRead(bRead, cb, cbRead);
+}
+
+/// \param bRead false: the call failed; the last error tells why
+HRESULT CTga::ReportRead(bool bRead, DWORD cb, DWORD cbRead) const noexcept
+{
+    if (!bRead)
     {
         const HRESULT hr = DSTLLastError();
         trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::Read(): ReadFile()=0x%X\n", hr);
@@ -454,41 +431,6 @@ HRESULT CTga::Read(HANDLE hFile, DWORD cb, void* pbBuf) noexcept
     return S_OK;
 }
 
-bool CTga::ReadSome(HANDLE hFile, DWORD cb, BYTE* pbBuf, DWORD* pcbRead) noexcept
-{
-    const DWORD cbDone = std::min(cb, m_cbAhead - m_nAhead);
-    if (cbDone != 0)
-    {
-        std::memcpy(pbBuf, m_pAhead.get() + m_nAhead, cbDone);
-        m_nAhead += cbDone;
-    }
-    *pcbRead = cbDone;
-    if (cbDone == cb)
-        return true;
-
-    if (cb - cbDone < cbReadAhead)
-    {
-        if (!m_pAhead)
-            m_pAhead.reset(new (std::nothrow) BYTE[cbReadAhead]);
-        m_cbAhead = 0;
-        m_nAhead = 0;
-        DWORD cbAhead = 0;
-        if (m_pAhead && ::ReadFile(hFile, m_pAhead.get(), cbReadAhead, &cbAhead, NULL))
-        {
-            m_cbAhead = cbAhead;
-            m_nAhead = std::min(cb - cbDone, cbAhead);
-            std::memcpy(pbBuf + cbDone, m_pAhead.get(), m_nAhead);
-            *pcbRead = cbDone + m_nAhead;
-            return true;
-        }
-        // What lies ahead cannot be read: what is wanted perhaps can.
-    }
-    DWORD cbDirect = 0;
-    const bool bRead = ReadPieces(hFile, pbBuf + cbDone, cb - cbDone, &cbDirect);
-    *pcbRead = cbDone + cbDirect;
-    return bRead;
-}
-
 HRESULT CTga::SetPosition(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noexcept
 {
     DSASSERT(hFile != INVALID_HANDLE_VALUE);
@@ -497,19 +439,7 @@ HRESULT CTga::SetPosition(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noex
     if (nDistance == 0)
         return S_FALSE;
 
-    const DWORD cbAhead = m_cbAhead - m_nAhead;
-    if (dwMoveMethod == FILE_CURRENT && nDistance > 0 && static_cast<DWORD>(nDistance) <= cbAhead)
-    {
-        m_nAhead += nDistance;
-        return S_OK;
-    }
-    // The system stands behind what was read ahead: step back to where the caller believes to be.
-    const bool bStepBack = dwMoveMethod == FILE_CURRENT && cbAhead != 0;
-    m_cbAhead = 0;
-    m_nAhead = 0;
-    if ((bStepBack && SetFilePointer(hFile, -static_cast<LONG>(cbAhead), NULL, FILE_CURRENT) ==
-                          INVALID_SET_FILE_POINTER) ||
-        SetFilePointer(hFile, nDistance, NULL, dwMoveMethod) == INVALID_SET_FILE_POINTER)
+    if (!m_ahead.Seek(hFile, nDistance, dwMoveMethod))
     {
         const HRESULT hr = DSTLLastError();
         trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::SetPosition(): :SetFilePointer()=0x%X\n", hr);

@@ -1,7 +1,8 @@
 #pragma once
 /// Reader of the TGA file format, version 2.0, as Truevision published it.
 
-#include "dstl/WinAPI/Platform.h"
+#include "Video/TgaBmp/ReadAhead.h"
+#include "Video/TgaBmp/TgaRows.h"
 
 #include <memory>
 
@@ -48,6 +49,21 @@ public:
     /// Reads a file in place of what was held. A failed load leaves the object empty.
     HRESULT LoadFile(const wchar_t* pszTgaFile) noexcept;
 
+    /// What became of the bitmap that LoadFile was to make.
+    enum eBitmap
+    {
+        eBitmap_Made,
+        eBitmap_ToConvert, ///< the picture is in Image(): ConvertToBmp is needed
+        eBitmap_NoMemory,  ///< the file is sound, and nothing of it is held
+    };
+
+    /// Reads a file as the other LoadFile does, with the same results and traces. A picture whose conversion
+    /// has nothing to report is converted piece by piece while it is read: its stored pixels never lie in
+    /// memory as a whole.
+    /// \param fccType as for ConvertToBmp
+    /// \param pBmp out: with eBitmap_Made the bitmap as ConvertToBmp makes it, row ends zeroed; Image() is null
+    HRESULT LoadFile(const wchar_t* pszTgaFile, DWORD fccType, CTaskBytes* pBmp, eBitmap* peBitmap) noexcept;
+
     /// Converts the loaded picture. Black-and-white pictures are refused.
     /// \param fccType FOURCC_RGB24, FOURCC_RGB32 or FOURCC_ARGB32
     /// \param pBmp out: Rows() rows of (Columns() * bytes + 3) & ~3 bytes, bytes being 3 or 4; bottom row
@@ -81,7 +97,7 @@ protected:
     /// Decodes the packets of a run-length encoded image into m_pImage.
     /// \param pcbRead out, may be null: bytes consumed from the file; 0 on failure
     HRESULT ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept;
-    /// Reads exactly cb bytes: the only door to the file's contents.
+    /// Reads exactly cb bytes.
     HRESULT Read(HANDLE hFile, DWORD cb, void* pbBuf) noexcept;
     /// Moves to another place of the file; S_FALSE, without moving, for the distance 0.
     HRESULT SetPosition(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noexcept;
@@ -99,19 +115,53 @@ protected:
     std::unique_ptr<BYTE[]> m_pImage;
 
 private:
-    HRESULT CheckOutput(DWORD fccType, const BYTE* pBmp) const noexcept;
+    /// The bitmap that is to be made while the file is read.
+    struct Wish
+    {
+        DWORD fccType;
+        CTaskBytes* pBmp;
+        eBitmap eMade;
+    };
+    /// How far the stored pixels are read.
+    struct Progress
+    {
+        DWORD nRest;  ///< pixels that are still to come
+        DWORD cbRead; ///< bytes of the file that the others took
+    };
+
+    HRESULT Load(const wchar_t* pszTgaFile, Wish* pWish) noexcept;
+    HRESULT Parse(HANDLE hFile, Wish* pWish) noexcept;
     HRESULT ReadHeader(HANDLE hFile) noexcept;
     HRESULT CheckHeader() const noexcept;
     HRESULT ReadColMap(HANDLE hFile, DWORD* pcbRead) noexcept;
-    HRESULT ReadImage(HANDLE hFile, DWORD* pcbRead) noexcept;
+    HRESULT ReadImage(HANDLE hFile, DWORD cbBefore, ULONGLONG cbFile, Wish* pWish, DWORD* pcbRead) noexcept;
     HRESULT ReadFooter(HANDLE hFile, DWORD cbRest) noexcept;
-    /// Takes up to cb bytes from the read-ahead, then from the file. \return false after a failed call
-    bool ReadSome(HANDLE hFile, DWORD cb, BYTE* pbBuf, DWORD* pcbRead) noexcept;
-    void DropReadAhead() noexcept;
-    template <class TNextPixel>
-    void ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept;
+    HRESULT ReportRead(bool bRead, DWORD cb, DWORD cbRead) const noexcept;
+    HRESULT ReportImage(HRESULT hr) const noexcept;
 
-    std::unique_ptr<BYTE[]> m_pAhead; ///< bytes read from the file and not yet asked for
-    DWORD m_cbAhead = 0;              ///< bytes in m_pAhead
-    DWORD m_nAhead = 0;               ///< the first of them that was not asked for
+    HRESULT TakePixels(HANDLE hFile, Wish* pWish, DWORD* pcbRead) noexcept;
+    HRESULT ReadWhole(HANDLE hFile, BYTE* pbImage, DWORD* pcbRead) noexcept;
+    HRESULT ReadConverted(HANDLE hFile, PFNTGAROW pfnRow, const Wish& wish, DWORD* pcbRead) noexcept;
+    HRESULT PassOver(HANDLE hFile, DWORD* pcbRead) noexcept;
+    template <class TPlace, class TOnBand>
+    HRESULT ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onBand, DWORD* pcbRead) noexcept;
+    HRESULT ReadPixels(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress, DWORD* pnGot) noexcept;
+    HRESULT ReadPlain(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress) noexcept;
+    HRESULT ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* pnGot) noexcept;
+    bool CanHold(ULONGLONG cbRest) const noexcept;
+
+    bool IsPacked() const noexcept { return (m_header.nImageType & 8) != 0; }
+    /// The row of the bitmap, whose bottom row is the first, for a row of the file.
+    size_t BitmapRow(DWORD nStoredRow) const noexcept
+    {
+        return IsTopOrigin() ? Rows() - 1 - nStoredRow : nStoredRow;
+    }
+
+    HRESULT CheckOutput(DWORD fccType, const BYTE* pBmp) const noexcept;
+    template <class TRow>
+    void ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TRow&& row) const noexcept;
+    template <class TNextPixel>
+    void ConvertPixels(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept;
+
+    CReadAhead m_ahead; ///< the only door to the file's contents
 };

@@ -1,8 +1,8 @@
 #include "Video/TgaBmp/TgaBmp.h"
 
-#include "Common/Common.h"
 #include "Video/TgaBmp/BmpFile.h"
 #include "Video/TgaBmp/Tga.h"
+#include "Video/TgaBmp/TgaRows.h"
 #include "dstl/WinAPI/File.h"
 #include "dstl/dshowx/DSTrace.h"
 
@@ -17,8 +17,7 @@ bool MakeTgaBmpHeader(DWORD nColumns, DWORD nRows, DWORD fccType, BITMAPINFOHEAD
     pbmi->biPlanes = 1;
     pbmi->biBitCount = fccType == FOURCC_RGB24 ? 24 : 32;
     pbmi->biCompression = BI_RGB;
-    const DWORD cbRow = ((nColumns * pbmi->biBitCount) / 8 + 3) & ~3u;
-    const ULONGLONG cbImage = ULONGLONG{cbRow} * nRows;
+    const ULONGLONG cbImage = TgaBitmapSize(nColumns, nRows, fccType);
     pbmi->biSizeImage = static_cast<DWORD>(cbImage);
     return cbImage <= MAXDWORD;
 }
@@ -44,8 +43,11 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
     if (ppAlpha != NULL)
         *ppAlpha = NULL;
 
+    // A bitmap without an alpha plane can be made while the file is read.
     CTga tga;
-    HRESULT hr = tga.LoadFile(pszFile);
+    CTaskBytes pBmp;
+    CTga::eBitmap eBitmap = CTga::eBitmap_ToConvert;
+    HRESULT hr = ppAlpha == NULL ? tga.LoadFile(pszFile, fccType, &pBmp, &eBitmap) : tga.LoadFile(pszFile);
     if (FAILED(hr))
     {
         trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.LoadFile( '%s' )=0x%X\n", pszFile,
@@ -54,25 +56,26 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
     }
 
     BITMAPINFOHEADER bmi;
-    if (!MakeTgaBmpHeader(tga.Columns(), tga.Rows(), fccType, &bmi))
+    if (eBitmap == CTga::eBitmap_NoMemory || !MakeTgaBmpHeader(tga.Columns(), tga.Rows(), fccType, &bmi))
         return E_OUTOFMEMORY;
-    CTaskBytes pBmp(bmi.biSizeImage);
-    if (!pBmp)
-        return E_OUTOFMEMORY;
-
     CTaskBytes pAlpha;
-    if (ppAlpha != NULL && (tga.HasAlpha() || bForceAlpha))
+    if (eBitmap == CTga::eBitmap_ToConvert)
     {
-        pAlpha.Alloc(size_t{(tga.Columns() + 3) & ~3u} * tga.Rows());
-        if (!pAlpha)
+        if (!AllocTgaBitmap(tga.Columns(), tga.Rows(), fccType, &pBmp))
             return E_OUTOFMEMORY;
-    }
-
-    hr = tga.ConvertToBmp(fccType, pBmp.Get(), pAlpha.Get());
-    if (FAILED(hr))
-    {
-        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.ConvertToBmp()=0x%X\n", hr);
-        return hr;
+        if (ppAlpha != NULL && (tga.HasAlpha() || bForceAlpha))
+        {
+            // Not every depth writes the plane.
+            pAlpha.AllocZeroed(AlignTgaRow(tga.Columns()) * tga.Rows());
+            if (!pAlpha)
+                return E_OUTOFMEMORY;
+        }
+        hr = tga.ConvertToBmp(fccType, pBmp.Get(), pAlpha.Get());
+        if (FAILED(hr))
+        {
+            trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.ConvertToBmp()=0x%X\n", hr);
+            return hr;
+        }
     }
     *pbmi = bmi;
     *ppBmp = pBmp.Detach();

@@ -2,26 +2,19 @@
 
 #include "Video/TgaBmp/Tga.h"
 
-#include "Common/Common.h"
+#include "Video/TgaBmp/TgaRows.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <cstring>
 
 namespace
 {
-constexpr BYTE byOpaque = 255;
-
 /// Four bytes as they lie in memory: B, G, R, A of a 32-bit pixel.
 DWORD FetchPixel(const BYTE* pb) noexcept
 {
     DWORD dwPixel;
     std::memcpy(&dwPixel, pb, sizeof(dwPixel));
     return dwPixel;
-}
-
-constexpr size_t AlignRow(size_t cb) noexcept
-{
-    return (cb + 3) & ~size_t{3};
 }
 
 /// One converted pixel.
@@ -32,23 +25,16 @@ struct Colour
     bool bPlane; ///< a goes into the alpha plane as well
 };
 
-/// The low three bits of a 5-bit channel stay zero, so that full white is 248.
-constexpr BYTE Expand5(DWORD v) noexcept
-{
-    return static_cast<BYTE>((v & 0x1F) << 3);
-}
-
 Colour MakeColour(DWORD dwPixel, DWORD nBPP) noexcept
 {
     if (nBPP == 15 || nBPP == 16)
     {
-        // Bit 15 decides, whatever the header says about alpha bits.
-        const BYTE a = (dwPixel & 0x8000) != 0 ? byOpaque : 0;
-        return {Expand5(dwPixel), Expand5(dwPixel >> 5), Expand5(dwPixel >> 10), a, true};
+        const TgaColour16 colour(dwPixel);
+        return {colour.b, colour.g, colour.r, colour.a, true};
     }
     DSASSERT(nBPP == 24 || nBPP == 32); // any other depth goes on as if it were 32, without an alpha plane
     return {static_cast<BYTE>(dwPixel), static_cast<BYTE>(dwPixel >> 8), static_cast<BYTE>(dwPixel >> 16),
-            nBPP == 24 ? byOpaque : static_cast<BYTE>(dwPixel >> 24), nBPP == 32};
+            nBPP == 24 ? byTgaOpaque : static_cast<BYTE>(dwPixel >> 24), nBPP == 32};
 }
 } // namespace
 
@@ -107,30 +93,37 @@ HRESULT CTga::ConvertToBmp(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexce
     return hr;
 }
 
-template <class TNextPixel>
-void CTga::ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept
+/// \param row called for each row, bottom row first: (stored row, row of the bitmap, row of the alpha plane or
+/// null)
+template <class TRow>
+void CTga::ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TRow&& row) const noexcept
 {
     const DWORD nColumns = Columns();
     const DWORD nRows = Rows();
-    const DWORD nBPP = BitsPerColour();
     const size_t cbSource = size_t{nColumns} * Depth();
-    const size_t cbPixel = fccType == FOURCC_RGB24 ? 3 : 4;
-    const size_t cbRow = AlignRow(nColumns * cbPixel);
-    const size_t cbAlphaRow = AlignRow(nColumns);
+    const size_t cbRow = AlignTgaRow(nColumns * TgaBitmapPixel(fccType));
+    const size_t cbAlphaRow = AlignTgaRow(nColumns);
 
     if (pAlpha != NULL && !HasAlpha())
     {
         for (DWORD y = 0; y < nRows; ++y)
-            std::memset(pAlpha + y * cbAlphaRow, byOpaque, nColumns);
+            std::memset(pAlpha + y * cbAlphaRow, byTgaOpaque, nColumns);
         pAlpha = NULL;
     }
     for (DWORD y = 0; y < nRows; ++y)
+        row(Image() + BitmapRow(y) * cbSource, pBmp + y * cbRow, pAlpha != NULL ? pAlpha + y * cbAlphaRow : NULL);
+}
+
+/// Pixels one by one, with an assertion for each that has no meaning.
+/// \param nextPixel gives the 32 bits of a pixel: (stored pixel)
+template <class TNextPixel>
+void CTga::ConvertPixels(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept
+{
+    const DWORD nBPP = BitsPerColour();
+    const size_t cbPixel = TgaBitmapPixel(fccType);
+    const auto row = [&](const BYTE* pbIn, BYTE* pbOut, BYTE* pbAlpha)
     {
-        // The first row written is the bottom one, wherever the file has it.
-        const BYTE* pbIn = Image() + (IsTopOrigin() ? nRows - 1 - y : y) * cbSource;
-        BYTE* pbOut = pBmp + y * cbRow;
-        BYTE* pbAlpha = pAlpha != NULL ? pAlpha + y * cbAlphaRow : NULL;
-        for (DWORD x = 0; x < nColumns; ++x, pbIn += Depth(), pbOut += cbPixel)
+        for (DWORD x = 0; x < Columns(); ++x, pbIn += Depth(), pbOut += cbPixel)
         {
             const Colour colour = MakeColour(nextPixel(pbIn), nBPP);
             pbOut[0] = colour.b;
@@ -143,7 +136,8 @@ void CTga::ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nex
             if (pbAlpha != NULL && colour.bPlane)
                 pbAlpha[x] = colour.a;
         }
-    }
+    };
+    ConvertRows(fccType, pBmp, pAlpha, row);
 }
 
 HRESULT CTga::Convert_ColMap(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept
@@ -160,10 +154,10 @@ HRESULT CTga::Convert_ColMap(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noex
 
     // nColMapFirst is deliberately not subtracted: index 0 is the first stored entry.
     if (Depth() == 1)
-        ConvertRows(fccType, pBmp, pAlpha, [this](const BYTE* pb) { return ColMapEntry(pb[0]); });
+        ConvertPixels(fccType, pBmp, pAlpha, [this](const BYTE* pb) { return ColMapEntry(pb[0]); });
     else
-        ConvertRows(fccType, pBmp, pAlpha,
-                    [this](const BYTE* pb) { return ColMapEntry(pb[0] | pb[1] << 8); });
+        ConvertPixels(fccType, pBmp, pAlpha,
+                      [this](const BYTE* pb) { return ColMapEntry(pb[0] | pb[1] << 8); });
     return S_OK;
 }
 
@@ -176,8 +170,20 @@ HRESULT CTga::Convert_TrueColor(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const n
     if (Mode() != eTGAMode_TrueColor)
         return E_FAIL;
 
-    // Four bytes for any depth: the image has four bytes of slack.
-    ConvertRows(fccType, pBmp, pAlpha, [](const BYTE* pb) { return FetchPixel(pb); });
+    const TgaRowForms* pForms = FindTgaRowForms(BitsPerColour());
+    if (pForms == NULL)
+    {
+        // Four bytes for any depth: the image has four bytes of slack.
+        ConvertPixels(fccType, pBmp, pAlpha, [](const BYTE* pb) { return FetchPixel(pb); });
+        return S_OK;
+    }
+    const auto row = [&](const BYTE* pbIn, BYTE* pbOut, BYTE* pbAlpha)
+    {
+        pForms->Find(fccType)(pbIn, pbOut, Columns());
+        if (pbAlpha != NULL && pForms->pfnAlpha != NULL)
+            pForms->pfnAlpha(pbIn, pbAlpha, Columns());
+    };
+    ConvertRows(fccType, pBmp, pAlpha, row);
     return S_OK;
 }
 

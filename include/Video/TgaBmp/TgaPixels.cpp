@@ -1,0 +1,302 @@
+// From a TGA file to its stored pixels: plain or out of packets, as a whole or band by band.
+
+#include "Video/TgaBmp/Tga.h"
+#include "Video/TgaBmp/TgaRows.h"
+
+#include "dstl/dshowx/DSTrace.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace
+{
+constexpr BYTE fPacketRun = 0x80;
+constexpr DWORD nLongestPacket = 128; // pixels
+constexpr DWORD cbMaxPixel = 4;
+
+/// Bands stay in the cache of a core.
+constexpr DWORD cbBand = 256 * 1024;
+
+/// Runs and literals are written in steps of fixed size: so many bytes may be written, or read, too far.
+constexpr DWORD cbStep = 32;
+/// Bytes that have to lie ready before a packet is decoded without further questions.
+constexpr DWORD cbPacketWindow = 1 + nLongestPacket * cbMaxPixel + cbStep;
+/// Pixels that have to be missing from the image for it: the longest packet, and room to write too far.
+constexpr DWORD nPacketRoom = nLongestPacket + cbStep;
+
+/// The pixel again and again over 24 bytes, a multiple of every depth.
+template <DWORD cbPixel>
+void WriteRun(BYTE* pbOut, const BYTE* pbPixel, DWORD nCount) noexcept
+{
+    constexpr DWORD cbPattern = 24;
+    static_assert(cbPattern <= cbStep && cbPattern % cbPixel == 0);
+    BYTE rgPattern[cbPattern];
+    for (DWORD i = 0; i < cbPattern; ++i)
+        rgPattern[i] = pbPixel[i % cbPixel];
+    const BYTE* const pbEnd = pbOut + nCount * cbPixel;
+    for (; pbOut < pbEnd; pbOut += cbPattern)
+        std::memcpy(pbOut, rgPattern, cbPattern);
+}
+
+void WriteLiteral(BYTE* pbOut, const BYTE* pbPixels, DWORD cb) noexcept
+{
+    for (DWORD i = 0; i < cb; i += cbStep)
+        std::memcpy(pbOut + i, pbPixels + i, cbStep);
+}
+
+/// Decodes whole packets out of what lies ready, as long as none can lack bytes or room.
+/// \return pixels written: nWanted or up to a packet less one more, or fewer
+template <DWORD cbPixel>
+DWORD DecodeReady(CReadAhead& ahead, BYTE* pbOut, DWORD nWanted, DWORD nRest) noexcept
+{
+    const BYTE* const pbFirst = ahead.Ready();
+    const BYTE* const pbLast = pbFirst + ahead.ReadyBytes() - cbPacketWindow;
+    const BYTE* pb = pbFirst;
+    DWORD nGot = 0;
+    while (pb <= pbLast && nGot < nWanted && nRest - nGot >= nPacketRoom)
+    {
+        const BYTE byPacket = *pb++;
+        const DWORD nCount = (byPacket & ~fPacketRun) + 1u;
+        const DWORD cbOut = nCount * cbPixel;
+        if ((byPacket & fPacketRun) != 0)
+        {
+            WriteRun<cbPixel>(pbOut, pb, nCount);
+            pb += cbPixel;
+        }
+        else
+        {
+            WriteLiteral(pbOut, pb, cbOut);
+            pb += cbOut;
+        }
+        pbOut += cbOut;
+        nGot += nCount;
+    }
+    ahead.Take(static_cast<DWORD>(pb - pbFirst));
+    return nGot;
+}
+
+using PFNDECODE = DWORD (*)(CReadAhead& ahead, BYTE* pbOut, DWORD nWanted, DWORD nRest) noexcept;
+constexpr PFNDECODE rgDecode[cbMaxPixel] = {DecodeReady<1>, DecodeReady<2>, DecodeReady<3>, DecodeReady<4>};
+
+/// Room for a band of pixels, the packet that ends behind it, and what is written too far; null without memory.
+std::unique_ptr<BYTE[]> AllocBand(DWORD nPixels, DWORD cbPixel) noexcept
+{
+    const size_t cb = (size_t{nPixels} + nLongestPacket) * cbPixel + cbStep;
+    return std::unique_ptr<BYTE[]>(new (std::nothrow) BYTE[cb]);
+}
+} // namespace
+
+/// Whether so many bytes are enough for the image. A packet stands for 128 pixels at most.
+bool CTga::CanHold(ULONGLONG cbRest) const noexcept
+{
+    const DWORD nPixels = Columns() * Rows();
+    if (!IsPacked())
+        return cbRest >= ULONGLONG{nPixels} * m_cbDepth;
+    const ULONGLONG nPackets = (ULONGLONG{nPixels} + nLongestPacket - 1) / nLongestPacket;
+    return cbRest >= nPackets * (1 + m_cbDepth);
+}
+
+HRESULT CTga::ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept
+{
+    if (pcbRead != NULL)
+        *pcbRead = 0;
+    DSASSERT(hFile != INVALID_HANDLE_VALUE);
+    if (hFile == INVALID_HANDLE_VALUE)
+        return E_FAIL;
+    DSASSERT(9 <= m_header.nImageType && m_header.nImageType <= 11);
+    if (!(9 <= m_header.nImageType && m_header.nImageType <= 11))
+        return E_FAIL;
+    DSASSERT(0 < m_cbDepth && m_cbDepth <= 4);
+    if (!(0 < m_cbDepth && m_cbDepth <= 4))
+        return E_FAIL;
+    DSASSERT(m_pImage != NULL);
+    if (m_pImage == NULL)
+        return E_FAIL;
+
+    DWORD cbRead = 0;
+    const HRESULT hr = ReadWhole(hFile, m_pImage.get(), &cbRead);
+    if (SUCCEEDED(hr) && pcbRead != NULL)
+        *pcbRead = cbRead;
+    return hr;
+}
+
+/// Reads the pixels of the image band after band.
+/// \param nBand pixels of a band; the last one may have fewer
+/// \param place says where a band goes: (its first pixel, its count of pixels); room as in AllocBand, or nothing
+/// behind the last pixel of the image
+/// \param onBand called with each band, in file order: (its place, its first pixel, its count of pixels)
+template <class TPlace, class TOnBand>
+HRESULT CTga::ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onBand, DWORD* pcbRead) noexcept
+{
+    const DWORD nPixels = Columns() * Rows();
+    Progress progress = {nPixels, 0};
+    const BYTE* pbBefore = NULL;
+    DWORD nThere = 0; // pixels that the last packet of the band before has brought
+    for (DWORD nFirst = 0, nWanted = 0; nFirst < nPixels; nFirst += nWanted)
+    {
+        nWanted = std::min(nBand, nPixels - nFirst);
+        BYTE* const pbBand = place(nFirst, nWanted);
+        if (nThere != 0)
+            std::memmove(pbBand, pbBefore, size_t{nThere} * m_cbDepth);
+        if (nThere < nWanted)
+        {
+            DWORD nGot = 0;
+            const HRESULT hr = ReadPixels(hFile, pbBand + size_t{nThere} * m_cbDepth, nWanted - nThere,
+                                          &progress, &nGot);
+            if (FAILED(hr))
+                return hr;
+            nThere += nGot;
+        }
+        onBand(pbBand, nFirst, nWanted);
+        nThere -= nWanted;
+        pbBefore = pbBand + size_t{nWanted} * m_cbDepth;
+    }
+    *pcbRead = progress.cbRead;
+    return S_OK;
+}
+
+HRESULT CTga::ReadWhole(HANDLE hFile, BYTE* pbImage, DWORD* pcbRead) noexcept
+{
+    return ReadBands(
+        hFile, Columns() * Rows(), [&](DWORD, DWORD) { return pbImage; }, [](const BYTE*, DWORD, DWORD) {}, pcbRead);
+}
+
+/// Reads the image and keeps nothing of it: reports what is wrong with a file, at the cost of a band.
+HRESULT CTga::PassOver(HANDLE hFile, DWORD* pcbRead) noexcept
+{
+    const DWORD nBand = cbBand / cbMaxPixel;
+    const std::unique_ptr<BYTE[]> pBand = AllocBand(nBand, m_cbDepth);
+    if (!pBand)
+        return E_OUTOFMEMORY;
+    return ReportImage(ReadBands(
+        hFile, nBand, [&](DWORD, DWORD) { return pBand.get(); }, [](const BYTE*, DWORD, DWORD) {}, pcbRead));
+}
+
+HRESULT CTga::ReadConverted(HANDLE hFile, PFNTGAROW pfnRow, const Wish& wish, DWORD* pcbRead) noexcept
+{
+    BYTE* const pBmp = wish.pBmp->Get();
+    const size_t cbPixel = TgaBitmapPixel(wish.fccType);
+    const size_t cbRow = AlignTgaRow(Columns() * cbPixel);
+    const size_t cbStoredRow = size_t{Columns()} * m_cbDepth;
+    // In the order of the file a row never grows into what is still to be converted if its band is put to the
+    // end of the place that it will take. So the system fills the fresh pages, which costs it less than a fault
+    // costs here.
+    const bool bInPlace = cbPixel == cbMaxPixel && !IsTopOrigin();
+    if (bInPlace && m_cbDepth == cbMaxPixel && wish.fccType == FOURCC_ARGB32)
+        return ReportImage(ReadWhole(hFile, pBmp, pcbRead)); // as it is to be
+
+    const DWORD nBandRows = std::clamp<DWORD>(static_cast<DWORD>(cbBand / cbStoredRow), 1, Rows());
+    const DWORD nBand = nBandRows * Columns();
+    std::unique_ptr<BYTE[]> pBand;
+    if (!bInPlace)
+    {
+        pBand = AllocBand(nBand, m_cbDepth);
+        if (!pBand)
+            return E_OUTOFMEMORY;
+    }
+    const auto place = [&](DWORD nFirst, DWORD nPixels)
+    {
+        return bInPlace ? pBmp + (size_t{nFirst} + nPixels) * cbPixel - size_t{nPixels} * m_cbDepth : pBand.get();
+    };
+    const auto convert = [&](const BYTE* pbBand, DWORD nFirst, DWORD nPixels)
+    {
+        const DWORD nFirstRow = nFirst / Columns();
+        for (DWORD y = 0; y < nPixels / Columns(); ++y)
+            pfnRow(pbBand + y * cbStoredRow, pBmp + BitmapRow(nFirstRow + y) * cbRow, Columns());
+    };
+    return ReportImage(ReadBands(hFile, nBand, place, convert, pcbRead));
+}
+
+/// \param pbOut room for nWanted pixels, and for a packet more unless the image ends before
+/// \param pnGot out: pixels read: nWanted, or up to a packet less one more
+HRESULT CTga::ReadPixels(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress, DWORD* pnGot) noexcept
+{
+    *pnGot = 0;
+    if (!IsPacked())
+    {
+        *pnGot = nWanted;
+        return ReadPlain(hFile, pbOut, nWanted, pProgress);
+    }
+    while (*pnGot < nWanted)
+    {
+        BYTE* const pb = pbOut + size_t{*pnGot} * m_cbDepth;
+        DWORD nGot = 0;
+        if (pProgress->nRest >= nPacketRoom && m_ahead.MakeReady(hFile, cbPacketWindow))
+        {
+            const DWORD cbReady = m_ahead.ReadyBytes();
+            nGot = rgDecode[m_cbDepth - 1](m_ahead, pb, nWanted - *pnGot, pProgress->nRest);
+            pProgress->nRest -= nGot;
+            pProgress->cbRead += cbReady - m_ahead.ReadyBytes();
+        }
+        else
+        {
+            const HRESULT hr = ReadPacket(hFile, pb, pProgress, &nGot);
+            if (FAILED(hr))
+                return hr;
+        }
+        *pnGot += nGot;
+    }
+    return S_OK;
+}
+
+/// What is missing is reported as missing from the whole image, wherever a band ends.
+HRESULT CTga::ReadPlain(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress) noexcept
+{
+    const DWORD cb = nWanted * m_cbDepth;
+    DWORD cbGot = 0;
+    const bool bRead = m_ahead.Read(hFile, pbOut, cb, &cbGot);
+    pProgress->nRest -= nWanted;
+    pProgress->cbRead += cbGot;
+    if (bRead && cbGot == cb)
+        return S_OK;
+    return ReportRead(bRead, Columns() * Rows() * m_cbDepth, pProgress->cbRead);
+}
+
+/// One packet, step by step: reports what is wrong with it.
+HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* pnGot) noexcept
+{
+    BYTE byPacket = 0;
+    HRESULT hr = Read(hFile, sizeof(byPacket), &byPacket);
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( count )=0x%X\n", hr);
+        return hr;
+    }
+    // The whole image is the limit: a packet may run across the end of a row.
+    const DWORD nCount = (byPacket & ~fPacketRun) + 1u;
+    if (nCount > pProgress->nRest)
+    {
+        trace(atlTraceGeneral, eTL_Error,
+              L"###Err### CTga::ReadRLEImage(): Invalid image: nCount=%u > nRest=%u\n", nCount, pProgress->nRest);
+        return E_FAIL;
+    }
+    DWORD cbColors = m_cbDepth;
+    if ((byPacket & fPacketRun) != 0)
+    {
+        BYTE bColors[cbMaxPixel] = {};
+        hr = Read(hFile, cbColors, bColors);
+        if (FAILED(hr))
+        {
+            trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( compressed )=0x%X\n", hr);
+            return hr;
+        }
+        for (DWORD i = 0; i < nCount; ++i)
+            std::memcpy(pbOut + i * m_cbDepth, bColors, m_cbDepth);
+    }
+    else
+    {
+        cbColors *= nCount;
+        hr = Read(hFile, cbColors, pbOut);
+        if (FAILED(hr))
+        {
+            trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( uncompressed )=0x%X\n",
+                  hr);
+            return hr;
+        }
+    }
+    pProgress->nRest -= nCount;
+    pProgress->cbRead += static_cast<DWORD>(sizeof(byPacket)) + cbColors;
+    *pnGot = nCount;
+    return S_OK;
+}
