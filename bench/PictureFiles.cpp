@@ -17,8 +17,7 @@ using Bytes = std::vector<uint8_t>;
 /// Gone with the process.
 struct Folder
 {
-    Folder()
-        : path(std::filesystem::temp_directory_path() / ("qxbench" + std::to_string(getpid())))
+    Folder() : path(std::filesystem::temp_directory_path() / ("qxbench" + std::to_string(getpid())))
     {
         std::filesystem::create_directories(path);
     }
@@ -57,8 +56,7 @@ uint32_t GraphicPixel(int x, int y)
     constexpr int nTileWidth = 120;
     constexpr int nTileHeight = 90;
     constexpr int nLines = 17; // from one line to the next
-    const uint32_t nTile =
-        Scatter(static_cast<uint32_t>((y / nTileHeight) * 1000 + x / nTileWidth) + 1);
+    const uint32_t nTile = Scatter(static_cast<uint32_t>((y / nTileHeight) * 1000 + x / nTileWidth) + 1);
     const uint32_t nColour = nTile | 0xFF000000u;
     if (nTile % 8 == 0)
         return nColour + static_cast<uint32_t>(x % nTileWidth) * 0x010001u;
@@ -87,7 +85,8 @@ Bytes Pixels(Content content, int nBits, int nWidth, int nHeight)
 void PackRow(const uint8_t* pbRow, int nWidth, int cbPixel, Bytes& packed)
 {
     constexpr int nLongest = 128; // pixels of a packet
-    const auto same = [&](int a, int b) { return std::memcmp(pbRow + a * cbPixel, pbRow + b * cbPixel, cbPixel) == 0; };
+    const auto same = [&](int a, int b)
+    { return std::memcmp(pbRow + a * cbPixel, pbRow + b * cbPixel, cbPixel) == 0; };
     for (int x = 0; x < nWidth;)
     {
         int n = 1;
@@ -150,16 +149,17 @@ std::string PictureFile(FileKind kind, Content content, int nBits, int nWidth, i
     static const Folder folder;
     const bool bBmp = kind == FileKind::Bmp;
     const std::string sPath =
-        folder.path / (std::to_string(static_cast<int>(kind)) + std::to_string(static_cast<int>(content)) + "-" +
-                       std::to_string(nBits) + "-" + std::to_string(nWidth) + (bBmp ? ".bmp" : ".tga"));
+        folder.path / (std::to_string(static_cast<int>(kind)) + std::to_string(static_cast<int>(content)) +
+                       "-" + std::to_string(nBits) + "-" + std::to_string(nWidth) + (bBmp ? ".bmp" : ".tga"));
     if (std::filesystem::exists(sPath))
         return sPath;
 
     Bytes body = Pixels(content, nBits, nWidth, nHeight); // rows of the sizes in use need no padding
     if (kind == FileKind::TgaPacked)
         body = Pack(body, nBits, nWidth, nHeight);
-    const Bytes header = bBmp ? BmpHeader(nBits, nWidth, nHeight, body.size())
-                              : TgaHeader(kind == FileKind::TgaPacked, kind == FileKind::TgaTop, nBits, nWidth, nHeight);
+    const Bytes header =
+        bBmp ? BmpHeader(nBits, nWidth, nHeight, body.size())
+             : TgaHeader(kind == FileKind::TgaPacked, kind == FileKind::TgaTop, nBits, nWidth, nHeight);
     std::ofstream file(sPath, std::ios::binary);
     file.write(reinterpret_cast<const char*>(header.data()), static_cast<std::streamsize>(header.size()));
     file.write(reinterpret_cast<const char*>(body.data()), static_cast<std::streamsize>(body.size()));

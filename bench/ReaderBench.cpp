@@ -1,5 +1,5 @@
-// The readers of picture files beside FFmpeg and stb_image: from the name of a file to its pixels in memory of
-// their own, which every contestant takes anew for each picture and gives back.
+// The readers of picture files beside FFmpeg and stb_image: from the name of a file to its pixels in memory
+// of their own, which every contestant takes anew for each picture and gives back.
 #include "Bench.h"
 #include "PictureFiles.h"
 
@@ -37,7 +37,8 @@ void LoadOurTga(const std::string& sPath)
     const std::vector<wchar_t> name(sPath.c_str(), sPath.c_str() + sPath.size() + 1);
     BITMAPINFOHEADER bmi;
     CTaskBytes pPicture;
-    Check(TgaBmpConv(name.data(), FOURCC_ARGB32, &bmi, pPicture.Out(), nullptr, false) == S_OK, pszOurs, sPath);
+    Check(TgaBmpConv(name.data(), FOURCC_ARGB32, &bmi, pPicture.Out(), nullptr, false) == S_OK, pszOurs,
+          sPath);
     benchmark::DoNotOptimize(pPicture.Get());
 }
 
@@ -132,8 +133,8 @@ void RegisterJob(const Job& job, int nWidth, int nHeight)
             [spPath, pfnLoad = contestant.pfnLoad] { pfnLoad(*spPath); },
             [spPath, job, nWidth, nHeight]
             {
-                // Blocks of this size come as fresh pages, as they do from the heap of the target system, also
-                // after one was given back.
+                // Blocks of this size come as fresh pages, as they do from the heap of the target system,
+                // also after one was given back.
                 constexpr int cbFreshPages = 128 * 1024;
                 mallopt(M_MMAP_THRESHOLD, cbFreshPages);
                 *spPath = PictureFile(job.kind, job.content, job.nBits, nWidth, nHeight);

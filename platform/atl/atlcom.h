@@ -4,7 +4,7 @@
 
 #include "atlbase.h"
 
-#include <climits>
+#include <limits>
 
 // --- Interface map
 
@@ -138,7 +138,7 @@ public:
 
 protected:
     /// A count that no pair of AddRef and Release brings to zero: the object is being destroyed.
-    static constexpr LONG nDestroying = LONG_MIN / 2;
+    static constexpr LONG nDestroying = std::numeric_limits<LONG>::min() / 2;
 };
 
 /// Lock and count by the threading model.

@@ -332,7 +332,7 @@ public:
     }
     HRESULT Append(LPCOLESTR psz) noexcept
     {
-        return psz != nullptr ? Append(psz, static_cast<int>(wcslen(psz))) : S_OK;
+        return psz != nullptr ? Append(psz, lstrlenW(psz)) : S_OK;
     }
     HRESULT Append(const CComBSTR& src) noexcept { return Append(src.m_str, static_cast<int>(src.Length())); }
     CComBSTR& operator+=(LPCOLESTR psz) noexcept

@@ -28,6 +28,14 @@ WCHAR* WINAPI lstrcpynW(WCHAR* pszTo, const WCHAR* pszFrom, int cch)
     return pszTo;
 }
 
+WCHAR* WINAPI lstrcatW(WCHAR* pszTo, const WCHAR* pszMore)
+{
+    if (!pszTo || !pszMore)
+        return nullptr;
+    lstrcpyW(pszTo + native::Length(pszTo), pszMore);
+    return pszTo;
+}
+
 int WINAPI lstrcmpW(const WCHAR* pszA, const WCHAR* pszB)
 {
     for (; *pszA && *pszA == *pszB; pszA++, pszB++)

@@ -45,6 +45,9 @@ HRESULT ReadBmp(HANDLE hFile, BITMAPINFOHEADER* pBmpInfo, CTaskBytes& pPicture) 
             return E_FAIL;
     }
 
+    // Nobody else has the file, so what is missing now stays missing: no memory for it.
+    if (EndsBefore(hFile, ULONGLONG{rgBmpFileHdr.bfOffBits} + rgBmpInfo.biSizeImage))
+        return E_FAIL;
     const DWORD cbBlock = PictureBlockSize(rgBmpInfo);
     if (cbBlock == 0)
         return E_OUTOFMEMORY;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -20,6 +21,7 @@ void CReadAhead::Drop() noexcept
 {
     Forget();
     m_pBytes.reset();
+    m_cbRoom = 0;
     m_bStarted = false;
 }
 
@@ -30,25 +32,39 @@ void CReadAhead::Forget() noexcept
     m_bEnd = false;
 }
 
-/// Moves what is left to the front and reads behind it. \return false when nothing came
-bool CReadAhead::Fill(HANDLE hFile) noexcept
+/// Moves what is left to the front of the memory, of cb bytes at least. \return false without memory
+bool CReadAhead::MakeRoom(DWORD cb) noexcept
 {
-    if (m_bEnd)
-        return false;
-    if (!m_pBytes)
-        m_pBytes.reset(new (std::nothrow) BYTE[cbPiece]);
-    if (!m_pBytes)
-        return false;
     const DWORD cbLeft = ReadyBytes();
-    if (cbLeft != 0 && m_nNext != 0)
-        std::memmove(m_pBytes.get(), Ready(), cbLeft);
+    if (m_cbRoom >= cb)
+    {
+        if (cbLeft != 0 && m_nNext != 0)
+            std::memmove(m_pBytes.get(), Ready(), cbLeft);
+    }
+    else
+    {
+        std::unique_ptr<BYTE[]> pBytes(new (std::nothrow) BYTE[cb]);
+        if (!pBytes)
+            return false;
+        if (cbLeft != 0)
+            std::memcpy(pBytes.get(), Ready(), cbLeft);
+        m_pBytes = std::move(pBytes);
+        m_cbRoom = cb;
+    }
     m_nNext = 0;
     m_cbBytes = cbLeft;
+    return true;
+}
 
-    const DWORD cbWanted = m_bStarted ? cbPiece - cbLeft : cbFirstPiece;
+/// Reads one piece behind what is left. \return false when nothing came
+bool CReadAhead::Fill(HANDLE hFile) noexcept
+{
+    if (m_bEnd || !MakeRoom(m_bStarted ? cbPiece : cbFirstPiece))
+        return false;
+    const DWORD cbWanted = m_cbRoom - m_cbBytes;
     m_bStarted = true;
     DWORD cbGot = 0;
-    const bool bRead = ::ReadFile(hFile, m_pBytes.get() + cbLeft, cbWanted, &cbGot, NULL) != 0;
+    const bool bRead = ::ReadFile(hFile, m_pBytes.get() + m_cbBytes, cbWanted, &cbGot, NULL) != 0;
     m_bEnd = !bRead || cbGot < cbWanted;
     if (bRead)
         m_cbBytes += cbGot;
@@ -94,8 +110,8 @@ bool CReadAhead::Seek(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noexcept
     // The system stands behind what was read ahead: step back to where the caller believes to be.
     const bool bStepBack = dwMoveMethod == FILE_CURRENT && cbReady != 0;
     Forget();
-    if (bStepBack && SetFilePointer(hFile, -static_cast<LONG>(cbReady), NULL, FILE_CURRENT) ==
-                         INVALID_SET_FILE_POINTER)
+    if (bStepBack &&
+        SetFilePointer(hFile, -static_cast<LONG>(cbReady), NULL, FILE_CURRENT) == INVALID_SET_FILE_POINTER)
         return false;
     return SetFilePointer(hFile, nDistance, NULL, dwMoveMethod) != INVALID_SET_FILE_POINTER;
 }

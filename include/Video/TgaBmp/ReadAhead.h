@@ -40,11 +40,13 @@ public:
 
 private:
     void Forget() noexcept;
+    bool MakeRoom(DWORD cb) noexcept;
     bool Fill(HANDLE hFile) noexcept;
 
-    std::unique_ptr<BYTE[]> m_pBytes; ///< cbPiece bytes, or null
-    DWORD m_cbBytes = 0;              ///< bytes of it in use
-    DWORD m_nNext = 0;                ///< the first of them that was not taken
-    bool m_bStarted = false;          ///< something was read: the file is in demand
-    bool m_bEnd = false;              ///< the last call did not fill its piece: no more until the place changes
+    std::unique_ptr<BYTE[]> m_pBytes;
+    DWORD m_cbRoom = 0;      ///< size of m_pBytes
+    DWORD m_cbBytes = 0;     ///< bytes of it in use
+    DWORD m_nNext = 0;       ///< the first of them that was not taken
+    bool m_bStarted = false; ///< something was read: the file is in demand
+    bool m_bEnd = false;     ///< the last call did not fill its piece: no more until the place changes
 };

@@ -61,7 +61,8 @@ public:
     /// has nothing to report is converted piece by piece while it is read: its stored pixels never lie in
     /// memory as a whole.
     /// \param fccType as for ConvertToBmp
-    /// \param pBmp out: with eBitmap_Made the bitmap as ConvertToBmp makes it, row ends zeroed; Image() is null
+    /// \param pBmp out: with eBitmap_Made the bitmap as ConvertToBmp makes it, row ends zeroed; Image() is
+    /// null
     HRESULT LoadFile(const wchar_t* pszTgaFile, DWORD fccType, CTaskBytes* pBmp, eBitmap* peBitmap) noexcept;
 
     /// Converts the loaded picture. Black-and-white pictures are refused.

@@ -93,8 +93,8 @@ HRESULT CTga::ConvertToBmp(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexce
     return hr;
 }
 
-/// \param row called for each row, bottom row first: (stored row, row of the bitmap, row of the alpha plane or
-/// null)
+/// \param row called for each row, bottom row first: (stored row, row of the bitmap, row of the alpha plane
+/// or null)
 template <class TRow>
 void CTga::ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TRow&& row) const noexcept
 {
@@ -111,7 +111,8 @@ void CTga::ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TRow&& row) cons
         pAlpha = NULL;
     }
     for (DWORD y = 0; y < nRows; ++y)
-        row(Image() + BitmapRow(y) * cbSource, pBmp + y * cbRow, pAlpha != NULL ? pAlpha + y * cbAlphaRow : NULL);
+        row(Image() + BitmapRow(y) * cbSource, pBmp + y * cbRow,
+            pAlpha != NULL ? pAlpha + y * cbAlphaRow : NULL);
 }
 
 /// Pixels one by one, with an assertion for each that has no meaning.

@@ -79,7 +79,8 @@ DWORD DecodeReady(CReadAhead& ahead, BYTE* pbOut, DWORD nWanted, DWORD nRest) no
 using PFNDECODE = DWORD (*)(CReadAhead& ahead, BYTE* pbOut, DWORD nWanted, DWORD nRest) noexcept;
 constexpr PFNDECODE rgDecode[cbMaxPixel] = {DecodeReady<1>, DecodeReady<2>, DecodeReady<3>, DecodeReady<4>};
 
-/// Room for a band of pixels, the packet that ends behind it, and what is written too far; null without memory.
+/// Room for a band of pixels, the packet that ends behind it, and what is written too far; null without
+/// memory.
 std::unique_ptr<BYTE[]> AllocBand(DWORD nPixels, DWORD cbPixel) noexcept
 {
     const size_t cb = (size_t{nPixels} + nLongestPacket) * cbPixel + cbStep;
@@ -123,9 +124,9 @@ HRESULT CTga::ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept
 
 /// Reads the pixels of the image band after band.
 /// \param nBand pixels of a band; the last one may have fewer
-/// \param place says where a band goes: (its first pixel, its count of pixels); room as in AllocBand, or nothing
-/// behind the last pixel of the image
-/// \param onBand called with each band, in file order: (its place, its first pixel, its count of pixels)
+/// \param place says where a band goes: (its first pixel, its count of pixels); room as in AllocBand, or
+/// nothing behind the last pixel of the image \param onBand called with each band, in file order: (its place,
+/// its first pixel, its count of pixels)
 template <class TPlace, class TOnBand>
 HRESULT CTga::ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onBand, DWORD* pcbRead) noexcept
 {
@@ -142,8 +143,8 @@ HRESULT CTga::ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onB
         if (nThere < nWanted)
         {
             DWORD nGot = 0;
-            const HRESULT hr = ReadPixels(hFile, pbBand + size_t{nThere} * m_cbDepth, nWanted - nThere,
-                                          &progress, &nGot);
+            const HRESULT hr =
+                ReadPixels(hFile, pbBand + size_t{nThere} * m_cbDepth, nWanted - nThere, &progress, &nGot);
             if (FAILED(hr))
                 return hr;
             nThere += nGot;
@@ -159,13 +160,14 @@ HRESULT CTga::ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onB
 HRESULT CTga::ReadWhole(HANDLE hFile, BYTE* pbImage, DWORD* pcbRead) noexcept
 {
     return ReadBands(
-        hFile, Columns() * Rows(), [&](DWORD, DWORD) { return pbImage; }, [](const BYTE*, DWORD, DWORD) {}, pcbRead);
+        hFile, Columns() * Rows(), [&](DWORD, DWORD) { return pbImage; }, [](const BYTE*, DWORD, DWORD) {},
+        pcbRead);
 }
 
 /// Reads the image and keeps nothing of it: reports what is wrong with a file, at the cost of a band.
 HRESULT CTga::PassOver(HANDLE hFile, DWORD* pcbRead) noexcept
 {
-    const DWORD nBand = cbBand / cbMaxPixel;
+    const DWORD nBand = std::min(cbBand / cbMaxPixel, Columns() * Rows());
     const std::unique_ptr<BYTE[]> pBand = AllocBand(nBand, m_cbDepth);
     if (!pBand)
         return E_OUTOFMEMORY;
@@ -180,8 +182,8 @@ HRESULT CTga::ReadConverted(HANDLE hFile, PFNTGAROW pfnRow, const Wish& wish, DW
     const size_t cbRow = AlignTgaRow(Columns() * cbPixel);
     const size_t cbStoredRow = size_t{Columns()} * m_cbDepth;
     // In the order of the file a row never grows into what is still to be converted if its band is put to the
-    // end of the place that it will take. So the system fills the fresh pages, which costs it less than a fault
-    // costs here.
+    // end of the place that it will take. So the system fills the fresh pages, which costs it less than a
+    // fault costs here.
     const bool bInPlace = cbPixel == cbMaxPixel && !IsTopOrigin();
     if (bInPlace && m_cbDepth == cbMaxPixel && wish.fccType == FOURCC_ARGB32)
         return ReportImage(ReadWhole(hFile, pBmp, pcbRead)); // as it is to be
@@ -197,7 +199,8 @@ HRESULT CTga::ReadConverted(HANDLE hFile, PFNTGAROW pfnRow, const Wish& wish, DW
     }
     const auto place = [&](DWORD nFirst, DWORD nPixels)
     {
-        return bInPlace ? pBmp + (size_t{nFirst} + nPixels) * cbPixel - size_t{nPixels} * m_cbDepth : pBand.get();
+        return bInPlace ? pBmp + (size_t{nFirst} + nPixels) * cbPixel - size_t{nPixels} * m_cbDepth
+                        : pBand.get();
     };
     const auto convert = [&](const BYTE* pbBand, DWORD nFirst, DWORD nPixels)
     {
@@ -268,7 +271,8 @@ HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* 
     if (nCount > pProgress->nRest)
     {
         trace(atlTraceGeneral, eTL_Error,
-              L"###Err### CTga::ReadRLEImage(): Invalid image: nCount=%u > nRest=%u\n", nCount, pProgress->nRest);
+              L"###Err### CTga::ReadRLEImage(): Invalid image: nCount=%u > nRest=%u\n", nCount,
+              pProgress->nRest);
         return E_FAIL;
     }
     DWORD cbColors = m_cbDepth;
@@ -278,7 +282,8 @@ HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* 
         hr = Read(hFile, cbColors, bColors);
         if (FAILED(hr))
         {
-            trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( compressed )=0x%X\n", hr);
+            trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( compressed )=0x%X\n",
+                  hr);
             return hr;
         }
         for (DWORD i = 0; i < nCount; ++i)

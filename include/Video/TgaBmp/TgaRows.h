@@ -4,8 +4,8 @@
 #include "Common/Common.h"
 #include "dstl/WinAPI/TaskBytes.h"
 
-/// One row of pixels to one row. Writes the pixels and nothing behind them. Where rows grow, the stored one may
-/// lie at the end of the place that the other takes.
+/// One row of pixels to one row. Writes the pixels and nothing behind them. Where rows grow, the stored one
+/// may lie at the end of the place that the other takes.
 using PFNTGAROW = void (*)(const BYTE* pbIn, BYTE* pbOut, size_t nPixels) noexcept;
 
 /// What becomes of true-colour pixels of one depth.
@@ -63,7 +63,7 @@ constexpr ULONGLONG TgaBitmapSize(DWORD nColumns, DWORD nRows, DWORD fccType) no
     return ULONGLONG{AlignTgaRow(nColumns * TgaBitmapPixel(fccType))} * nRows;
 }
 
-/// Takes memory for a bitmap. What lies behind the last pixel of a row is zero, all else is still to be written.
-/// \param nColumns, nRows 1 to 65535
-/// \return false without memory, and for a bitmap whose size does not fit 32 bits
+/// Takes memory for a bitmap. What lies behind the last pixel of a row is zero, all else is still to be
+/// written. \param nColumns, nRows 1 to 65535 \return false without memory, and for a bitmap whose size does
+/// not fit 32 bits
 bool AllocTgaBitmap(DWORD nColumns, DWORD nRows, DWORD fccType, CTaskBytes* pBmp) noexcept;

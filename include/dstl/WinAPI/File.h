@@ -24,6 +24,13 @@ inline bool ReadPieces(HANDLE hFile, void* pBuf, DWORD cb, DWORD* pcbRead) noexc
     return true;
 }
 
+/// Whether the file ends before this place, as far as the system tells.
+inline bool EndsBefore(HANDLE hFile, ULONGLONG nPlace) noexcept
+{
+    LARGE_INTEGER cbFile;
+    return GetFileSizeEx(hFile, &cbFile) && static_cast<ULONGLONG>(cbFile.QuadPart) < nPlace;
+}
+
 /// Closes the file on leaving the scope.
 class CFileHandle
 {
