@@ -3,6 +3,7 @@
 #include "GraphSupport.h"
 #include "Failure.h"
 #include "FrameSink.h"
+#include "ProcessUsage.h"
 #include "dstl/WinAPI/Threads.h"
 #include <gtest/gtest.h>
 #include <atomic>
@@ -58,86 +59,6 @@ private:
     std::thread m_thread;
 };
 
-// What the process holds, counted by hand: the platform under test answers some of its own counters with
-// zero.
-struct Usage
-{
-    size_t handles = 0;
-    size_t heapBytes = 0;    // in blocks that are in use, over all heaps
-    size_t privateBytes = 0; // committed pages that are no image and no mapping
-};
-
-size_t CountHandles()
-{
-    constexpr uintptr_t last = 0x10000; // handles are multiples of four, the lowest free one is taken first
-    size_t count = 0;
-    for (uintptr_t value = 4; value < last; value += 4)
-    {
-        DWORD flags = 0;
-        count += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != FALSE;
-    }
-    return count;
-}
-
-size_t CountHeapBytes()
-{
-    HANDLE heaps[64] = {};
-    const DWORD heapCount = GetProcessHeaps(64, heaps);
-    size_t bytes = 0;
-    for (DWORD i = 0; i < heapCount && i < 64; ++i)
-    {
-        HeapLock(heaps[i]);
-        PROCESS_HEAP_ENTRY entry = {};
-        while (HeapWalk(heaps[i], &entry))
-            bytes += entry.wFlags & PROCESS_HEAP_ENTRY_BUSY ? entry.cbData : 0;
-        HeapUnlock(heaps[i]);
-    }
-    return bytes;
-}
-
-size_t CountPrivateBytes()
-{
-    size_t bytes = 0;
-    const BYTE* address = nullptr;
-    MEMORY_BASIC_INFORMATION info = {};
-    while (VirtualQuery(address, &info, sizeof(info)) != 0)
-    {
-        bytes += info.State == MEM_COMMIT && info.Type == MEM_PRIVATE ? info.RegionSize : 0;
-        const BYTE* next = static_cast<const BYTE*>(info.BaseAddress) + info.RegionSize;
-        if (next <= address)
-            break;
-        address = next;
-    }
-    return bytes;
-}
-
-Usage CurrentUsage()
-{
-    return {CountHandles(), CountHeapBytes(), CountPrivateBytes()};
-}
-
-// What Wine's graph keeps of each run, also of an empty one: not the filter's doing.
-size_t HeapBytesKeptByAnEmptyRun()
-{
-    constexpr size_t runs = 100;
-    FilterGraph graph;
-    graph.Run();
-    graph.Stop();
-    const size_t before = CountHeapBytes();
-    for (size_t i = 0; i < runs; ++i)
-    {
-        graph.Run();
-        graph.Stop();
-    }
-    const size_t after = CountHeapBytes();
-    return after > before ? (after - before) / runs : 0;
-}
-
-void Tell(const char* what, size_t before, size_t after)
-{
-    std::printf("%s %zu to %zu\n", what, before, after);
-}
-
 void OneCycle(const FilterModule& module, FilterGraph& graph, const std::wstring& picture, const TgaCase& tga,
               int cycle, Watchdog& watchdog)
 {
@@ -191,9 +112,7 @@ TEST(Cycles, LeaveNothingBehind)
         ASSERT_NO_FATAL_FAILURE(OneCycle(module, graph, picture, tga, cycle, watchdog));
     }
     const Usage after = CurrentUsage();
-    Tell("handles", before.handles, after.handles);
-    Tell("bytes in heap blocks", before.heapBytes, after.heapBytes);
-    Tell("bytes in private pages", before.privateBytes, after.privateBytes);
+    Tell(before, after);
     EXPECT_GT(before.handles, 0u);
     EXPECT_GT(before.heapBytes, 0u);
     EXPECT_GT(before.privateBytes, 0u);
