@@ -607,6 +607,30 @@ TEST(ImageGraph, Tiles)
     EXPECT_EQ(GraphPixel(g, 2, 2, yuv[1], yuv[0]), (Pixel{yuv[0], yuv[1], yuv[2], 127}));
 }
 
+/// The first and the last entry of the tables count like all others.
+TEST(ImageGraph, BlackAndWhite)
+{
+    const PicProps pic = {FOURCC_RGB32, 2, 1, 2};
+    const std::vector<BYTE> bytes = {0, 0, 0, 0, 255, 255, 255, 0};
+    PictureBuffer graph(cbGraph);
+    PicProps picGraph = {};
+    ASSERT_EQ(Img_GetImageGraph(bytes.data(), &pic, 1, graph.Data(), &picGraph), S_OK);
+    const std::vector<BYTE> g = graph.Bytes();
+    for (size_t nTable = 0; nTable < 3; nTable++)
+    {
+        EXPECT_EQ(GraphPixel(g, 0, nTable, 0, 0), (Pixel{0, 0, 0, 2})) << nTable;
+        EXPECT_EQ(GraphPixel(g, 0, nTable, 255, 255), (Pixel{255, 255, 255, 2})) << nTable;
+    }
+    // In HLS both have no hue and no saturation, in YUV no colour.
+    EXPECT_EQ(GraphPixel(g, 1, 0, 0, 0), (Pixel{0, 0, 0, 2}));
+    EXPECT_EQ(GraphPixel(g, 1, 1, 0, 0), (Pixel{0, 127, 0, 4})); // (0 + 255) / 2, both counted
+    EXPECT_EQ(GraphPixel(g, 1, 2, 0, 0), (Pixel{0, 0, 0, 2}));
+    EXPECT_EQ(GraphPixel(g, 1, 0, 0, 255), (Pixel{0, 255, 0, 2}));
+    EXPECT_EQ(GraphPixel(g, 2, 0, 128, 128), (Pixel{127, 128, 128, 255}));
+    EXPECT_EQ(GraphPixel(g, 2, 1, 128, 0), (Pixel{0, 128, 128, 127}));
+    EXPECT_EQ(GraphPixel(g, 2, 1, 128, 255), (Pixel{255, 128, 128, 127}));
+}
+
 TEST(ImageGraph, CountsEndAt255)
 {
     const PicProps pic = {FOURCC_RGB32, 600, 1, 600};
