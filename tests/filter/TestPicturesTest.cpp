@@ -111,6 +111,20 @@ TEST(TestPictures, ReaderMendsTheSize)
     }
 }
 
+TEST(TestPictures, NoOtherNumbers)
+{
+    for (const UINT nResource : {0u, 100u, 106u, 111u, 114u, 115u, 116u, 117u, 118u, 119u, 120u})
+    {
+        BITMAPINFOHEADER info;
+        BYTE* pb = nullptr;
+        EXPECT_EQ(LoadBmpResource(nullptr, nResource, L"CUSTOM", &info, &pb),
+                  HRESULT_FROM_WIN32(ERROR_RESOURCE_NAME_NOT_FOUND))
+            << nResource;
+        EXPECT_EQ(info.biSize, 0u);
+        EXPECT_EQ(pb, nullptr);
+    }
+}
+
 // --- The frames
 
 constexpr DWORD arrRgbFormats[] = {FOURCC_RGB24, FOURCC_RGB32, FOURCC_ARGB32};

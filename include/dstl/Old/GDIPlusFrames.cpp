@@ -61,6 +61,9 @@ public:
         Flat::GdipImageGetFrameCount(bitmap, &m_guid, &m_nFrames);
     }
 
+    CFrameDimension(const CFrameDimension&) = delete;
+    CFrameDimension& operator=(const CFrameDimension&) = delete;
+
     /// At least one, also without a dimension.
     UINT GetFrames() const noexcept { return std::max(m_nFrames, 1u); }
 
@@ -94,6 +97,9 @@ public:
         m_pnDelays = static_cast<const LONG*>(pItem->value);
         m_nDelays = pItem->length / sizeof(LONG);
     }
+
+    CFrameDelays(const CFrameDelays&) = delete;
+    CFrameDelays& operator=(const CFrameDelays&) = delete;
 
     /// Hundredths of a second; 0 where the file says nothing.
     LONG operator[](UINT nFrame) const noexcept { return nFrame < m_nDelays ? m_pnDelays[nFrame] : 0; }
