@@ -20,9 +20,12 @@ const FillKernels g_fillScalar = {Fill};
 
 FillPattern MakeFillPattern(DWORD dwColor, size_t nBytes) noexcept
 {
+    // No remainder for each byte: in small planes that took as long as the fill.
     FillPattern pattern;
-    for (size_t i = 0; i < sizeof(pattern.arrBytes); i++)
-        pattern.arrBytes[i] = static_cast<BYTE>(dwColor >> 8 * (i % nBytes));
+    for (size_t i = 0; i < nBytes; i++)
+        pattern.arrBytes[i] = static_cast<BYTE>(dwColor >> 8 * i);
+    for (size_t i = nBytes; i < sizeof(pattern.arrBytes); i++)
+        pattern.arrBytes[i] = pattern.arrBytes[i - nBytes];
     return pattern;
 }
 

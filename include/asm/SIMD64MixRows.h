@@ -83,11 +83,11 @@ struct AlphaPer3
     static constexpr size_t nUnits = 3, nGroupSamples = 16, nGroupAlphas = 16;
     static __m128i Take(const BYTE* pAlpha, size_t nUnit) noexcept
     {
-        const __m128i arrMasks[3] = {
-            _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5),
-            _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10),
-            _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15)};
-        return _mm_shuffle_epi8(Load16(pAlpha), arrMasks[nUnit]);
+        alignas(16) static constexpr BYTE arrOrders[nUnits][16] = {
+            {0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5},
+            {5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10},
+            {10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15}};
+        return _mm_shuffle_epi8(Load16(pAlpha), Load16(arrOrders[nUnit]));
     }
 };
 
