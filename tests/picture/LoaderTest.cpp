@@ -296,6 +296,35 @@ TEST_F(Loader, BmpOfOtherDepths)
     ExpectPicture(FOURCC_ARGB32, 2, 2, {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255});
 }
 
+/// Headers of 108 and 124 bytes are beyond the loader's own reader, in either row order.
+TEST_F(Loader, BmpWithLongerHeaders)
+{
+    for (const DWORD cbHeader : {108, 124})
+    {
+        for (const LONG nHeight : {2, -2})
+        {
+            SCOPED_TRACE(testing::Message() << cbHeader << " " << nHeight);
+            BmpBuilder builder(24, 3, nHeight);
+            builder.info.biSize = cbHeader;
+            builder.gap.assign(cbHeader - 40, 0);
+            builder.file.bfOffBits += cbHeader - 40;
+            builder.file.bfSize += cbHeader - 40;
+            ASSERT_EQ(Load("a.bmp", builder.File(), true), S_OK);
+            EXPECT_EQ(log.Texts(2), Texts{BmpFailed(sPath, "0x80004005")});
+            Bytes expected;
+            for (const size_t nRow : {0, 1})
+            {
+                for (size_t x = 0; x < 3; ++x)
+                {
+                    const BYTE* pb = builder.pixels.data() + (nHeight > 0 ? nRow : 1 - nRow) * 12 + x * 3;
+                    Append(expected, {pb[0], pb[1], pb[2], 255});
+                }
+            }
+            ExpectPicture(FOURCC_ARGB32, 3, 2, expected);
+        }
+    }
+}
+
 /// GDI+ decides about a file whose size is said to be smaller than it is, and takes it. It sees no alpha
 /// there.
 TEST_F(Loader, BmpWithAFalseFileSize)
