@@ -35,6 +35,9 @@ struct Frames
     std::vector<BYTE> input, between, output, temp;
 };
 
+/// Beside one bicubic call of libswscale.
+constexpr Target targetCompose = {3.0, 6.0};
+
 using PFNCOMPOSE = void (*)(Frames& f);
 
 void InOneCall(Frames& f)
@@ -53,6 +56,7 @@ void InTwoCalls(Frames& f)
 
 void RegisterJob(const std::string& sJob, const std::shared_ptr<Frames>& frames, PFNCOMPOSE pfnCompose)
 {
+    Expect(sJob, picFrame.nWidth, static_cast<int>(AbsHeight(picFrame.nHeight)), targetCompose);
     const auto add = [&](const char* pszContestant, std::function<void()> work)
     { Register(sJob, picFrame.nWidth, static_cast<int>(AbsHeight(picFrame.nHeight)), pszContestant, work); };
     const auto ours = [frames, pfnCompose](eCPU eLevel)

@@ -35,16 +35,24 @@ struct Filter
     int nYuvFilter; ///< or -1
 };
 
+/// Beside the fastest peer of the same filter.
+constexpr Target targetOther = {0.7, 1.0};
+
 struct Layout
 {
     const char* pszName;
     DWORD fccType;
     int nChannels;
     AVPixelFormat eFormat;
+    Target targetReducing, targetEnlarging; ///< of cubic filters
 };
 
-constexpr SizePair arrSizes[] = {
-    {{1920, 1080}, {720, 576}}, {{720, 576}, {1920, 1080}}, {{3840, 2160}, {1920, 1080}}};
+/// Either way by unlike ratios and by two.
+constexpr SizePair arrSizes[] = {{{1920, 1080}, {720, 576}},
+                                 {{720, 576}, {1920, 1080}},
+                                 {{3840, 2160}, {1920, 1080}},
+                                 {{1440, 1152}, {720, 576}},
+                                 {{960, 540}, {1920, 1080}}};
 
 constexpr Filter arrFilters[] = {
     {"nearest", eIR_Nearest, SWS_POINT, libyuv::kFilterNone},
@@ -54,9 +62,9 @@ constexpr Filter arrFilters[] = {
 };
 
 constexpr Layout arrLayouts[] = {
-    {"plane", FOURCC_RGB8, 1, AV_PIX_FMT_GRAY8},
-    {"RGB24", FOURCC_RGB24, 3, AV_PIX_FMT_BGR24},
-    {"RGB32", FOURCC_RGB32, 4, AV_PIX_FMT_BGR0},
+    {"plane", FOURCC_RGB8, 1, AV_PIX_FMT_GRAY8, {2.5, 4.0}, {1.0, 1.2}},
+    {"RGB24", FOURCC_RGB24, 3, AV_PIX_FMT_BGR24, {2.0, 4.0}, {2.0, 4.0}},
+    {"RGB32", FOURCC_RGB32, 4, AV_PIX_FMT_BGR0, {5.0, 10.0}, {5.0, 10.0}},
 };
 
 /// The pictures of a job, in memory that stays warm.
@@ -143,11 +151,15 @@ void RegisterResize()
             const auto frames = std::make_shared<Frames>(sizes, layout);
             for (const Filter& filter : arrFilters)
             {
-                if (filter.nMode == eIR_Super && sizes.dst.nWidth > sizes.src.nWidth)
+                const bool bEnlarges = sizes.dst.nWidth > sizes.src.nWidth;
+                if (filter.nMode == eIR_Super && bEnlarges)
                     continue;
                 const std::string sJob = std::string(layout.pszName) + " " + filter.pszName + " from " +
                                          std::to_string(sizes.src.nWidth) + "x" +
                                          std::to_string(sizes.src.nHeight);
+                const Target& targetCubic = bEnlarges ? layout.targetEnlarging : layout.targetReducing;
+                Expect(sJob, sizes.dst.nWidth, sizes.dst.nHeight,
+                       filter.nMode == eIR_Cubic ? targetCubic : targetOther);
                 RegisterOurs(sJob, sizes.dst, frames, filter.nMode);
                 RegisterSwscale(sJob, sizes, frames, layout, filter);
                 RegisterLibyuv(sJob, sizes, frames, layout.nChannels, filter.nYuvFilter);
