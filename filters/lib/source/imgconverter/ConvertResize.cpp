@@ -1,6 +1,8 @@
 #include "imgconverter/ImgConverter.h"
 
 #include "dstl/dshowx/DSTrace.h"
+#include "imgconverter/ConvertedRows.h"
+#include "imgconverter/ResizeFrame.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -32,6 +34,63 @@ bool IsUsable(const PicProps& pic) noexcept
     return GetPicPlanes(&pic, arrShift, arrStep, nullptr, false);
 }
 
+/// A call of both stages without the frame between them.
+struct FusedCall
+{
+    const BYTE* pbInput;
+    BYTE* pbOutput;
+    const PicProps* pInputProps;
+    const PicProps* pOutputProps;
+    const RECT* prcInput;
+    const RECT* prcOutput;
+    int nMode;
+    BYTE* pTemp;
+    size_t cbTemp; ///< of the caller's memory
+    int nSharp;
+};
+
+bool DoOverlap(const FusedCall& call) noexcept
+{
+    const auto nInput = reinterpret_cast<uintptr_t>(call.pbInput);
+    const auto nOutput = reinterpret_cast<uintptr_t>(call.pbOutput);
+    return nInput < nOutput + GetPicSize(call.pOutputProps) &&
+           nOutput < nInput + GetPicSize(call.pInputProps);
+}
+
+/// Converts each row when the scaling asks for it, which gives the bytes of the two stages without ever
+/// writing the picture between them.
+/// \return false where the stages have to run one after the other; nothing is done then
+bool ConvertWhileScaling(const FusedCall& call, HRESULT& hr) noexcept
+{
+    if (!TakesRows(call.pOutputProps->fccType) || !IsUsable(*call.pInputProps) ||
+        !IsUsable(*call.pOutputProps) || DoOverlap(call))
+        return false;
+    const PicProps picBetween = {call.pOutputProps->fccType, call.pInputProps->nWidth,
+                                 call.pInputProps->nHeight, 0};
+    RECT srcRect;
+    RECT dstRect;
+    if (NormalizeRects(&picBetween, call.pOutputProps, &srcRect, &dstRect, true, call.prcInput,
+                       call.prcOutput) != S_OK ||
+        (AreSizesEqual(srcRect, dstRect) && call.nSharp == 0)) // a copy
+        return false;
+    CConvertedRows rows;
+    if (!rows.Open(call.pbInput, *call.pInputProps, picBetween))
+        return false;
+
+    const size_t cbRows = rows.WorkSize();
+    const size_t cbScale = Img_GetBufferSize(&picBetween, call.pOutputProps);
+    const bool bGiven = call.pTemp && call.cbTemp >= cbScale && call.cbTemp - cbScale >= cbRows;
+    std::unique_ptr<BYTE[]> spRows;
+    if (!bGiven)
+        spRows.reset(new (std::nothrow) BYTE[cbRows]);
+    if (!bGiven && !spRows)
+        return false;
+    rows.SetMemory(bGiven ? call.pTemp + cbScale : spRows.get());
+    hr = ResizeFrameOfRows(rows, call.pbOutput, &picBetween, call.pOutputProps, call.prcInput, call.prcOutput,
+                           call.nMode, bGiven ? call.pTemp : nullptr, call.nSharp);
+    return true;
+}
+
 } // namespace
 
 HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
@@ -59,8 +118,15 @@ HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInp
         bResize = !AreSizesEqual(srcRect, dstRect);
     }
 
-    std::unique_ptr<BYTE[]> spTemp;
     const size_t cbTemp = Img_GetBufferSizeEx(_pInputProps, _pOutputProps); // of the caller's memory too
+    HRESULT hrFused = S_OK;
+    if (bConvert && bResize && !bFieldMode &&
+        ConvertWhileScaling({_pbInput, _pbOutput, _pInputProps, _pOutputProps, _prcInput, _prcOutput, nMode,
+                             pTemp, cbTemp, nSharp},
+                            hrFused))
+        return FAILED(hrFused) ? hrFused : S_OK;
+
+    std::unique_ptr<BYTE[]> spTemp;
     if (!pTemp && bConvert && bResize)
     {
         // What both stages would refuse shall not cost the memory of its size first.

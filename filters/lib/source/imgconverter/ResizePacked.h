@@ -6,8 +6,9 @@
 /// A rectangle of a packed picture and where it goes.
 struct PackedScale
 {
-    const BYTE* pSrc; ///< first byte of the rectangle
-    ptrdiff_t nSrcStep;
+    IRowSource& source; ///< packed rows of the whole picture
+    LONG nTop;          ///< first row of the rectangle
+    size_t cbLeft;      ///< bytes left of it
     BYTE* pDst;
     ptrdiff_t nDstStep;
     bool bChromaFirst; ///< packed as U, Y, V, Y

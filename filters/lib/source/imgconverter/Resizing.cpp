@@ -2,6 +2,7 @@
 
 #include "dstl/dshowx/DSTrace.h"
 #include "imgconverter/Flip.h"
+#include "imgconverter/ResizeFrame.h"
 #include "imgconverter/ResizePacked.h"
 #include "imgconverter/ResizePlane.h"
 
@@ -120,6 +121,7 @@ struct ResizeCall
     SharpScale chroma;
 
     const BYTE* pbInput;
+    IRowSource* pRows; ///< of a packed input that is not in memory, or null
     BYTE* pbOutput;
     bool bOverlap; ///< the two frames share memory
 };
@@ -157,19 +159,23 @@ void SetScales(ResizeCall& call) noexcept
     }
 }
 
-PackedScale PackedOf(const ResizeCall& call) noexcept
+ePrimitiveStatus ScalePacked(const ResizeCall& call, BYTE* pWork) noexcept
 {
     DWORD srcOffset[3] = {};
     DWORD dstOffset[3] = {};
-    GetPicOffsets(&call.picInput, call.src.rc.left, call.src.rc.top, srcOffset, false);
-    GetPicOffsets(&call.picOutput, call.dst.rc.left, call.dst.rc.top, dstOffset, false);
-    return {call.pbInput + srcOffset[0],
-            ptrdiff_t{2} * PicRow(call.picInput),
-            call.pbOutput + dstOffset[0],
-            ptrdiff_t{2} * PicRow(call.picOutput),
-            call.branch.bChromaFirst,
-            call.luma,
-            call.chroma};
+    if (!GetPicOffsets(&call.picInput, call.src.rc.left, 0, srcOffset, false) ||
+        !GetPicOffsets(&call.picOutput, call.dst.rc.left, call.dst.rc.top, dstOffset, false))
+        return ePS_SizeError;
+    CRowsInMemory rows(call.pbInput, ptrdiff_t{2} * PicRow(call.picInput));
+    const PackedScale packed = {call.pRows ? *call.pRows : static_cast<IRowSource&>(rows),
+                                call.src.rc.top,
+                                srcOffset[0],
+                                call.pbOutput + dstOffset[0],
+                                ptrdiff_t{2} * PicRow(call.picOutput),
+                                call.branch.bChromaFirst,
+                                call.luma,
+                                call.chroma};
+    return ResizePacked(packed, pWork);
 }
 
 size_t WorkSize(const ResizeCall& call) noexcept
@@ -266,6 +272,8 @@ private:
 
 bool DoOverlap(const ResizeCall& call) noexcept
 {
+    if (call.pRows)
+        return false;
     const auto nInput = reinterpret_cast<uintptr_t>(call.pbInput);
     const auto nOutput = reinterpret_cast<uintptr_t>(call.pbOutput);
     return nInput < nOutput + GetPicSize(&call.picOutput) && nOutput < nInput + GetPicSize(&call.picInput);
@@ -296,10 +304,49 @@ HRESULT RunBranch(ResizeCall& call, BYTE* pTemp) noexcept
         ScaleThreePlanes(call, pWork);
         break;
     case eBranch::PackedYUV:
-        ResizePacked(PackedOf(call), pWork);
+        ScalePacked(call, pWork);
         break;
     }
     return S_OK; // deliberate: what the primitives answer only ends the branch
+}
+
+/// \param pRows of a packed input in place of pbInput, or null
+HRESULT ResizeFrame(const BYTE* pbInput, IRowSource* pRows, BYTE* pbOutput, const PicProps* pInputProps,
+                    const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput, int nMode,
+                    BYTE* pTemp, int nSharp) noexcept
+{
+    if (pInputProps->fccType != pOutputProps->fccType)
+        return E_INVALIDARG;
+
+    PlaneView src;
+    PlaneView dst;
+    if (!GetPicPlanes(pInputProps, src.arrShift, src.arrStep, &src.bMirror, true) ||
+        !GetPicPlanes(pOutputProps, dst.arrShift, dst.arrStep, &dst.bMirror, true))
+        return E_INVALIDARG;
+    const HRESULT hr = NormalizeRects(pInputProps, pOutputProps, &src.rc, &dst.rc, true, prcInput, prcOutput);
+    if (hr != S_OK)
+        return hr;
+
+    const bool bFactorsOne = Width(src.rc) == Width(dst.rc) && Height(src.rc) == Height(dst.rc) &&
+                             Width(src.rc) != 0 && Height(src.rc) != 0;
+    if (bFactorsOne && nSharp == 0 && !pRows)
+        return Img_Copy(pbInput, pbOutput, pInputProps, pOutputProps, prcInput, prcOutput);
+
+    GetPicOffsets(pOutputProps, dst.rc.left, FirstMemoryRow(*pOutputProps, dst), dst.arrOffset, true);
+    const FormatBranch& branch = FindBranch(pInputProps->fccType);
+    int nInterpolation = InterpolationOf(nMode, src, dst);
+    if (branch.bLimitMode && nInterpolation >= nInterpolationEnd)
+        nInterpolation = eIP_Cubic;
+    ResizeCall call = {
+        *pInputProps, *pOutputProps,
+        src,          dst,
+        branch,       {{}, nInterpolation, branch.nChannels, nSharp != 0, MakeSharpenKernel(nSharp)},
+        {},           pbInput,
+        pRows,        pbOutput,
+        false};
+    call.bOverlap = DoOverlap(call);
+    SetScales(call);
+    return RunBranch(call, pTemp);
 }
 
 } // namespace
@@ -312,40 +359,19 @@ HRESULT Img_ResizeFrame(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _
     DSASSERT(_pbInput && _pbOutput);
     if (!_pInputProps || !_pOutputProps || !_pbInput || !_pbOutput)
         return E_INVALIDARG;
-    if (_pInputProps->fccType != _pOutputProps->fccType)
-        return E_INVALIDARG;
+    return ResizeFrame(_pbInput, nullptr, _pbOutput, _pInputProps, _pOutputProps, _prcInput, _prcOutput,
+                       nMode, pTemp, nSharp);
+}
 
-    PlaneView src;
-    PlaneView dst;
-    if (!GetPicPlanes(_pInputProps, src.arrShift, src.arrStep, &src.bMirror, true) ||
-        !GetPicPlanes(_pOutputProps, dst.arrShift, dst.arrStep, &dst.bMirror, true))
-        return E_INVALIDARG;
-    const HRESULT hr =
-        NormalizeRects(_pInputProps, _pOutputProps, &src.rc, &dst.rc, true, _prcInput, _prcOutput);
-    if (hr != S_OK)
-        return hr;
+bool TakesRows(DWORD fccType) noexcept
+{
+    return FindBranch(fccType).branch == eBranch::PackedYUV;
+}
 
-    const bool bFactorsOne = Width(src.rc) == Width(dst.rc) && Height(src.rc) == Height(dst.rc) &&
-                             Width(src.rc) != 0 && Height(src.rc) != 0;
-    if (bFactorsOne && nSharp == 0)
-        return Img_Copy(_pbInput, _pbOutput, _pInputProps, _pOutputProps, _prcInput, _prcOutput);
-
-    GetPicOffsets(_pOutputProps, dst.rc.left, FirstMemoryRow(*_pOutputProps, dst), dst.arrOffset, true);
-    const FormatBranch& branch = FindBranch(_pInputProps->fccType);
-    int nInterpolation = InterpolationOf(nMode, src, dst);
-    if (branch.bLimitMode && nInterpolation >= nInterpolationEnd)
-        nInterpolation = eIP_Cubic;
-    ResizeCall call = {*_pInputProps,
-                       *_pOutputProps,
-                       src,
-                       dst,
-                       branch,
-                       {{}, nInterpolation, branch.nChannels, nSharp != 0, MakeSharpenKernel(nSharp)},
-                       {},
-                       _pbInput,
-                       _pbOutput,
-                       false};
-    call.bOverlap = DoOverlap(call);
-    SetScales(call);
-    return RunBranch(call, pTemp);
+HRESULT ResizeFrameOfRows(IRowSource& rows, BYTE* pbOutput, const PicProps* pInputProps,
+                          const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput,
+                          int nMode, BYTE* pTemp, int nSharp) noexcept
+{
+    return ResizeFrame(nullptr, &rows, pbOutput, pInputProps, pOutputProps, prcInput, prcOutput, nMode, pTemp,
+                       nSharp);
 }
