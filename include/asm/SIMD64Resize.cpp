@@ -102,6 +102,16 @@ void Halve(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) 
     }
 }
 
+void Double(const BYTE* pNear, const BYTE* pFar, BYTE* pDst, size_t nPixels) noexcept
+{
+    const auto down = [=](ptrdiff_t i) { return 3 * pNear[i] + pFar[i]; };
+    for (ptrdiff_t i = 0; i < static_cast<ptrdiff_t>(nPixels); i++)
+    {
+        pDst[2 * i] = static_cast<BYTE>((3 * down(i) + down(i - 1) + 8) >> 4);
+        pDst[2 * i + 1] = static_cast<BYTE>((3 * down(i) + down(i + 1) + 8) >> 4);
+    }
+}
+
 template <int nChannels>
 void Seconds(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
 {
@@ -163,6 +173,7 @@ const ResizeKernels kernelsResizeScalar = {{Row<1>, nullptr, Row<3>, Row<4>},
                                            {Sum<1, uint16_t>, nullptr, Sum<3, uint16_t>, Sum<4, uint16_t>},
                                            {Halve<1>, nullptr, Halve<3>, Halve<4>},
                                            {Seconds<1>, nullptr, Seconds<3>, Seconds<4>},
+                                           Double,
                                            Blend,
                                            Add,
                                            Divide,

@@ -40,9 +40,10 @@ struct alignas(32) ResizeWindow
 /// How the 16 bytes of half a window are found.
 enum class eResizeWindows
 {
-    None,    ///< no windows: the plain form runs
-    Whole,   ///< 16 bytes from one place for each half
-    Gathered ///< four bytes from each of four places, where outputs lie too far apart
+    None,     ///< no windows: the plain form runs
+    Whole,    ///< 16 bytes from one place for each half
+    Gathered, ///< four bytes from each of four places, where outputs lie too far apart
+    Halved    ///< no windows: cubic to one half, where all outputs but the outermost have the same weights
 };
 
 /// How a row is scaled across.
@@ -57,9 +58,15 @@ struct ResizeRowTaps
     const ResizeWindow* pWindows;
     const int32_t* pPlaces; ///< byte offsets for each half of a window
     eResizeWindows eWindows;
-    size_t nGroups; ///< of nResizeGroupOutputs
-    LONG nChunks;   ///< of nResizeChunkTaps
+    size_t nGroups;                ///< of nResizeGroupOutputs
+    LONG nChunks;                  ///< of nResizeChunkTaps
+    LONG nHalvedFirst, nHalvedEnd; ///< outputs of eResizeWindows::Halved that have nResizeHalved weights
 };
+
+/// The weights of cubic interpolation in the middle of two pixels: nResizeHalvedInner for these two and minus
+/// nResizeHalvedOuter for their neighbours.
+constexpr int16_t nResizeHalvedInner = 9 * nResizeWeightOne / 16;
+constexpr int16_t nResizeHalvedOuter = nResizeWeightOne / 16;
 
 /// Two rows that are scaled across with the same weights; both may be the same one.
 template <class TSample>
@@ -129,6 +136,10 @@ using PFNRESIZEAVERAGE = void (*)(const uint16_t* const* ppRows, const int16_t* 
 /// Two rows halved both ways: the mean of each four pixels, rounded half up, which is what linear
 /// interpolation and the area average come to.
 using PFNRESIZEHALVE = void (*)(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept;
+/// One channel doubled both ways, linear, without the outermost pixels: an output row lies at a quarter of
+/// the way from its near to its far source row, and so do its two outputs a pixel, on either side of it.
+/// \param pNear, pFar nPixels and one more on both sides \param pDst twice nPixels
+using PFNRESIZEDOUBLE = void (*)(const BYTE* pNear, const BYTE* pFar, BYTE* pDst, size_t nPixels) noexcept;
 /// The second of each two pixels.
 using PFNRESIZESECONDS = void (*)(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept;
 /// A symmetrical kernel of 3 by 3 whose sums of 255 times its absolute values fit 15 bits.
@@ -158,6 +169,7 @@ struct ResizeKernels
     PFNRESIZENARROW arrNarrow[4];
     PFNRESIZEHALVE arrHalve[4];
     PFNRESIZESECONDS arrSeconds[4];
+    PFNRESIZEDOUBLE pfnDouble;
     PFNRESIZEBLEND pfnBlend;
     PFNRESIZEADD pfnAdd;
     PFNRESIZEDIVIDE pfnDivide;

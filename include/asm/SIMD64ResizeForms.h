@@ -21,6 +21,8 @@ constexpr size_t nRowRegisters = 2 / Lanes::nLanes;
 /// What becomes of the sums of a row.
 struct ToLevels
 {
+    static constexpr bool bLevels = true;
+
     using Sample = int16_t;
     static constexpr auto& Kernels = kernelsResizeScalar.arrRows;
     static constexpr int nShift = nResizeWeightBits - nResizeRowBits;
@@ -32,6 +34,8 @@ struct ToLevels
 
 struct ToNarrowSums
 {
+    static constexpr bool bLevels = false;
+
     using Sample = uint16_t;
     static constexpr auto& Kernels = kernelsResizeScalar.arrNarrow;
     static V Pack(V a, V b) { return Lanes::PackLanesUnsigned(a, b); }
@@ -109,6 +113,70 @@ void RowWindows(const ResizeRowTaps& taps, const ResizeRowPair<typename TTarget:
     }
 }
 
+/// Some of the outputs, by the plain form.
+template <class TSample>
+void RunPlain(void (*pfnPlain)(const ResizeRowTaps&, const ResizeRowPair<TSample>&) noexcept,
+              const ResizeRowTaps& taps, const ResizeRowPair<TSample>& rows, ptrdiff_t nFirst, ptrdiff_t nEnd,
+              int nChannels)
+{
+    if (nFirst >= nEnd)
+        return;
+    ResizeRowTaps part = taps;
+    part.pStart += nFirst;
+    part.pWeights += nFirst * taps.nTaps;
+    part.nOutputs = static_cast<LONG>(nEnd - nFirst);
+    ResizeRowPair<TSample> partRows = rows;
+    partRows.arrDst[0] += nFirst * nChannels;
+    partRows.arrDst[1] += nFirst * nChannels;
+    pfnPlain(part, partRows);
+}
+
+/// Calls body for each nVector of n elements, for the last ones once more from where a whole register ends
+/// with the last one, since a tail by the plain form can cost as much as the row. \return elements that are
+/// done: all, or none where they are fewer than nVector
+template <class TBody>
+inline __attribute__((always_inline)) size_t ForRegisters(size_t n, size_t nVector, TBody body)
+{
+    size_t i = 0;
+    for (; i + nVector <= n; i += nVector)
+        body(i);
+    if (i == 0 || i == n)
+        return i;
+    body(n - nVector);
+    return n;
+}
+
+/// Outputs of nResizeHalved weights as levels: those are whole sixteenths, so that no table is needed.
+/// \param pSrc first tap of the first output \return outputs that were made: all or none
+size_t HalveCubic(const BYTE* pSrc, int16_t* pDst, size_t nOutputs)
+{
+    constexpr int nSixteenthBits = nResizeRowBits - 4;
+    const V inner = Lanes::Set8(16 * nResizeHalvedInner / nResizeWeightOne);
+    const V low = Lanes::Set16(0xFF);
+    const auto store = [=](size_t i)
+    {
+        const BYTE* p = pSrc + 2 * i;
+        const V first = Lanes::And(Lanes::Load(p), low);
+        const V last = Lanes::Srl16(Lanes::Load(p + 2), 8);
+        const V sum = Lanes::Sub16(Lanes::MaddBytes(Lanes::Load(p + 1), inner), Lanes::Add16(first, last));
+        Lanes::Store(pDst + i, Lanes::Sll16(sum, nSixteenthBits));
+    };
+    return ForRegisters(nOutputs, Lanes::cb / 2, store);
+}
+
+/// Cubic to one half.
+void RowHalved(const ResizeRowTaps& taps, const ResizeRowPair<int16_t>& rows)
+{
+    const ptrdiff_t nFirst = taps.nHalvedFirst;
+    const auto nHalved = static_cast<size_t>(taps.nHalvedEnd - nFirst);
+    const int32_t nStart = taps.pStart[nFirst];
+    HalveCubic(rows.arrSrc[0] + nStart, rows.arrDst[0] + nFirst, nHalved);
+    const auto nMade =
+        static_cast<ptrdiff_t>(HalveCubic(rows.arrSrc[1] + nStart, rows.arrDst[1] + nFirst, nHalved));
+    RunPlain(kernelsResizeScalar.arrRows[0], taps, rows, 0, nFirst, 1);
+    RunPlain(kernelsResizeScalar.arrRows[0], taps, rows, nFirst + nMade, taps.nOutputs, 1);
+}
+
 template <class TTarget>
 void Row1(const ResizeRowTaps& taps, const ResizeRowPair<typename TTarget::Sample>& rows) noexcept
 {
@@ -117,6 +185,12 @@ void Row1(const ResizeRowTaps& taps, const ResizeRowPair<typename TTarget::Sampl
     {
     case eResizeWindows::None:
         TTarget::Kernels[0](taps, rows);
+        break;
+    case eResizeWindows::Halved:
+        if constexpr (TTarget::bLevels)
+            RowHalved(taps, rows);
+        else // not with these weights
+            TTarget::Kernels[0](taps, rows);
         break;
     case eResizeWindows::Whole:
         bTwoTaps ? RowWindows<TTarget, true, false>(taps, rows)
@@ -155,6 +229,7 @@ void Sum1(const ResizeRowTaps& taps, const ResizeRowPair<int32_t>& rows) noexcep
     switch (taps.eWindows)
     {
     case eResizeWindows::None:
+    case eResizeWindows::Halved: // not with these weights
         kernelsResizeScalar.arrSum[0](taps, rows);
         break;
     case eResizeWindows::Whole:
@@ -214,23 +289,6 @@ ptrdiff_t SafeOutputs(const ResizeRowTaps& taps)
     return n;
 }
 
-/// The outputs from nFirst on, by the plain form.
-template <class TSample>
-void RunRest(void (*pfnScalar)(const ResizeRowTaps&, const ResizeRowPair<TSample>&) noexcept,
-             const ResizeRowTaps& taps, const ResizeRowPair<TSample>& rows, ptrdiff_t nFirst, int nChannels)
-{
-    if (nFirst >= taps.nOutputs)
-        return;
-    ResizeRowTaps rest = taps;
-    rest.pStart += nFirst;
-    rest.pWeights += nFirst * taps.nTaps;
-    rest.nOutputs -= static_cast<LONG>(nFirst);
-    ResizeRowPair<TSample> restRows = rows;
-    restRows.arrDst[0] += nFirst * nChannels;
-    restRows.arrDst[1] += nFirst * nChannels;
-    pfnScalar(rest, restRows);
-}
-
 /// Rows of one group of taps.
 template <class TTarget, int nChannels, bool bTwoTaps>
 void RowPixels(const ResizeRowTaps& taps, const ResizeRowPair<typename TTarget::Sample>& rows)
@@ -262,7 +320,8 @@ void RowPixels(const ResizeRowTaps& taps, const ResizeRowPair<typename TTarget::
         if constexpr (nRowRegisters == 2)
             scale(i, pSrc1, pSrc0, pDst1, pDst0);
     }
-    RunRest<typename TTarget::Sample>(TTarget::Kernels[nChannels - 1], taps, rows, nSafe, nChannels);
+    RunPlain<typename TTarget::Sample>(TTarget::Kernels[nChannels - 1], taps, rows, nSafe, taps.nOutputs,
+                                       nChannels);
 }
 
 template <class TTarget, int nChannels>
@@ -295,7 +354,7 @@ void SumOf(const ResizeRowTaps& taps, const ResizeRowPair<int32_t>& rows) noexce
             }
         }
     }
-    RunRest<int32_t>(kernelsResizeScalar.arrSum[nChannels - 1], taps, rows, nSafe, nChannels);
+    RunPlain<int32_t>(kernelsResizeScalar.arrSum[nChannels - 1], taps, rows, nSafe, taps.nOutputs, nChannels);
 }
 
 /// Calls store(i, p) for each register of bytes of an output that nothing may be written behind.
@@ -381,9 +440,9 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     };
     const auto words = [&](const uint32_t* p)
     { return Lanes::PackWords(quotients(p), quotients(p + nVector)); };
-    size_t i = 0;
-    for (; i + Lanes::cb <= nSamples; i += Lanes::cb)
-        Lanes::Store(pDst + i, Lanes::PackBytes(words(pSums + i), words(pSums + i + 2 * nVector)));
+    const auto store = [=](size_t i)
+    { Lanes::Store(pDst + i, Lanes::PackBytes(words(pSums + i), words(pSums + i + 2 * nVector))); };
+    const size_t i = ForRegisters(nSamples, Lanes::cb, store);
     kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
 }
 
@@ -443,9 +502,9 @@ void Halve1(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs)
 {
     const auto mean = [=](size_t nAt)
     { return MeanOfFour(Lanes::Load(pUpper + nAt), Lanes::Load(pLower + nAt)); };
-    size_t i = 0;
-    for (; i + Lanes::cb <= nOutputs; i += Lanes::cb)
-        Lanes::Store(pDst + i, Lanes::PackBytes(mean(2 * i), mean(2 * i + Lanes::cb)));
+    const auto store = [=](size_t i)
+    { Lanes::Store(pDst + i, Lanes::PackBytes(mean(2 * i), mean(2 * i + Lanes::cb))); };
+    const size_t i = ForRegisters(nOutputs, Lanes::cb, store);
     kernelsResizeScalar.arrHalve[0](pUpper + 2 * i, pLower + 2 * i, pDst + i, nOutputs - i);
 }
 
@@ -458,9 +517,9 @@ void Halve4(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs)
         return MeanOfFour(Lanes::Shuffle(Lanes::Load(pUpper + nAt), pairs),
                           Lanes::Shuffle(Lanes::Load(pLower + nAt), pairs));
     };
-    size_t i = 0;
-    for (; i + nVector <= nOutputs; i += nVector)
-        Lanes::Store(pDst + 4 * i, Lanes::PackBytes(mean(8 * i), mean(8 * i + Lanes::cb)));
+    const auto store = [=](size_t i)
+    { Lanes::Store(pDst + 4 * i, Lanes::PackBytes(mean(8 * i), mean(8 * i + Lanes::cb))); };
+    const size_t i = ForRegisters(nOutputs, nVector, store);
     kernelsResizeScalar.arrHalve[3](pUpper + 8 * i, pLower + 8 * i, pDst + 4 * i, nOutputs - i);
 }
 
@@ -485,22 +544,62 @@ void Halve3(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs)
     kernelsResizeScalar.arrHalve[2](pUpper + 6 * i, pLower + 6 * i, pDst + 3 * i, nOutputs - i);
 }
 
+void Double(const BYTE* pNear, const BYTE* pFar, BYTE* pDst, size_t nPixels) noexcept
+{
+    const V quarters = Lanes::Same(_mm_set1_epi16(0x0103)); // three of the near byte, one of the far byte
+    const V half = Lanes::Set16(8);
+    // The rows blended downward, in quarters of a level.
+    struct Words
+    {
+        V low, high;
+    };
+    const auto down = [=](ptrdiff_t i)
+    {
+        const V upper = Lanes::Load(pNear + i);
+        const V lower = Lanes::Load(pFar + i);
+        return Words{Lanes::MaddBytes(Lanes::InterleaveLow(upper, lower), quarters),
+                     Lanes::MaddBytes(Lanes::InterleaveHigh(upper, lower), quarters)};
+    };
+    const auto both = [=](V left, V middle, V right)
+    {
+        const V three = Lanes::Add16(Lanes::Add16(Lanes::Add16(middle, middle), middle), half);
+        const V first = Lanes::Srl16(Lanes::Add16(three, left), 4);
+        const V second = Lanes::Srl16(Lanes::Add16(three, right), 4);
+        return Lanes::Or(first, Lanes::Sll16(second, 8));
+    };
+    const auto store = [=](size_t i)
+    {
+        const auto nAt = static_cast<ptrdiff_t>(i);
+        const Words left = down(nAt - 1);
+        const Words middle = down(nAt);
+        const Words right = down(nAt + 1);
+        Lanes::StoreInTurn(pDst + 2 * i, both(left.low, middle.low, right.low),
+                           both(left.high, middle.high, right.high));
+    };
+    const size_t i = ForRegisters(nPixels, Lanes::cb, store);
+    kernelsResizeScalar.pfnDouble(pNear + i, pFar + i, pDst + 2 * i, nPixels - i);
+}
+
 void Seconds1(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
 {
-    size_t i = 0;
-    for (; i + Lanes::cb <= nOutputs; i += Lanes::cb)
+    const auto store = [=](size_t i)
+    {
         Lanes::Store(pDst + i, Lanes::PackBytes(Lanes::Srl16(Lanes::Load(pSrc + 2 * i), 8),
                                                 Lanes::Srl16(Lanes::Load(pSrc + 2 * i + Lanes::cb), 8)));
+    };
+    const size_t i = ForRegisters(nOutputs, Lanes::cb, store);
     kernelsResizeScalar.arrSeconds[0](pSrc + 2 * i, pDst + i, nOutputs - i);
 }
 
 void Seconds4(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
 {
     constexpr size_t nVector = Lanes::cb / 4;
-    size_t i = 0;
-    for (; i + nVector <= nOutputs; i += nVector)
+    const auto store = [=](size_t i)
+    {
         Lanes::Store(pDst + 4 * i,
                      Lanes::OddDwords(Lanes::Load(pSrc + 8 * i), Lanes::Load(pSrc + 8 * i + Lanes::cb)));
+    };
+    const size_t i = ForRegisters(nOutputs, nVector, store);
     kernelsResizeScalar.arrSeconds[3](pSrc + 8 * i, pDst + 4 * i, nOutputs - i);
 }
 
@@ -539,9 +638,9 @@ void Sharpen(const BYTE* const* ppRows, BYTE* pDst, size_t nSamples, size_t nPix
         sum = Lanes::Max16(sum, Lanes::Set16(0));
         return Lanes::Srl16(Lanes::MulHigh16(sum, reciprocal), shift);
     };
-    size_t i = 0;
-    for (; i + Lanes::cb <= nSamples; i += Lanes::cb)
-        Lanes::Store(pDst + i, Lanes::PackBytes(levels(i), levels(i + nVector)));
+    const auto store = [=](size_t i)
+    { Lanes::Store(pDst + i, Lanes::PackBytes(levels(i), levels(i + nVector))); };
+    const size_t i = ForRegisters(nSamples, Lanes::cb, store);
     const BYTE* arrRest[] = {pAbove + i, p + i, pBelow + i};
     kernelsResizeScalar.pfnSharpen(arrRest, pDst + i, nSamples - i, nPixel, kernel);
 }
@@ -551,8 +650,7 @@ void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPair
 {
     constexpr size_t nVector = Lanes::cb / 2;
     const V low = Lanes::Set16(0xFF);
-    size_t i = 0;
-    for (; i + nVector <= nPairs; i += nVector)
+    const auto store = [=](size_t i)
     {
         const V a = Lanes::Load(pSrc + 4 * i);
         const V b = Lanes::Load(pSrc + 4 * i + Lanes::cb);
@@ -562,7 +660,8 @@ void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPair
         Lanes::Store(pY + 2 * i, bChromaFirst ? odd : even);
         Lanes::StoreHalves(pFirst + i, pSecond + i,
                            Lanes::PackBytes(Lanes::And(chroma, low), Lanes::Srl16(chroma, 8)));
-    }
+    };
+    const size_t i = ForRegisters(nPairs, nVector, store);
     kernelsResizeScalar.arrSplit[bChromaFirst](pSrc + 4 * i, pY + 2 * i, pFirst + i, pSecond + i, nPairs - i);
 }
 
@@ -570,15 +669,15 @@ template <bool bChromaFirst>
 void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, size_t nPairs) noexcept
 {
     constexpr size_t nVector = Lanes::cb / 2;
-    size_t i = 0;
-    for (; i + nVector <= nPairs; i += nVector)
+    const auto store = [=](size_t i)
     {
         const V chroma = Lanes::InterleaveHalves(pFirst + i, pSecond + i);
         const V luma = Lanes::Load(pY + 2 * i);
         const V even = bChromaFirst ? chroma : luma;
         const V odd = bChromaFirst ? luma : chroma;
         Lanes::StoreInTurn(pDst + 4 * i, Lanes::InterleaveLow(even, odd), Lanes::InterleaveHigh(even, odd));
-    }
+    };
+    const size_t i = ForRegisters(nPairs, nVector, store);
     kernelsResizeScalar.arrMerge[bChromaFirst](pY + 2 * i, pFirst + i, pSecond + i, pDst + 4 * i, nPairs - i);
 }
 
@@ -589,6 +688,7 @@ constexpr ResizeKernels kernelsOfLanes = {
     {Row1<ToNarrowSums>, nullptr, RowsOf<ToNarrowSums, 3>, RowsOf<ToNarrowSums, 4>},
     {Halve1, nullptr, Halve3, Halve4},
     {Seconds1, nullptr, Seconds3, Seconds4},
+    Double,
     Blend,
     Add,
     Divide,

@@ -80,12 +80,14 @@ struct Lanes
     static V And(V a, V b) { return _mm_and_si128(a, b); }
     static V Or(V a, V b) { return _mm_or_si128(a, b); }
     static V Add16(V a, V b) { return _mm_add_epi16(a, b); }
+    static V Sub16(V a, V b) { return _mm_sub_epi16(a, b); }
     static V Add32(V a, V b) { return _mm_add_epi32(a, b); }
     static V Max16(V a, V b) { return _mm_max_epi16(a, b); }
     static V Sra16(V v, int n) { return _mm_srai_epi16(v, n); }
     static V Sra32(V v, int n) { return _mm_srai_epi32(v, n); }
     static V Srl16(V v, int n) { return _mm_srli_epi16(v, n); }
     static V Srl16(V v, __m128i n) { return _mm_srl_epi16(v, n); }
+    static V Sll16(V v, int n) { return _mm_slli_epi16(v, n); }
     static V Srl64(V v, int n) { return _mm_srli_epi64(v, n); }
     static V Srl64(V v, __m128i n) { return _mm_srl_epi64(v, n); }
     static V Sll64(V v, int n) { return _mm_slli_epi64(v, n); }
@@ -167,12 +169,14 @@ struct Lanes
     static V And(V a, V b) { return _mm256_and_si256(a, b); }
     static V Or(V a, V b) { return _mm256_or_si256(a, b); }
     static V Add16(V a, V b) { return _mm256_add_epi16(a, b); }
+    static V Sub16(V a, V b) { return _mm256_sub_epi16(a, b); }
     static V Add32(V a, V b) { return _mm256_add_epi32(a, b); }
     static V Max16(V a, V b) { return _mm256_max_epi16(a, b); }
     static V Sra16(V v, int n) { return _mm256_srai_epi16(v, n); }
     static V Sra32(V v, int n) { return _mm256_srai_epi32(v, n); }
     static V Srl16(V v, int n) { return _mm256_srli_epi16(v, n); }
     static V Srl16(V v, __m128i n) { return _mm256_srl_epi16(v, n); }
+    static V Sll16(V v, int n) { return _mm256_slli_epi16(v, n); }
     static V Srl64(V v, int n) { return _mm256_srli_epi64(v, n); }
     static V Srl64(V v, __m128i n) { return _mm256_srl_epi64(v, n); }
     static V Sll64(V v, int n) { return _mm256_slli_epi64(v, n); }

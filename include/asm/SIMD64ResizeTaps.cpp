@@ -115,6 +115,32 @@ bool FillWindows(const ResizeRowTaps& taps, eResizeWindows eWindows, ResizeWindo
     return true;
 }
 
+/// Finds the outputs that have nResizeHalved weights and lie two pixels apart.
+/// \return false where that is not nearly all of them
+bool FindHalved(ResizeRowTaps& taps) noexcept
+{
+    constexpr int16_t arrHalved[nResizeChunkTaps] = {-nResizeHalvedOuter, nResizeHalvedInner,
+                                                     nResizeHalvedInner, -nResizeHalvedOuter};
+    constexpr LONG nOutermost = 2; // on each side
+    if (taps.nTaps != nResizeChunkTaps || taps.nOutputs <= 2 * nOutermost)
+        return false;
+    const auto isHalved = [&](LONG i) {
+        return std::equal(arrHalved, arrHalved + nResizeChunkTaps, taps.pWeights + ptrdiff_t{i} * taps.nTaps);
+    };
+    LONG nFirst = 0;
+    while (nFirst < nOutermost && !isHalved(nFirst))
+        nFirst++;
+    LONG nEnd = nFirst;
+    while (nEnd < taps.nOutputs && isHalved(nEnd) &&
+           taps.pStart[nEnd] == taps.pStart[nFirst] + 2 * (nEnd - nFirst))
+        nEnd++;
+    if (nEnd < taps.nOutputs - nOutermost)
+        return false;
+    taps.nHalvedFirst = nFirst;
+    taps.nHalvedEnd = nEnd;
+    return true;
+}
+
 } // namespace
 
 ResizeRowTaps MakeResizeTaps(const int32_t* pStart, const int16_t* pWeights, LONG nTaps, LONG nOutputs,
@@ -141,6 +167,11 @@ void MakeResizeWindows(ResizeRowTaps& taps, ResizeWindow* pWindows, int32_t* pPl
 {
     if (taps.cbRow < static_cast<size_t>(cbWindow))
         return;
+    if (FindHalved(taps))
+    {
+        taps.eWindows = eResizeWindows::Halved;
+        return;
+    }
     taps.eWindows = eResizeWindows::Whole;
     if (!FillWindows(taps, taps.eWindows, pWindows, pPlaces))
     {

@@ -295,6 +295,7 @@ void ExpectRowsLikePlain(const ResizeRowTaps& plain, eRowKind eKind, const Sourc
     ResizeRowTaps taps = plain;
     CWindows windows(taps);
     EXPECT_EQ(taps.eWindows == eResizeWindows::None, plain.cbRow < 16);
+    EXPECT_TRUE(taps.eWindows != eResizeWindows::Halved || eKind == eRK_Levels);
     for (const Form& form : Forms())
     {
         ASSERT_EQ(ScaleRows(*form.pKernels, eKind, plain, source, nChannels), expected)
@@ -385,6 +386,64 @@ TEST(ResizeKernels, Halve)
                 ASSERT_EQ(result, expected)
                     << nOutputs << " channels " << nChannels << " level " << form.eLevel;
             }
+        }
+    }
+}
+
+/// Cubic to one half goes without windows; the rows are those of the plain form, whole or from a region.
+TEST(ResizeKernels, CubicHalves)
+{
+    std::mt19937 random(11);
+    for (LONG nOutputs = 1; nOutputs <= 130; nOutputs++)
+    {
+        for (const LONG nBeside : {0, 1, 5})
+        {
+            const LONG nSrc = 2 * nOutputs + 2 * nBeside;
+            const SourceRows source(static_cast<size_t>(nSrc), random);
+            const ResizeAxis axis = {nSrc, nBeside, 2 * nOutputs, nOutputs, {nOutputs, 2 * nOutputs}};
+            const LONG nTaps = FilterTaps(axis, eIP_Cubic);
+            std::vector<int32_t> starts(static_cast<size_t>(nOutputs));
+            std::vector<int16_t> weights(static_cast<size_t>(nOutputs * nTaps));
+            FilterWeights(axis, eIP_Cubic, starts.data(), weights.data());
+            const ResizeRowTaps plain =
+                MakeResizeTaps(starts.data(), weights.data(), nTaps, nOutputs, static_cast<size_t>(nSrc));
+            ResizeRowTaps taps = plain;
+            const CWindows windows(taps);
+            if (nOutputs >= 10)
+            {
+                EXPECT_EQ(taps.eWindows, eResizeWindows::Halved);
+            }
+            ExpectRowsLikePlain(plain, eRK_Levels, source, 1);
+            if (HasFatalFailure())
+                return;
+        }
+    }
+}
+
+TEST(ResizeKernels, Double)
+{
+    std::mt19937 random(12);
+    std::vector<Form> forms = Forms();
+    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    for (size_t nPixels = 0; nPixels <= 130; nPixels++)
+    {
+        const SourceRows source(nPixels + 2, random);
+        const BYTE* pNear = source.Row(0) + 1;
+        const BYTE* pFar = source.Row(1) + 1;
+        std::vector<BYTE> expected(2 * nPixels);
+        for (size_t i = 0; i < expected.size(); i++)
+        {
+            const size_t n = i / 2;
+            const size_t nSide = i % 2 == 0 ? n - 1 : n + 1; // n - 1 of 0 is the sample before the first
+            const int nSum = 9 * pNear[n] + 3 * *(pNear + static_cast<ptrdiff_t>(nSide)) + 3 * pFar[n] +
+                             *(pFar + static_cast<ptrdiff_t>(nSide));
+            expected[i] = static_cast<BYTE>((nSum + 8) / 16);
+        }
+        for (const Form& form : forms)
+        {
+            std::vector<BYTE> result(expected.size());
+            form.pKernels->pfnDouble(pNear, pFar, result.data(), nPixels);
+            ASSERT_EQ(result, expected) << nPixels << " level " << form.eLevel;
         }
     }
 }

@@ -60,7 +60,8 @@ constexpr SizePair arrSizes[] = {
     {{4, 4}, {100, 3}},   {{200, 3}, {7, 5}},    {{257, 5}, {3, 2}},   {{5, 130}, {4, 3}},
     {{60, 60}, {20, 15}}, {{31, 17}, {130, 70}}, {{300, 4}, {113, 4}}, {{300, 4}, {37, 3}},
     {{90, 6}, {22, 6}},   {{16, 3}, {15, 3}},    {{15, 3}, {16, 3}},   {{5, 5}, {300, 1}},
-    {{6, 300}, {6, 1}},   {{18, 2}, {9, 1}},
+    {{6, 300}, {6, 1}},   {{18, 2}, {9, 1}},     {{1, 1}, {2, 2}},     {{2, 3}, {4, 6}},
+    {{77, 5}, {154, 10}}, {{80, 6}, {40, 3}},
 };
 
 TEST(ResizePlane, WholePlanesLikeTheReference)
@@ -115,6 +116,38 @@ TEST(ResizePlane, RegionsLikeTheReference)
         ExpectLikeReference(src, dst, scale, nMode);
         if (testing::Test::HasFatalFailure())
             return;
+    }
+}
+
+/// Doubled and halved regions inside of a picture, which have ways of their own.
+TEST(ResizePlane, RegionsByTwo)
+{
+    for (const int nChannels : arrChannels)
+    {
+        for (const int nMode : arrModes)
+        {
+            for (const LONG nLeft : {0, 1, 7, 14})
+            {
+                for (const bool bDouble : {false, true})
+                {
+                    Plane src(90, 11, nChannels, 3);
+                    src.Fill(static_cast<unsigned>(nLeft));
+                    const RoiSize roi = {76, 6};
+                    const RoiSize dstSize = bDouble ? RoiSize{152, 12} : RoiSize{38, 3};
+                    const PlaneScale scale = {src.size,
+                                              {nLeft, nLeft / 3, roi.nWidth, roi.nHeight},
+                                              dstSize,
+                                              {dstSize.nWidth, roi.nWidth},
+                                              {dstSize.nHeight, roi.nHeight}};
+                    SCOPED_TRACE(Str(scale, nMode, nChannels));
+                    Plane dst(dstSize.nWidth, dstSize.nHeight, nChannels, 2);
+                    ASSERT_EQ(RunPlane(src, dst, scale, nMode), ePS_Done);
+                    ExpectLikeReference(src, dst, scale, nMode);
+                    if (testing::Test::HasFatalFailure())
+                        return;
+                }
+            }
+        }
     }
 }
 

@@ -56,6 +56,13 @@ bool IsHalved(const ResizeAxis& axis) noexcept
     return half(axis.nRoiSize, axis.nDstSize) && half(axis.factor.nSrc, axis.factor.nDst);
 }
 
+/// Every sample of the region lies in the middle of two outputs.
+bool IsDoubled(const ResizeAxis& axis) noexcept
+{
+    const auto twice = [](LONG nSrc, LONG nDst) { return nDst % 2 == 0 && nDst / 2 == nSrc; };
+    return twice(axis.nRoiSize, axis.nDstSize) && twice(axis.factor.nSrc, axis.factor.nDst);
+}
+
 template <size_t nChannels>
 void PickPixels(const int32_t* pStart, const BYTE* pSrc, BYTE* pDst, LONG nOutputs) noexcept
 {
@@ -78,6 +85,9 @@ const CPlaneScaler::Way CPlaneScaler::wayNearest = {
 /// Both sides to one half, linear or averaged.
 const CPlaneScaler::Way CPlaneScaler::wayHalve = {
     ePS_Done, &CPlaneScaler::RowHalve, &CPlaneScaler::LayOutNothing, &CPlaneScaler::PrepareNothing};
+/// One channel to twice its sides, linear.
+const CPlaneScaler::Way CPlaneScaler::wayDouble = {
+    ePS_Done, &CPlaneScaler::RowDouble, &CPlaneScaler::LayOutNothing, &CPlaneScaler::PrepareNothing};
 const CPlaneScaler::Way CPlaneScaler::wayFilter = {ePS_Done, &CPlaneScaler::RowFilter,
                                                    &CPlaneScaler::LayOutFilter, &CPlaneScaler::PrepareFilter};
 /// Sums of 16 bits, for the ratios of everyday formats.
@@ -103,13 +113,17 @@ const CPlaneScaler::Way& CPlaneScaler::FindAreaWay(const PlaneScale& scale) noex
     return bNarrow ? wayAreaNarrow : wayArea;
 }
 
-const CPlaneScaler::Way& CPlaneScaler::FindWay(const PlaneScale& scale, int nInterpolation) noexcept
+const CPlaneScaler::Way& CPlaneScaler::FindWay(const PlaneScale& scale, int nInterpolation,
+                                               int nChannels) noexcept
 {
     if (!IsUsable(AcrossOf(scale)) || !IsUsable(DownOf(scale)))
         return waySizeError;
     if ((nInterpolation == eIP_Linear || nInterpolation == eIP_Super) && IsHalved(AcrossOf(scale)) &&
         IsHalved(DownOf(scale)))
         return wayHalve;
+    if (nInterpolation == eIP_Linear && nChannels == 1 && IsDoubled(AcrossOf(scale)) &&
+        IsDoubled(DownOf(scale)))
+        return wayDouble;
     switch (nInterpolation)
     {
     case eIP_Nearest:
@@ -142,13 +156,14 @@ size_t CPlaneScaler::Samples() const noexcept
 size_t CPlaneScaler::WorkSize(const PlaneScale& scale, int nInterpolation, int nChannels) noexcept
 {
     CPlaneScaler scaler;
-    return scaler.LayOut(FindWay(scale, nInterpolation), scale, nInterpolation, nChannels, nullptr);
+    return scaler.LayOut(FindWay(scale, nInterpolation, nChannels), scale, nInterpolation, nChannels,
+                         nullptr);
 }
 
 ePrimitiveStatus CPlaneScaler::Open(const PlaneScale& scale, int nInterpolation, int nChannels,
                                     BYTE* pWork) noexcept
 {
-    const Way& way = FindWay(scale, nInterpolation);
+    const Way& way = FindWay(scale, nInterpolation, nChannels);
     if (way.eStatus != ePS_Done)
         return way.eStatus;
     if (LayOut(way, scale, nInterpolation, nChannels, pWork) != 0 && !pWork)
@@ -317,6 +332,31 @@ void CPlaneScaler::RowHalve(IRowSource& source, LONG nRow, BYTE* pDst) noexcept
     const BYTE* pUpper = source.Row(roi.nTop + 2 * nRow) + nLeft;
     const BYTE* pLower = source.Row(roi.nTop + 2 * nRow + 1) + nLeft;
     m_pKernels->arrHalve[m_nChannels - 1](pUpper, pLower, pDst, static_cast<size_t>(m_scale.dstSize.nWidth));
+}
+
+void CPlaneScaler::RowDouble(IRowSource& source, LONG nRow, BYTE* pDst) noexcept
+{
+    const LONG nNear = m_scale.srcRoi.nTop + nRow / 2;
+    const LONG nFar = std::clamp<LONG>(nRow % 2 != 0 ? nNear + 1 : nNear - 1, 0, m_scale.srcSize.nHeight - 1);
+    const BYTE* pNear = source.Row(nNear);
+    const BYTE* pFar = source.Row(nFar);
+    // The pixels on both ends may lack a neighbour: they come from a row of three with the nearest one.
+    const LONG nLeft = m_scale.srcRoi.nLeft;
+    const LONG nWidth = m_scale.srcRoi.nWidth;
+    const auto doubleEnd = [&](LONG nPixel)
+    {
+        const LONG nLast = m_scale.srcSize.nWidth - 1;
+        const LONG nX = nLeft + nPixel;
+        const LONG arrX[] = {std::max<LONG>(nX - 1, 0), nX, std::min<LONG>(nX + 1, nLast)};
+        const BYTE arrNear[] = {pNear[arrX[0]], pNear[arrX[1]], pNear[arrX[2]]};
+        const BYTE arrFar[] = {pFar[arrX[0]], pFar[arrX[1]], pFar[arrX[2]]};
+        m_pKernels->pfnDouble(arrNear + 1, arrFar + 1, pDst + 2 * nPixel, 1);
+    };
+    doubleEnd(0);
+    if (nWidth == 1)
+        return;
+    doubleEnd(nWidth - 1);
+    m_pKernels->pfnDouble(pNear + nLeft + 1, pFar + nLeft + 1, pDst + 2, static_cast<size_t>(nWidth - 2));
 }
 
 void CPlaneScaler::RowFilter(IRowSource& source, LONG nRow, BYTE* pDst) noexcept

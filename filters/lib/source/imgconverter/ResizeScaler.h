@@ -104,10 +104,10 @@ private:
         void (CPlaneScaler::*pfnLayOut)(CWork& work);
         void (CPlaneScaler::*pfnPrepare)();
     };
-    static const Way wayNearest, wayHalve, wayFilter, wayAreaNarrow, wayArea, wayAreaWide;
+    static const Way wayNearest, wayHalve, wayDouble, wayFilter, wayAreaNarrow, wayArea, wayAreaWide;
     static const Way waySizeError, wayInterpolation;
 
-    static const Way& FindWay(const PlaneScale& scale, int nInterpolation) noexcept;
+    static const Way& FindWay(const PlaneScale& scale, int nInterpolation, int nChannels) noexcept;
     static const Way& FindAreaWay(const PlaneScale& scale) noexcept;
     size_t LayOut(const Way& way, const PlaneScale& scale, int nInterpolation, int nChannels,
                   BYTE* pWork) noexcept;
@@ -130,6 +130,7 @@ private:
 
     void RowNearest(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
     void RowHalve(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
+    void RowDouble(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
     void RowFilter(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
     void RowAreaNarrow(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
     void RowArea(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
