@@ -49,8 +49,9 @@ unsigned long long FrameBytes(const PicProps& pic)
     return 0;
 }
 
-/// Bytes that every buffer is filled from, so that changes are seen without a copy.
-constexpr size_t cbPool = 0x10000;
+/// Bytes that both ends of every buffer are filled from, so that changes are seen without a copy. The middle
+/// of a larger buffer keeps what it held: filling it would cost more than the call.
+constexpr size_t cbPool = 0x8000;
 
 const BYTE* Pool()
 {
@@ -307,20 +308,23 @@ BYTE* ImageCalls::Buffer(eSlot slot, size_t cb)
     BYTE* const pb = m_memory.Get(slot, cb);
     m_arrBytes[slot] = pb;
     m_arrSize[slot] = cb;
-    for (size_t i = 0; i < cb; i += cbPool)
-        std::memcpy(pb + i, Pool(), std::min(cb - i, cbPool));
+    const size_t cbEnd = std::min(cb, cbPool);
+    std::memcpy(pb, Pool(), cbEnd);
+    std::memcpy(pb + cb - cbEnd, Pool(), cbEnd);
     return pb;
 }
 
+/// Of a large buffer both ends are watched.
 bool ImageCalls::IsUnchanged(eSlot slot) const
 {
     const BYTE* const pb = m_arrBytes[slot];
-    for (size_t i = 0; pb && i < m_arrSize[slot]; i += cbPool)
-    {
-        if (std::memcmp(pb + i, Pool(), std::min(m_arrSize[slot] - i, cbPool)) != 0)
-            return false;
-    }
-    return true;
+    if (!pb)
+        return true;
+    const size_t cb = m_arrSize[slot];
+    const size_t cbEnd = std::min(cb, cbPool);
+    // Where the ends overlap, the second one was written over the first.
+    const size_t cbHead = std::min(cbEnd, cb - cbEnd);
+    return std::memcmp(pb, Pool(), cbHead) == 0 && std::memcmp(pb + cb - cbEnd, Pool(), cbEnd) == 0;
 }
 
 /// \return false for a frame that is left out

@@ -171,13 +171,18 @@ DWORD GetPicSize(const PicProps* _pProps) noexcept
     return _pProps ? static_cast<DWORD>(FrameBytes(FindFacts(_pProps->fccType), *_pProps)) : 0;
 }
 
+bool IsPicTooLarge(const PicProps& pic) noexcept
+{
+    return FrameBytes(FindFacts(pic.fccType), pic) > UINT32_MAX;
+}
+
 bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], bool* pbMirror,
                   bool bPlanarYUV) noexcept
 {
     if (!GetPicFormat(_pProps, nullptr, nullptr, nullptr))
         return false;
     const FormatFacts& facts = FindFacts(_pProps->fccType);
-    if (FrameBytes(facts, *_pProps) > UINT32_MAX)
+    if (IsPicTooLarge(*_pProps))
         return false;
 
     const auto nRow = static_cast<DWORD>(PicRow(*_pProps));

@@ -72,6 +72,10 @@ DWORD GetPicRowBytes10(const PicProps* _pProps) noexcept;
 /// more keeps the low 32 bits only; GetPicPlanes refuses such a picture, so that no function works on it.
 DWORD GetPicSize(const PicProps* _pProps) noexcept;
 
+/// True for a frame of 4 GiB or more, whose end no offset of 32 bits reaches: no function works on it, not even on a
+/// field of it, which can be smaller because it pads fewer rows.
+bool IsPicTooLarge(const PicProps& pic) noexcept;
+
 /// Byte offset and row pitch of each plane (Y or the only one, U, V). With bPlanarYUV packed YUV is seen as
 /// three planes. Entries of planes that the format lacks stay as the caller set them.
 /// \param pbMirror optional: true for a bottom-up picture

@@ -2,6 +2,7 @@
 #include "imgconverter/KeyPicture.h"
 #include "imgconverter/KeySpaces.h"
 
+#include "dstl/WinAPI/Perf_only.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <algorithm>
@@ -223,6 +224,8 @@ HRESULT Img_CalcKey(const BYTE* _pbInput, const PicProps* _pInputProps, int nPoi
     if (FAILED(hr))
         return hr;
 
+    static CPerf perf(L"[Img_CalcKey]");
+    const CPerfScope scope(&perf);
     const bool bRGB = nMode != eIK_HLS && nMode != eIK_YUV;
     CSamples samples(picture, bRGB ? RGBToRGB : nMode == eIK_HLS ? RGBToHLS : RGBToYUVBytes);
     if (static_cast<LONG>(_pKey[1]) > 0)
@@ -231,12 +234,17 @@ HRESULT Img_CalcKey(const BYTE* _pbInput, const PicProps* _pInputProps, int nPoi
     samples.SetRects(_arrRects, nRects);
 
     Statistics statistics;
-    samples.ForEach(
-        [&statistics](const ARGB& sample)
-        {
-            statistics.Add(sample);
-            return true;
-        });
+    {
+        // Samples are converted while they are read: timing each on its own would cost more than converting
+        // it.
+        const CPerfScope scopeSpace(KeySpaceCounter(nMode));
+        samples.ForEach(
+            [&statistics](const ARGB& sample)
+            {
+                statistics.Add(sample);
+                return true;
+            });
+    }
     if (statistics.nCount == 0)
         return E_UNEXPECTED;
 

@@ -2,6 +2,7 @@
 #include "imgconverter/KeyPicture.h"
 #include "imgconverter/KeySpaces.h"
 
+#include "dstl/WinAPI/Perf_only.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <algorithm>
@@ -27,8 +28,10 @@ struct Histograms
     }
 };
 
-void Count(Histograms& histograms, const CKeyPicture& picture, PFNKEYSPACE pfnSpace) noexcept
+void Count(Histograms& histograms, const CKeyPicture& picture, PFNKEYSPACE pfnSpace,
+           CPerf* pPerfSpace) noexcept
 {
+    CPerfPieces space(pPerfSpace);
     constexpr size_t nChunk = 256;
     BYTE arrPixels[nChunk * 4];
     for (int64_t y = 0; y < picture.Height(); y++)
@@ -37,7 +40,9 @@ void Count(Histograms& histograms, const CKeyPicture& picture, PFNKEYSPACE pfnSp
         for (auto nLeft = static_cast<size_t>(picture.Width()); nLeft != 0;)
         {
             const size_t nPixels = std::min(nLeft, nChunk);
+            space.Begin();
             pfnSpace(pRow, arrPixels, nPixels);
+            space.End();
             for (size_t i = 0; i < nPixels * 4; i++)
                 histograms.arrCounts[i % 4 * nBins + arrPixels[i]]++;
             pRow += nPixels * 4;
@@ -100,8 +105,10 @@ HRESULT Img_GetChromaKey(const BYTE* _pbInput, const PicProps* _pInputProps, int
     if (FAILED(hr))
         return hr;
 
+    static CPerf perf(L"[PIXEL STAT]");
+    const CPerfScope scope(&perf);
     Histograms histograms;
-    Count(histograms, picture, nMode == eIK_HLS ? RGBToHLS : RGBToRGB);
+    Count(histograms, picture, nMode == eIK_HLS ? RGBToHLS : RGBToRGB, KeySpaceCounter(nMode));
     const int64_t nThreshold = picture.Width() * picture.Height() / 256;
     DWORD dwCentre = 0;
     DWORD dwTolerance = 0;

@@ -11,9 +11,7 @@ bool OpenField(FieldView& view, const PicProps& pic, const RECT& rc, bool bSecon
     constexpr int64_t nLimit = std::numeric_limits<LONG>::max() - 1; // leaves room to round up to even
     if (nRow <= 0 || nWidth <= 0 || nWidth > nLimit || nRowWidth > nLimit)
         return false;
-    // A frame of 4 GiB or more is refused as a whole, even where its view would be smaller by a row.
-    const uint64_t cbRow = (static_cast<uint64_t>(nRow) * GetBitCount(pic.fccType) / 8 + 3) & ~uint64_t{3};
-    if (cbRow * AbsHeight(pic.nHeight) > UINT32_MAX)
+    if (IsPicTooLarge(pic))
         return false;
 
     const auto nLeft = static_cast<LONG>(bSecond ? nRow : 0);

@@ -1,5 +1,6 @@
 #include "imgconverter/KeyPicture.h"
 
+#include "dstl/WinAPI/Perf_only.h"
 #include "imgconverter/ImgConverter.h"
 
 #include <cstring>
@@ -33,6 +34,8 @@ HRESULT CKeyPicture::Open(const BYTE* pbInput, const PicProps& pic, BYTE* pTemp)
     // A YUV picture becomes a top-down one, an RGB picture keeps its order.
     const LONG nHeight = IsRGBFormat(pic.fccType) ? pic.nHeight : static_cast<LONG>(-m_nHeight);
     const PicProps picRGB = {FOURCC_RGB32, pic.nWidth, nHeight, pic.nRowWidth};
+    static CPerf perf(L"[YUV->RGB]"); // also of RGB to RGB
+    const CPerfScope scope(&perf);
     // With a mirror to the buffer the input is only read.
     const HRESULT hr =
         Img_Convert(const_cast<BYTE*>(pbInput), pTemp, &pic, &picRGB, nullptr, nullptr, true, nullptr);

@@ -1,5 +1,8 @@
 #include "imgconverter/KeySpaces.h"
 
+#include "dstl/WinAPI/Perf_only.h"
+#include "imgconverter/ImgConverter.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -92,4 +95,19 @@ void RGBToYUVBytes(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
 void RGBToRGB(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
 {
     std::memmove(pDst, pSrc, nPixels * 4);
+}
+
+CPerf* KeySpaceCounter(int nMode) noexcept
+{
+    if (nMode == eIK_HLS)
+    {
+        static CPerf perf(L"[RGB->HLS]");
+        return &perf;
+    }
+    if (nMode == eIK_YUV)
+    {
+        static CPerf perf(L"[RGB->YUV]");
+        return &perf;
+    }
+    return nullptr;
 }

@@ -6,6 +6,8 @@
 
 #include <cstddef>
 
+class CPerf;
+
 /// B, G, R to H, L, S, in single precision: hue of 360 degrees, lightness and saturation as 0 to 255.
 void RGBToHLS(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept;
 
@@ -21,3 +23,7 @@ void RGBToYUVBytes(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept;
 void RGBToRGB(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept;
 
 using PFNKEYSPACE = void (*)(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept;
+
+/// The counter that the conversion of a measurement is timed under: "[RGB->HLS]" or "[RGB->YUV]", one for the
+/// process, made on first use. \param nMode eImgKey \return null for RGB, where nothing is converted
+CPerf* KeySpaceCounter(int nMode) noexcept;

@@ -9,13 +9,14 @@ namespace
 {
 
 /// A frame of two interleaved fields as a picture of half the height: the rows of the fields lie side by
-/// side. \return false for a row that is too long to be doubled
+/// side. \return false for a frame that is too large, or a row that is too long to be doubled
 bool PutSideBySide(PicProps& pic) noexcept
 {
     const int64_t nWidth = int64_t{pic.nWidth} + PicRow(pic);
     const int64_t nRowWidth = int64_t{pic.nRowWidth} * 2;
     constexpr int64_t nLimit = std::numeric_limits<LONG>::max();
-    if (nWidth > nLimit || nWidth < -nLimit || nRowWidth > nLimit || nRowWidth < -nLimit)
+    if (IsPicTooLarge(pic) || nWidth > nLimit || nWidth < -nLimit || nRowWidth > nLimit ||
+        nRowWidth < -nLimit)
         return false;
     pic.nWidth = static_cast<LONG>(nWidth);
     pic.nRowWidth = static_cast<LONG>(nRowWidth);
