@@ -53,6 +53,11 @@ void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noe
     WriteLog(szLine);
 }
 
+bool IsTraced(UINT nLevel) noexcept
+{
+    return nLevel <= eTL_Max && g_pfnNativeLog != nullptr;
+}
+
 int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszExpression) noexcept
 {
     if (bCondition)

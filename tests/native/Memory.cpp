@@ -44,9 +44,21 @@ BOOL WINAPI HeapFree(HANDLE, DWORD, void* p)
     return TRUE;
 }
 
+namespace
+{
+constexpr SIZE_T cbPage = 4096;
+constexpr SIZE_T cbGranularity = 0x10000; ///< addresses of VirtualAlloc are multiples of it
+} // namespace
+
+void WINAPI GetSystemInfo(SYSTEM_INFO* pInfo)
+{
+    *pInfo = {};
+    pInfo->dwPageSize = cbPage;
+    pInfo->dwAllocationGranularity = cbGranularity;
+}
+
 void* WINAPI VirtualAlloc(void* pWanted, SIZE_T cb, DWORD dwType, DWORD)
 {
-    constexpr SIZE_T cbPage = 4096;
     if (cb == 0 || cb > SIZE_MAX - cbPage)
     {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -59,8 +71,8 @@ void* WINAPI VirtualAlloc(void* pWanted, SIZE_T cb, DWORD dwType, DWORD)
         return nullptr;
     }
     const SIZE_T cbBlock = (cb + cbPage - 1) & ~(cbPage - 1);
-    void* p = std::aligned_alloc(cbPage, cbBlock);
-    if (!p)
+    void* p = nullptr;
+    if (posix_memalign(&p, cbGranularity, cbBlock) != 0)
     {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;

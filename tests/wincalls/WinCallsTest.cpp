@@ -156,7 +156,11 @@ TEST(WinCalls, Memory)
 
     auto* pb = static_cast<BYTE*>(VirtualAlloc(nullptr, 5000, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
     ASSERT_NE(pb, nullptr);
-    EXPECT_EQ(reinterpret_cast<UINT_PTR>(pb) % 4096, 0u);
+    SYSTEM_INFO info = {};
+    GetSystemInfo(&info);
+    EXPECT_EQ(info.dwPageSize, 4096u);
+    EXPECT_EQ(info.dwAllocationGranularity, 0x10000u);
+    EXPECT_EQ(reinterpret_cast<UINT_PTR>(pb) % info.dwAllocationGranularity, 0u);
     EXPECT_EQ(pb[0] | pb[8191], 0);
     EXPECT_FALSE(VirtualFree(pb, 5000, MEM_RELEASE));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));

@@ -1,6 +1,33 @@
 #include "dstl/dshowx/AllocatorProps.h"
 
 #include <algorithm>
+#include <vfwmsgs.h>
+
+#include "dstl/dshowx/DSTrace.h"
+
+namespace
+{
+/// The power of two above an alignment that is none; 0 for a negative one, whose arithmetic shift would stop
+/// at -1 for ever.
+LONG NextPowerOfTwo(LONG cbAlign) noexcept
+{
+    DWORD dwPower = 1;
+    for (; cbAlign != 0 && dwPower != 0; cbAlign >>= 1)
+        dwPower *= 2;
+    return static_cast<LONG>(dwPower);
+}
+
+/// The size at which prefix and buffer fill whole alignments, with 32 bits that wrap. cbAlign is not 0, and
+/// not -1 either, so the division is always defined.
+LONG RoundedBufferSize(const ALLOCATOR_PROPERTIES& rgProps) noexcept
+{
+    const DWORD cbAlign = static_cast<DWORD>(rgProps.cbAlign);
+    const DWORD cbPrefix = static_cast<DWORD>(rgProps.cbPrefix);
+    const LONG cbLast = static_cast<LONG>(static_cast<DWORD>(rgProps.cbBuffer) + cbPrefix - 1);
+    const DWORD nAligns = static_cast<DWORD>(cbLast / rgProps.cbAlign) + 1;
+    return static_cast<LONG>(nAligns * cbAlign - cbPrefix);
+}
+} // namespace
 
 void AllocatorMaxProps(ALLOCATOR_PROPERTIES& rgProps, const ALLOCATOR_PROPERTIES& rgOther) noexcept
 {
@@ -22,11 +49,60 @@ void AdjustAllocatorProps(ALLOCATOR_PROPERTIES& rgProps, DWORD cbImage, DWORD cb
 HRESULT AllocatorTestProps(const ALLOCATOR_PROPERTIES& rgRequest,
                            const ALLOCATOR_PROPERTIES& rgActual) noexcept
 {
-    // Negated in unsigned arithmetic, where the lowest value does not overflow.
-    const DWORD dwAlign = static_cast<DWORD>(rgActual.cbAlign);
-    const bool bPowerOfTwo = ((0u - dwAlign) & dwAlign) == dwAlign;
     if (rgRequest.cBuffers > rgActual.cBuffers || rgRequest.cbBuffer > rgActual.cbBuffer ||
-        rgRequest.cbAlign > rgActual.cbAlign || !bPowerOfTwo || rgRequest.cbPrefix > rgActual.cbPrefix)
+        rgRequest.cbAlign > rgActual.cbAlign || !IsPowerOfTwoAlign(rgActual.cbAlign) ||
+        rgRequest.cbPrefix > rgActual.cbPrefix)
         return E_FAIL;
+    return S_OK;
+}
+
+HRESULT CorrectAllocatorProps(ALLOCATOR_PROPERTIES& rgProps,
+                              bool (*pfnIsValidAlign)(LONG cbAlign) noexcept) noexcept
+{
+    const ALLOCATOR_PROPERTIES rgGiven = rgProps;
+    if (!pfnIsValidAlign(rgProps.cbAlign))
+    {
+        // The first letter of the fourth word is deliberately a Cyrillic one.
+        DSASSERT_TEXT(false, "CAllocatorBuffers::Correct(): Alignment сheck failed in base class");
+        return VFW_E_BADALIGN;
+    }
+
+    if (!IsPowerOfTwoAlign(rgProps.cbAlign))
+    {
+        const LONG cbAlign = NextPowerOfTwo(rgProps.cbAlign);
+        if (cbAlign == 0)
+        {
+            // The doubled C is deliberate.
+            DSASSERT_TEXT(false, "CCAllocatorBuffers::Correct(): Invalid alignment");
+            return VFW_E_BADALIGN;
+        }
+        trace(atlTraceGeneral, eTL_Warning,
+              L"WARNING. CAllocatorBuffers::Correct(): Alignment not a power of 2 (rgProps.cbAlign = 0x%X), "
+              L"corrected alignment = 0x%X\n",
+              static_cast<unsigned>(rgProps.cbAlign), static_cast<unsigned>(cbAlign));
+        rgProps.cbAlign = cbAlign;
+    }
+
+    if (rgProps.cBuffers < 1 || rgProps.cbBuffer <= 0)
+    {
+        DSASSERT_TEXT(false, "CAllocatorBuffers::Correct() : Invalid numbers of buffers or buffer size");
+        return VFW_E_SIZENOTSET;
+    }
+
+    if (rgProps.cbAlign == 0)
+    {
+        trace(atlTraceGeneral, eTL_Warning, L"WARNING. CAllocatorBuffers::Correct(): rgProps.cbAlign == 0\n");
+        rgProps.cbAlign = 1;
+    }
+
+    const LONG cbBuffer = RoundedBufferSize(rgProps);
+    if (cbBuffer == rgProps.cbBuffer)
+        return S_OK;
+    trace(atlTraceGeneral, eTL_Warning,
+          L"WARNING. CAllocatorBuffers::Correct(): input props = { %i, %i, %i, %i }, "
+          L"corrected size of buffer = %i\n",
+          static_cast<int>(rgGiven.cBuffers), static_cast<int>(rgGiven.cbBuffer),
+          static_cast<int>(rgGiven.cbAlign), static_cast<int>(rgGiven.cbPrefix), static_cast<int>(cbBuffer));
+    rgProps.cbBuffer = cbBuffer;
     return S_OK;
 }

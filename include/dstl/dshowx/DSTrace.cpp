@@ -59,6 +59,12 @@ void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noe
     WriteLog(szLine);
 }
 
+bool IsTraced(UINT nLevel) noexcept
+{
+    ILogObject* plog = nullptr;
+    return nLevel <= eTL_Max && SUCCEEDED(g_LogLoader.GetLogObject(&plog));
+}
+
 int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszExpression) noexcept
 {
     if (bCondition)

@@ -30,6 +30,9 @@ inline constexpr size_t cchTraceLine = 1024;
 /// Writes one line to the log. Longer texts are cut to 1,022 characters. %s takes wide text, %hs narrow text.
 void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noexcept;
 
+/// Whether a line of this level has a reader: for callers whose arguments take time to compute.
+bool IsTraced(UINT nLevel) noexcept;
+
 /// A pointer as the log prints it where a line has room for 32 bits: the low half.
 inline unsigned TracePtr(const void* p) noexcept
 {
