@@ -1,0 +1,6 @@
+#include "memory/SampleUnderTest.h"
+
+LPCWSTR SampleUnderTest::GetClassName() const noexcept
+{
+    return L"Some sample";
+}
