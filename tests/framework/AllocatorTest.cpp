@@ -1,6 +1,8 @@
 // Which allocator a connection gets.
 #include "TestFilter.h"
+#include "dstl/dshowx/GreedAllocator.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace
@@ -151,8 +153,13 @@ TEST_F(AllocatorTest, RefusedOwnAllocators)
         HRESULT hr;
     };
     const Row rows[] = {
-        {"not made", [this] { Pin().m_hrCreate.reset(); }, "pOutPin->AllocatorCreate()=0x80004001\n",
-         E_NOTIMPL},
+        {"not made",
+         [this]
+         {
+             Pin().m_hrCreate = E_NOTIMPL;
+             Pin().m_pOwn = nullptr;
+         },
+         "pOutPin->AllocatorCreate()=0x80004001\n", E_NOTIMPL},
         {"no memory",
          [this]
          {
@@ -267,10 +274,72 @@ TEST_F(AllocatorTest, NullArguments)
     EXPECT_EQ(asserts.Texts(), (Lines{"pMemInput != NULL", "pMemInput != NULL", "pMemInput != NULL",
                                       "pAllocator != NULL", "eAllocSrc != eAS_None",
                                       "CAllocatorMatch::AttachAllocator(): GetProperties() != S_OK"}));
-    EXPECT_EQ(CGreedMemoryAllocator::Create(nullptr), E_POINTER);
-    IMemAllocator* p = reinterpret_cast<IMemAllocator*>(1);
-    EXPECT_EQ(CGreedMemoryAllocator::Create(&p), E_NOTIMPL);
-    EXPECT_EQ(p, nullptr);
+}
+
+/// The allocator that the pin makes by itself: asked for by a sink without one, and by a sink whose own is
+/// refused.
+TEST_F(AllocatorTest, TheGreedyAllocator)
+{
+    Pin().m_hrCreate.reset();
+    for (const bool bOffered : {false, true})
+    {
+        Peer().m_pAllocator = bOffered ? &m_alloc : nullptr;
+        m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& rg) { rg.cBuffers = 1; };
+        Peer().m_rgRequire = ALLOCATOR_PROPERTIES{5, 1, 64, 8};
+        LogCapture log;
+        ASSERT_EQ(Connect(), S_OK);
+        const Lines lines = Own(log);
+        EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                             sExtern + (bOffered ? "pOutPin->AllocatorTestProps()=0x80004005\n"
+                                                 : "pMemInput->GetAllocator()=0x8004020A\n")),
+                  1);
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), sUse + "internal allocator\n"), 1);
+        CComPtr<IMemAllocatorEx> spOurs;
+        ASSERT_EQ(Pin().m_spAllocOut->QueryInterface(&spOurs), S_OK);
+        EXPECT_EQ(Pin().m_eAllocSrc, eAS_Internal);
+        // The size has grown so that the prefix and the frame fill whole alignments.
+        EXPECT_EQ(AsTuple(Pin().m_rgPropsOut), Tuple(5, (cbFrame + 8 + 63) / 64 * 64 - 8, 64, 8));
+        EXPECT_TRUE(
+            log.Has(4, "WARNING. CAllocatorBuffers::Correct(): input props = { 5, 384, 64, 8 }, corrected "
+                       "size of buffer = 440\n"));
+
+        ASSERT_EQ(Pin().AllocatorActivate(true), S_OK);
+        CComPtr<IMediaSample> spSample;
+        ASSERT_EQ(Pin().GetSample(&spSample, 0), S_OK);
+        EXPECT_EQ(spSample->GetSize(), 440);
+        BYTE* pb = nullptr;
+        EXPECT_EQ(spSample->GetPointer(&pb), S_OK);
+        EXPECT_EQ((reinterpret_cast<UINT_PTR>(pb) - 8) % 64, 0u);
+        spSample.Release();
+        ASSERT_EQ(Pin().AllocatorActivate(false), S_OK);
+        EXPECT_EQ(Pin().GetSample(&spSample, 0), VFW_E_NOT_COMMITTED);
+        EXPECT_EQ(PinItf()->Disconnect(), S_OK);
+    }
+}
+
+/// A sink that is slow to give back: the sample outlives stop, disconnection and the filter.
+TEST_F(AllocatorTest, ASampleOutlivesTheFilter)
+{
+    Pin().m_hrCreate.reset();
+    Peer().m_pAllocator = nullptr;
+    ASSERT_EQ(Connect(), S_OK);
+    ASSERT_EQ(Pin().AllocatorActivate(true), S_OK);
+    CComPtr<IMediaSample> arrSamples[2];
+    for (CComPtr<IMediaSample>& spSample : arrSamples)
+        ASSERT_EQ(Pin().GetSample(&spSample, 0), S_OK);
+    ASSERT_EQ(Pin().AllocatorActivate(false), S_OK);
+    EXPECT_EQ(PinItf()->Disconnect(), S_OK);
+    m_spFilter.Release();
+    EXPECT_EQ(TestPin::s_nLiving, 0);
+    EXPECT_EQ(_Module.GetLockCount(), 1) << "the allocator keeps itself";
+    for (CComPtr<IMediaSample>& spSample : arrSamples)
+    {
+        BYTE* pb = nullptr;
+        ASSERT_EQ(spSample->GetPointer(&pb), S_OK);
+        std::fill_n(pb, spSample->GetSize(), BYTE{1});
+        spSample.Release();
+    }
+    EXPECT_EQ(_Module.GetLockCount(), 0);
 }
 
 TEST_F(AllocatorTest, ASecondAgreementIsAsserted)

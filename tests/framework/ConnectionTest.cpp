@@ -406,8 +406,9 @@ TEST_F(ConnectionTest, APeerWithoutSampleInput)
 TEST_F(ConnectionTest, NoAllocatorAtAll)
 {
     m_sink.m_pin.m_pAllocator = nullptr;
+    Pin().m_hrCreate = E_NOTIMPL; // the pin's own one cannot be made
     LogCapture log;
-    EXPECT_EQ(Connect(&m_mtStart), E_NOTIMPL); // the pin's own one cannot be made
+    EXPECT_EQ(Connect(&m_mtStart), E_NOTIMPL);
     EXPECT_EQ(Own(log),
               (Lines{sStart, "8 [TestPin] ExecConnection(): connection accepted\n",
                      "2 ###Err### [TestPin] CAllocatorMatch::MatchExternAllocator(): "

@@ -6,6 +6,7 @@
 #include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/DSPins.h"
 #include "dstl/dshowx/DSVideo.h"
+#include "dstl/dshowx/GreedAllocator.h"
 
 LPCWSTR AllocSrcName(eAllocSrc eSrc) noexcept
 {
@@ -20,12 +21,9 @@ LPCWSTR AllocSrcName(eAllocSrc eSrc) noexcept
     }
 }
 
-HRESULT CGreedMemoryAllocator::Create(IMemAllocator** ppAllocator) noexcept
+HRESULT CAllocatorMatchBase::CreateOwn(IMemAllocator** ppAllocator) noexcept
 {
-    if (ppAllocator == nullptr)
-        return E_POINTER;
-    *ppAllocator = nullptr;
-    return E_NOTIMPL;
+    return CGreedMemoryAllocator::Create(ppAllocator);
 }
 
 const CAllocatorMatchBase::MatchTexts CAllocatorMatchBase::s_rgExternTexts = {

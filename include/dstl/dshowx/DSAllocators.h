@@ -29,14 +29,6 @@ enum eAllocSrc : DWORD
 /// "upstream", "downstream", and "internal" for everything else.
 LPCWSTR AllocSrcName(eAllocSrc eSrc) noexcept;
 
-/// The filter's own allocator.
-class CGreedMemoryAllocator
-{
-public:
-    /// \param ppAllocator receives a counted allocator; null on failure
-    static HRESULT Create(IMemAllocator** ppAllocator) noexcept;
-};
-
 /// The outcome of the negotiation, and the steps that do not depend on the pin's class.
 class CAllocatorMatchBase
 {
@@ -70,6 +62,9 @@ protected:
     static void GetRequirements(IMemInputPin* pMemInput, ALLOCATOR_PROPERTIES* pProps) noexcept;
     static HRESULT DecideProps(const CMType* pMediaType, const PicProps* pPicture,
                                ALLOCATOR_PROPERTIES* pProps) noexcept;
+
+    /// A new allocator of our own. \param ppAllocator receives it counted; null on failure
+    static HRESULT CreateOwn(IMemAllocator** ppAllocator) noexcept;
 
     void Attach(CPin& pin, IMemAllocator* pAllocator, eAllocSrc eAllocSrc) noexcept;
     HRESULT Activate(CPin& pin, bool bActivate) noexcept;
@@ -173,10 +168,7 @@ public:
     {
         return ::AllocatorTestProps(*pRequest, *pActual);
     }
-    HRESULT AllocatorCreate(IMemAllocator** ppAllocator) noexcept
-    {
-        return CGreedMemoryAllocator::Create(ppAllocator);
-    }
+    HRESULT AllocatorCreate(IMemAllocator** ppAllocator) noexcept { return this->CreateOwn(ppAllocator); }
 
 private:
     T& Pin() noexcept { return *static_cast<T*>(this); }
