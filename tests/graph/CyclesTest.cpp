@@ -4,60 +4,14 @@
 #include "Failure.h"
 #include "FrameSink.h"
 #include "ProcessUsage.h"
-#include "dstl/WinAPI/Threads.h"
+#include "support/Watchdog.h"
 #include <gtest/gtest.h>
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
-#include <thread>
 
 namespace
 {
 constexpr int g_cycles = 1000;
 constexpr int g_warmUp = 50; // the platform fills its caches
-
-// Ends the program when a step takes longer than the limit, and says which one.
-class Watchdog
-{
-public:
-    Watchdog() : m_thread([this] { Watch(); }) {}
-    ~Watchdog()
-    {
-        SetEvent(m_end);
-        m_thread.join();
-    }
-    Watchdog(const Watchdog&) = delete;
-    Watchdog& operator=(const Watchdog&) = delete;
-
-    void Step(int cycle, const char* name)
-    {
-        m_cycle = cycle;
-        m_name = name;
-        ++m_steps;
-    }
-
-private:
-    void Watch()
-    {
-        for (long long before = -1; WaitForSingleObject(m_end, g_limit) == WAIT_TIMEOUT;)
-        {
-            const long long now = m_steps;
-            if (now == before)
-            {
-                std::fprintf(stderr, "cycle %d hangs in the step \"%s\"\n", m_cycle.load(), m_name.load());
-                std::fflush(stderr);
-                TerminateProcess(GetCurrentProcess(), 3);
-            }
-            before = now;
-        }
-    }
-
-    CHandle m_end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    std::atomic<int> m_cycle{0};
-    std::atomic<const char*> m_name{"start"};
-    std::atomic<long long> m_steps{0};
-    std::thread m_thread;
-};
 
 void OneCycle(const FilterModule& module, FilterGraph& graph, const std::wstring& picture, const TgaCase& tga,
               int cycle, Watchdog& watchdog)

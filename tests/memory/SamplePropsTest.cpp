@@ -22,6 +22,11 @@ Bytes AsBytes(const Record& rg, DWORD cb)
     Bytes bytes(cb, 0xEE);
     const BYTE* const pb = reinterpret_cast<const BYTE*>(&rg);
     std::copy(pb, pb + std::min<size_t>(cb, sizeof(rg)), bytes.begin());
+    for (DWORD i : {36, 37, 38, 39, 60, 61, 62, 63}) // gaps, whose content a copy of the record need not keep
+    {
+        if (i < cb)
+            bytes[i] = 0;
+    }
     return bytes;
 }
 

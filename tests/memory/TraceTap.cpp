@@ -7,6 +7,7 @@
 #include "Format.h"
 #endif
 
+#include <atomic>
 #include <cstdarg>
 #include <cwchar>
 
@@ -14,11 +15,11 @@ namespace
 {
 std::mutex g_lock;
 std::vector<LogLine>* g_pLines = nullptr;
+std::atomic<bool> g_bTapped = false;
 
 bool IsTapped()
 {
-    const std::lock_guard lock(g_lock);
-    return g_pLines != nullptr;
+    return g_bTapped;
 }
 } // namespace
 
@@ -37,6 +38,8 @@ extern "C"
     void WRAP(_Z5tracemjPKwz, _Z5traceyjPKwz)(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat,
                                               ...) noexcept
     {
+        if (nLevel > eTL_Max && !IsTapped())
+            return; // as the trace does
         wchar_t szText[cchTraceLine] = {};
         va_list args;
         va_start(args, pszFormat);
@@ -60,11 +63,13 @@ TraceTap::TraceTap()
 {
     const std::lock_guard lock(g_lock);
     g_pLines = new std::vector<LogLine>;
+    g_bTapped = true;
 }
 
 TraceTap::~TraceTap()
 {
     const std::lock_guard lock(g_lock);
+    g_bTapped = false;
     delete g_pLines;
     g_pLines = nullptr;
 }

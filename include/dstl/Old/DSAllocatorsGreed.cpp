@@ -16,7 +16,7 @@ uint64_t LeadBytes(const ALLOCATOR_PROPERTIES& rgProps) noexcept
     return (cbMissing + cbAlign - 1) / cbAlign * cbAlign;
 }
 
-/// Bytes by which an address of the system's may have to move up to be aligned. The size of a page plays no
+/// Bytes by which an address of the system's may have to move up to be aligned. dwPageSize plays no
 /// part: addresses lie on the allocation granularity.
 uint64_t AlignSlack(LONG cbAlign) noexcept
 {

@@ -296,7 +296,8 @@ STDMETHODIMP IMediaSample2Wrapper::GetProperties(DWORD cbProperties, BYTE* pbPro
     DSASSERT(pbProperties != NULL);
     if (pbProperties == nullptr)
         return E_POINTER;
-    AM_SAMPLE2_PROPERTIES rgProps = {};
+    AM_SAMPLE2_PROPERTIES rgProps;
+    memset(&rgProps, 0, sizeof(rgProps)); // the gaps between the fields go out as well
     rgProps.cbData = std::min<DWORD>(cbProperties, sizeof(rgProps));
     rgProps.dwTypeSpecificFlags = m_dwTypeFlags;
     rgProps.dwSampleFlags = m_dwSampleFlags & ~SAMPLE_MEDIATIMEVALID;
