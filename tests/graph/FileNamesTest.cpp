@@ -202,18 +202,21 @@ TEST_F(FileNames, LongPaths)
     const std::wstring mark = L"\\\\?\\"; // tells the platform that a path may be long
     const HRESULT missing = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     std::filesystem::path folder = m_folder.Path();
+    std::vector<std::wstring> made;
     size_t shown = 0;
     size_t refused = 0;
     for (int depth = 0; depth < 6; ++depth)
     {
         folder /= std::wstring(50, static_cast<wchar_t>(L'a' + depth));
-        ASSERT_TRUE(CreateDirectoryW((mark + folder.wstring()).c_str(), nullptr)) << depth;
+        made.push_back(mark + folder.wstring());
+        ASSERT_TRUE(CreateDirectoryW(made.back().c_str(), nullptr)) << depth;
         for (const Kind& kind : Kinds())
         {
             const std::wstring path =
                 folder.wstring() + L"\\picture" + std::to_wstring(depth) + kind.extension;
+            made.push_back(mark + path);
             const HANDLE file =
-                CreateFileW((mark + path).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+                CreateFileW(made.back().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
             ASSERT_NE(file, INVALID_HANDLE_VALUE);
             DWORD written = 0;
             WriteFile(file, kind.file.data(), static_cast<DWORD>(kind.file.size()), &written, nullptr);
@@ -228,7 +231,7 @@ TEST_F(FileNames, LongPaths)
     }
     EXPECT_GT(shown, 0u);
     EXPECT_GT(refused, 0u);
-    // The folders are too deep for the name with which they are removed otherwise.
-    std::error_code ignored;
-    std::filesystem::remove_all(mark + (m_folder.Path() / std::wstring(50, L'a')).wstring(), ignored);
+    // Too deep for the names with which the rest is removed.
+    for (auto path = made.rbegin(); path != made.rend(); ++path)
+        EXPECT_TRUE(DeleteFileW(path->c_str()) || RemoveDirectoryW(path->c_str()));
 }
