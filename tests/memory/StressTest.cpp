@@ -14,6 +14,7 @@ namespace
 {
 constexpr int nProducers = 4, nConsumers = 3;
 constexpr DWORD nDefaultSeconds = 30;
+constexpr unsigned nQuietEvery = 150; ///< steps of the controller
 
 /// What a holder writes into its buffer: at the first and the last bytes, and on a page between.
 struct Name
@@ -139,6 +140,20 @@ protected:
         }
     }
 
+    /// Leaves a committed allocator alone until the producers have come forward by themselves: no commit or
+    /// decommit helps out whom a return has failed to wake.
+    void KeepQuiet(unsigned n, size_t nLane)
+    {
+        constexpr long nBuffers = 300;
+        m_watchdog.Step(n, "Commit", nLane);
+        m_nStrange += Alloc().Commit() != S_OK;
+        m_watchdog.Step(n, "waiting for the producers", nLane);
+        const long nUntil = m_nGot + nBuffers;
+        while (m_nGot < nUntil)
+            Sleep(1);
+        ++m_nQuiet;
+    }
+
     void Control()
     {
         std::mt19937 random(1000);
@@ -169,6 +184,8 @@ protected:
                 m_nStrange += hr != S_OK;
                 break;
             }
+            if (random() % nQuietEvery == 0)
+                KeepQuiet(n, nLane);
             m_watchdog.Step(n, "controller's work", nLane);
             if (random() % 3 == 0)
                 Sleep(random() % 4);
@@ -188,7 +205,7 @@ protected:
     const ULONGLONG m_nEnd = GetTickCount64() + Seconds() * 1000ull;
     std::atomic<bool> m_bStop = false;
     std::atomic<long> m_nGot = 0, m_nReleased = 0, m_nBusy = 0, m_nNotCommitted = 0, m_nDamaged = 0,
-                      m_nStrange = 0, m_nCommits = 0, m_nSet = 0;
+                      m_nStrange = 0, m_nCommits = 0, m_nSet = 0, m_nQuiet = 0;
     Queue m_queue;
     Watchdog m_watchdog{nProducers + nConsumers + 1};
 };
@@ -209,9 +226,10 @@ TEST_F(StressTest, NothingIsLostOrHandedOutTwice)
     for (std::thread& thread : consumers)
         thread.join();
 
-    std::printf(
-        "%ld buffers, busy %ld times, not committed %ld times, %ld commits, properties set %ld times\n",
-        m_nGot.load(), m_nBusy.load(), m_nNotCommitted.load(), m_nCommits.load(), m_nSet.load());
+    std::printf("%ld buffers, busy %ld times, not committed %ld times, %ld commits, properties set %ld "
+                "times, quiet %ld times\n",
+                m_nGot.load(), m_nBusy.load(), m_nNotCommitted.load(), m_nCommits.load(), m_nSet.load(),
+                m_nQuiet.load());
     EXPECT_EQ(m_nDamaged, 0) << "two holders of one buffer";
     EXPECT_EQ(m_nStrange, 0) << "results that no state gives";
     EXPECT_EQ(m_nReleased, m_nGot);
@@ -219,7 +237,7 @@ TEST_F(StressTest, NothingIsLostOrHandedOutTwice)
     EXPECT_EQ(Refs(), 1);
     EXPECT_LE(GetHeldPages().nBlocks, 1);
     EXPECT_EQ(m_asserts.Texts(), Lines{});
-    for (const auto* pCount : {&m_nGot, &m_nBusy, &m_nNotCommitted, &m_nCommits, &m_nSet})
+    for (const auto* pCount : {&m_nGot, &m_nBusy, &m_nNotCommitted, &m_nCommits, &m_nSet, &m_nQuiet})
         EXPECT_GT(*pCount, 0) << "nothing was tested";
 }
 } // namespace
