@@ -2,6 +2,18 @@
 
 #include "dstl/WinAPI/SehCopy.h"
 
+#include <cstring>
+
+namespace
+{
+
+using PFNFILTERPLANE = void (*)(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
+                                RoiSize size, const SharpenKernel& kernel) noexcept;
+/// By number of channels, less one.
+constexpr PFNFILTERPLANE arrFilterPlane[] = {FilterPlane1, nullptr, FilterPlane3, FilterPlane4};
+
+} // namespace
+
 size_t CSharpScaler::WorkSize(const SharpScale& sharp) noexcept
 {
     CSharpScaler scaler;
@@ -25,9 +37,20 @@ ePrimitiveStatus CSharpScaler::Open(const SharpScale& sharp, BYTE* pWork) noexce
 {
     CWork work(pWork);
     LayOut(work, sharp);
-    m_nNext = 0;
+    m_nFirst = m_nNext = 0;
     return m_scaler.Open(sharp.scale, sharp.nInterpolation, sharp.nChannels,
                          pWork ? pWork + work.Taken() : nullptr);
+}
+
+void CSharpScaler::ScaleNext(IRowSource& source) noexcept
+{
+    if (m_nNext == m_nFirst + nRowsKept)
+    {
+        std::memcpy(m_pKept, Kept(m_nNext - nRowsMoved), m_cbKept * nRowsMoved);
+        m_nFirst = m_nNext - nRowsMoved;
+    }
+    m_scaler.ScaleRow(source, m_nNext, Kept(m_nNext));
+    m_nNext++;
 }
 
 ePrimitiveStatus CSharpScaler::WriteRow(IRowSource& source, LONG nRow, BYTE* pDst) noexcept
@@ -40,12 +63,12 @@ ePrimitiveStatus CSharpScaler::WriteRow(IRowSource& source, LONG nRow, BYTE* pDs
     const RoiSize& size = m_sharp.scale.dstSize;
     const auto nChannels = static_cast<size_t>(m_sharp.nChannels);
     const size_t nSamples = static_cast<size_t>(size.nWidth) * nChannels;
-    for (; m_nNext < size.nHeight && m_nNext <= nRow + 1; m_nNext++)
-        m_scaler.ScaleRow(source, m_nNext, Kept(m_nNext));
+    while (m_nNext < size.nHeight && m_nNext <= nRow + 1)
+        ScaleNext(source);
     if (!SEH_CopyMemory(pDst, Kept(nRow), nSamples))
         return ePS_NullPointer;
-    if (nRow > 0 && nRow < size.nHeight - 1 && size.nWidth > 2)
-        FilterRow(Kept(nRow - 1) + nChannels, Kept(nRow) + nChannels, Kept(nRow + 1) + nChannels,
-                  pDst + nChannels, nSamples - 2 * nChannels, m_sharp.nChannels, m_sharp.kernel);
+    if (nRow > 0 && nRow < size.nHeight - 1)
+        arrFilterPlane[nChannels - 1](Kept(nRow) + nChannels, static_cast<ptrdiff_t>(m_cbKept),
+                                      pDst + nChannels, 0, {size.nWidth - 2, 1}, m_sharp.kernel);
     return ePS_Done;
 }

@@ -31,18 +31,19 @@ public:
     ePrimitiveStatus WriteRow(IRowSource& source, LONG nRow, BYTE* pDst) noexcept;
 
 private:
-    /// The row and its neighbours.
-    static constexpr LONG nRowsKept = 3;
+    /// The row and its neighbours stand one below the other in a window of this many rows, which moves down
+    /// when it is full.
+    static constexpr LONG nRowsKept = 8;
+    static constexpr LONG nRowsMoved = 2;
 
-    BYTE* Kept(LONG nRow) const noexcept
-    {
-        return m_pKept + static_cast<size_t>(nRow % nRowsKept) * m_cbKept;
-    }
+    BYTE* Kept(LONG nRow) const noexcept { return m_pKept + static_cast<size_t>(nRow - m_nFirst) * m_cbKept; }
+    void ScaleNext(IRowSource& source) noexcept;
     void LayOut(CWork& work, const SharpScale& sharp) noexcept;
 
     CPlaneScaler m_scaler;
     SharpScale m_sharp;
     BYTE* m_pKept;
     size_t m_cbKept; ///< from one kept row to the next
+    LONG m_nFirst;   ///< first row of the window
     LONG m_nNext;    ///< rows before it are scaled
 };

@@ -19,15 +19,23 @@ SharpenKernel MakeSharpenKernel(int nSharp) noexcept
     return {{1, 2, 1, 2, 52 + s, 2, 1, 2, 1}, 64 + s};
 }
 
-void FilterRow(const BYTE* pAbove, const BYTE* pRow, const BYTE* pBelow, BYTE* pDst, size_t nSamples,
-               int nChannels, const SharpenKernel& kernel) noexcept
+void FilterPlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize size,
+                 int nChannels, const SharpenKernel& kernel) noexcept
 {
+    if (size.nWidth <= 0)
+        return;
     // Both kernels are symmetric: corners, edges and centre are all there is.
     ResizeSharpKernel values = {static_cast<int16_t>(kernel.arrValues[0]),
                                 static_cast<int16_t>(kernel.arrValues[1]),
                                 static_cast<int16_t>(kernel.arrValues[4]),
                                 {}};
     MakeResizeNarrowDivisor(static_cast<uint64_t>(kernel.nDivisor), values.divisor);
-    const BYTE* arrRows[] = {pAbove, pRow, pBelow};
-    GetResizeKernels().pfnSharpen(arrRows, pDst, nSamples, static_cast<size_t>(nChannels), values);
+    const auto nPixel = static_cast<size_t>(nChannels);
+    const size_t nSamples = static_cast<size_t>(size.nWidth) * nPixel;
+    for (LONG y = 0; y < size.nHeight; y++)
+    {
+        const BYTE* pRow = pSrc + y * nSrcStep;
+        const BYTE* arrRows[] = {pRow - nSrcStep, pRow, pRow + nSrcStep};
+        GetResizeKernels().pfnSharpen(arrRows, pDst + y * nDstStep, nSamples, nPixel, values);
+    }
 }

@@ -15,8 +15,26 @@ struct SharpenKernel
 /// \param nSharp limited to -50 to 50; the kernel has effect unless it is 0
 SharpenKernel MakeSharpenKernel(int nSharp) noexcept;
 
-/// Convolves a row. The quotient is rounded to the nearest, half up, and limited to 0 to 255.
-/// \param pAbove, pRow, pBelow the first sample to convolve in each of three rows, of which a pixel on both
-/// sides is read \param pDst must not overlap them \param nChannels samples of a pixel
-void FilterRow(const BYTE* pAbove, const BYTE* pRow, const BYTE* pBelow, BYTE* pDst, size_t nSamples,
-               int nChannels, const SharpenKernel& kernel) noexcept;
+/// Convolves a block; samples around it are read, one pixel each way. The quotient is rounded to the nearest,
+/// half up, and limited to 0 to 255. Source and destination must not overlap. \param nSrcStep, nDstStep bytes
+/// from one row to the next \param nChannels samples of a pixel
+void FilterPlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize size,
+                 int nChannels, const SharpenKernel& kernel) noexcept;
+
+inline void FilterPlane1(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize size,
+                         const SharpenKernel& kernel) noexcept
+{
+    FilterPlane(pSrc, nSrcStep, pDst, nDstStep, size, 1, kernel);
+}
+
+inline void FilterPlane3(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize size,
+                         const SharpenKernel& kernel) noexcept
+{
+    FilterPlane(pSrc, nSrcStep, pDst, nDstStep, size, 3, kernel);
+}
+
+inline void FilterPlane4(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize size,
+                         const SharpenKernel& kernel) noexcept
+{
+    FilterPlane(pSrc, nSrcStep, pDst, nDstStep, size, 4, kernel);
+}
