@@ -82,13 +82,13 @@ struct Verdict
     bool MissesSse() const { return dblSse > 0 && dblSse < dblSseTarget; }
 };
 
-/// A target and whether it is met.
-std::string Cell(double dblTarget, bool bMissed)
+/// A figure and whether the target is met; nothing for a figure that is not there.
+std::string Cell(double dbl, bool bMissed)
 {
-    if (dblTarget == 0)
+    if (dbl == 0)
         return "";
     char arrText[32];
-    std::snprintf(arrText, sizeof(arrText), "%.2f %s", dblTarget, bMissed ? "**no**" : "yes");
+    std::snprintf(arrText, sizeof(arrText), "%.2f %s", dbl, bMissed ? "**no**" : "yes");
     return arrText;
 }
 
@@ -124,9 +124,9 @@ public:
                 continue;
             const Verdict v(row);
             std::printf(
-                "| %s | %.0f | %s %.0f | %.2f | %s | %s | %.2f%s |\n", row.sName.c_str(), v.dblOurs,
+                "| %s | %.0f | %s %.0f | %.2f | %s | %s | %s |\n", row.sName.c_str(), v.dblOurs,
                 v.sPeer.c_str(), v.dblPeer, v.dblRatio, Cell(v.target.dblFirst, v.MissesFirst()).c_str(),
-                Cell(v.target.dblAfter, v.MissesAfter()).c_str(), v.dblSse, v.MissesSse() ? " **no**" : "");
+                Cell(v.target.dblAfter, v.MissesAfter()).c_str(), Cell(v.dblSse, v.MissesSse()).c_str());
             AddName(sFirst, row, v.MissesFirst());
             AddName(sAfter, row, v.MissesAfter());
             AddName(sSse, row, v.MissesSse());
