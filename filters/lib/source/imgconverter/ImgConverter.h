@@ -7,6 +7,15 @@
 /// Descriptors and input buffers stay unchanged unless a function says otherwise. A picture of unusable
 /// descriptor or a null pointer gives E_INVALIDARG; S_FALSE means that a rectangle lies outside its picture
 /// and nothing was done.
+///
+/// A buffer holds GetPicSize bytes, needs no alignment, and belongs to the caller. Sizes and offsets have 32
+/// bits: a frame of 4 GiB or more is refused with E_INVALIDARG by everything that works on pixels, on a field
+/// of it too, and no byte of it is touched. GetPicSize cannot tell such a size; Img_CheckProps and
+/// Img_GetRects, which touch no pixels, take it. Any thread may call anything at any time, for buffers of its
+/// own. YUV follows ITU-R BT.601 in studio range (Y 16 to 235, chroma 16 to 240) throughout.
+///
+/// This header is all that a user needs: it brings in the Win32 types, PicProps, the format codes and the
+/// queries of sizes, planes and rectangles.
 
 #include "Common/Common.h"
 
