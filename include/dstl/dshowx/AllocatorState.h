@@ -7,13 +7,13 @@
 
 enum eAllocState : DWORD
 {
-    AS_Create = 0,         ///< constructed, no semaphore
-    AS_Init = 1,           ///< semaphore made, no properties
-    AS_Prop = 2,           ///< properties set, no memory
-    AS_Committed = 3,      ///< committed, all buffers free
-    AS_Partial = 4,        ///< committed, at least one buffer was handed out
-    AS_Waiting = 5,        ///< committed, a caller found no free buffer
-    AS_Decommitting = 6,   ///< decommitted, buffers still out
+    AS_Create = 0,       ///< constructed, no semaphore
+    AS_Init = 1,         ///< semaphore made, no properties
+    AS_Prop = 2,         ///< properties set, no memory
+    AS_Committed = 3,    ///< committed, all buffers free
+    AS_Partial = 4,      ///< committed, at least one buffer was handed out
+    AS_Waiting = 5,      ///< committed, a caller found no free buffer
+    AS_Decommitting = 6, ///< decommitted, buffers still out
     AS_Count
 };
 
