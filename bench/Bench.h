@@ -35,4 +35,5 @@ void RegisterResize();
 void RegisterComposition();
 #ifdef QX_BENCH_READERS
 void RegisterReaders();
+void RegisterLargePicture();
 #endif

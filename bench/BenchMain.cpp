@@ -186,6 +186,7 @@ int main(int argc, char** argv)
     RegisterComposition();
 #ifdef QX_BENCH_READERS
     RegisterReaders();
+    RegisterLargePicture();
 #endif
     benchmark::Initialize(&argc, argv);
     Reporter reporter;
