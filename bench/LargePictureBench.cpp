@@ -143,4 +143,5 @@ void RegisterLargePicture()
         {"large-compose-UYVY", pszOurs, Compose}, {"large-compose-UYVY", "swscale", ComposeBySwscale}};
     for (const auto& row : arrRows)
         Register(row.pszJob, nWidth, nHeight, row.pszContestant, row.pfnWork, prepare);
+    Expect("large-compose-UYVY", nWidth, nHeight, {1.0, 1.0});
 }

@@ -87,6 +87,32 @@ TEST(Premultiply, RowStep)
     PremultiplyAlpha(nullptr, 20, 3, 0);
 }
 
+/// Any width at any address, and nothing beside the pixels.
+TEST(Premultiply, EveryWidth)
+{
+    const Bytes pairs = EveryPair();
+    for (DWORD nWidth = 1; nWidth <= 21; ++nWidth)
+    {
+        for (size_t nAt = 1; nAt < 5; ++nAt)
+        {
+            const Bytes before(pairs.begin() + 100'000, pairs.begin() + 100'000 + nWidth * 4);
+            Bytes pixels(nAt, 0xEE);
+            Append(pixels, before);
+            Append(pixels, Bytes(5, 0xEE));
+            PremultiplyAlpha(pixels.data() + nAt, 0, nWidth, 1);
+            Bytes expected(nAt, 0xEE);
+            Append(expected, Expected(before,
+                                      [](int c, int a)
+                                      {
+                                          const int p = c * a;
+                                          return static_cast<BYTE>((p + 1 + (p >> 8)) >> 8);
+                                      }));
+            Append(expected, Bytes(5, 0xEE));
+            ExpectEqual(pixels, expected);
+        }
+    }
+}
+
 TEST(Unpremultiply, Factors)
 {
     std::fesetround(FE_TONEAREST);
