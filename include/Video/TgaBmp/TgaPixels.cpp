@@ -6,6 +6,7 @@
 #include "dstl/dshowx/DSTrace.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -18,25 +19,42 @@ constexpr DWORD cbMaxPixel = 4;
 /// Bands stay in the cache of a core.
 constexpr DWORD cbBand = 256 * 1024;
 
-/// Runs and literals are written in steps of fixed size: so many bytes may be written, or read, too far.
-constexpr DWORD cbStep = 32;
+/// Runs and literals are written in steps of fixed size, so that short ones take one step and no decision: so
+/// many bytes may be written, or read, too far.
+constexpr DWORD cbStep = 64;
 /// Bytes that have to lie ready before a packet is decoded without further questions.
 constexpr DWORD cbPacketWindow = 1 + nLongestPacket * cbMaxPixel + cbStep;
 /// Pixels that have to be missing from the image for it: the longest packet, and room to write too far.
 constexpr DWORD nPacketRoom = nLongestPacket + cbStep;
 
-/// The pixel again and again over 24 bytes, a multiple of every depth.
+/// Three words that the pixel fills again and again: their 24 bytes are a multiple of every depth.
 template <DWORD cbPixel>
 void WriteRun(BYTE* pbOut, const BYTE* pbPixel, DWORD nCount) noexcept
 {
-    constexpr DWORD cbPattern = 24;
-    static_assert(cbPattern <= cbStep && cbPattern % cbPixel == 0);
-    BYTE rgPattern[cbPattern];
-    for (DWORD i = 0; i < cbPattern; ++i)
-        rgPattern[i] = pbPixel[i % cbPixel];
+    uint64_t nPixel = 0;
+    std::memcpy(&nPixel, pbPixel, cbPixel);
+    uint64_t rgWords[3];
+    static_assert(2 * sizeof(rgWords) <= cbStep && sizeof(rgWords) % cbPixel == 0);
+    if constexpr (cbPixel == 3)
+    {
+        // A word ends after the second or after the first byte of its last pixel, where the next one goes on.
+        rgWords[0] = nPixel | nPixel << 24 | nPixel << 48;
+        rgWords[1] = nPixel >> 16 | nPixel << 8 | nPixel << 32 | nPixel << 56;
+        rgWords[2] = nPixel >> 8 | nPixel << 16 | nPixel << 40;
+    }
+    else
+    {
+        constexpr uint64_t nOnes = cbPixel == 1   ? 0x0101010101010101u
+                                   : cbPixel == 2 ? 0x0001000100010001u
+                                                  : 0x0000000100000001u;
+        rgWords[0] = rgWords[1] = rgWords[2] = nPixel * nOnes;
+    }
     const BYTE* const pbEnd = pbOut + nCount * cbPixel;
-    for (; pbOut < pbEnd; pbOut += cbPattern)
-        std::memcpy(pbOut, rgPattern, cbPattern);
+    for (; pbOut < pbEnd; pbOut += 2 * sizeof(rgWords))
+    {
+        std::memcpy(pbOut, rgWords, sizeof(rgWords));
+        std::memcpy(pbOut + sizeof(rgWords), rgWords, sizeof(rgWords));
+    }
 }
 
 void WriteLiteral(BYTE* pbOut, const BYTE* pbPixels, DWORD cb) noexcept
