@@ -99,7 +99,7 @@ Outcome ReadThenConvert(const FileInput& input)
 bool TakesTooLong()
 {
     constexpr size_t cbHeader = 18;
-    constexpr int nManyPixels = 100;
+    constexpr int nManyPixels = 12;
     const Bytes& file = memory::g_file.bytes;
     if (file.size() < cbHeader)
         return false;
