@@ -1,6 +1,9 @@
 // File calls that fail in the middle of a TGA file: each step's trace and result.
+#include "Common/Common.h"
 #include "OpenTga.h"
 #include "TgaBuilder.h"
+#include "Video/TgaBmp/TgaBmp.h"
+#include "dstl/WinAPI/TaskBytes.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +14,9 @@ extern "C"
                                 LPOVERLAPPED pOverlapped);
     DWORD WINAPI __real_SetFilePointer(HANDLE hFile, LONG nDistance, PLONG pnHigh, DWORD dwMethod);
     DWORD WINAPI __real_GetFileSize(HANDLE hFile, LPDWORD pdwHigh);
+    HANDLE WINAPI __real_CreateFileW(LPCWSTR pszName, DWORD dwAccess, DWORD dwShare,
+                                     LPSECURITY_ATTRIBUTES pSecurity, DWORD dwDisposition, DWORD dwFlags,
+                                     HANDLE hTemplate);
 }
 
 namespace
@@ -24,6 +30,7 @@ DWORD g_dwLongestRead = 0;
 bool g_bSeekFails = false;
 bool g_bSizeFails = false;
 DWORD g_dwFalseSize = 0; ///< 0: the true size
+bool g_bOpenFails = false; ///< without an error code
 } // namespace
 
 extern "C"
@@ -65,6 +72,18 @@ extern "C"
         }
         return g_dwFalseSize != 0 ? g_dwFalseSize : __real_GetFileSize(hFile, pdwHigh);
     }
+
+    HANDLE WINAPI __wrap_CreateFileW(LPCWSTR pszName, DWORD dwAccess, DWORD dwShare,
+                                     LPSECURITY_ATTRIBUTES pSecurity, DWORD dwDisposition, DWORD dwFlags,
+                                     HANDLE hTemplate)
+    {
+        if (g_bOpenFails)
+        {
+            SetLastError(ERROR_SUCCESS);
+            return INVALID_HANDLE_VALUE;
+        }
+        return __real_CreateFileW(pszName, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags, hTemplate);
+    }
 }
 
 namespace
@@ -84,6 +103,7 @@ struct TgaFault : testing::Test
         g_bSeekFails = false;
         g_bSizeFails = false;
         g_dwFalseSize = 0;
+        g_bOpenFails = false;
     }
 
     HRESULT Load(const TgaBuilder& builder)
@@ -118,6 +138,33 @@ struct TgaFault : testing::Test
     OpenTga tga;
     LogCapture log;
 };
+
+/// An error code of zero stays zero: no failure, and nothing loaded. The conversion finds that out.
+TEST_F(TgaFault, OpenWithoutAnErrorCode)
+{
+    ASSERT_EQ(Load(TgaBuilder::TrueColour(24)), S_OK);
+    g_bOpenFails = true;
+    EXPECT_EQ(tga.LoadFile(WideText(sPath)), S_OK);
+    EXPECT_EQ(log.Texts(2), Texts{"###Err### CTga::LoadFile( '" + sPath + "' ): CreateFile()=0x0\n"});
+    EXPECT_EQ(tga.Columns(), 0u);
+    EXPECT_EQ(tga.Image(), nullptr);
+
+    for (const bool bAlpha : {false, true})
+    {
+        AssertCapture asserts;
+        log.Clear();
+        BITMAPINFOHEADER bmi;
+        CTaskBytes pBmp, pAlpha;
+        EXPECT_EQ(TgaBmpConv(WideText(sPath), FOURCC_ARGB32, &bmi, pBmp.Out(),
+                             bAlpha ? pAlpha.Out() : nullptr, false),
+                  E_FAIL);
+        EXPECT_EQ(asserts.Texts(), Texts{"Columns() > 0 && Rows() > 0"});
+        EXPECT_EQ(log.Texts(2).back(), "###Err### TgaBmpConv(): tga.ConvertToBmp()=0x80004005\n");
+        EXPECT_EQ(bmi.biSize, 0u);
+        EXPECT_FALSE(pBmp);
+        EXPECT_FALSE(pAlpha);
+    }
+}
 
 TEST_F(TgaFault, Size)
 {
@@ -227,14 +274,27 @@ TEST_F(TgaFault, SkippingTheImageId)
     }
 }
 
-/// A size that does not fit the file, as of one that shrinks while it is read.
+/// A size that does not fit the file, as of one that grows or shrinks while it is read. The rest is counted in
+/// 32 bits, so that a file that tells too little seems to have gigabytes behind its image.
 TEST_F(TgaFault, FalseSize)
 {
-    for (DWORD dwSize : {1u, 17u, 35u, 1000u, 0xFFFFFFFFu})
+    for (const bool bPacked : {false, true})
     {
-        g_dwFalseSize = dwSize;
-        const HRESULT hr = Load(TgaBuilder::TrueColour(24));
-        EXPECT_TRUE(hr == S_OK || hr == E_FAIL) << dwSize;
+        TgaBuilder builder = TgaBuilder::TrueColour(24);
+        if (bPacked)
+            builder = builder.Packed({1}); // six packets of four bytes
+        const DWORD cbFile = static_cast<DWORD>(builder.File().size());
+        for (DWORD dwSize : {1u, 17u, cbFile - 1, 1000u, 0xFFFFFFFFu})
+        {
+            SCOPED_TRACE(dwSize);
+            g_dwFalseSize = dwSize;
+            EXPECT_EQ(Load(builder), S_OK);
+            EXPECT_EQ(Bytes(tga.Image(), tga.Image() + tga.m_cbImage), TgaBuilder::TrueColour(24).image);
+            EXPECT_EQ(log.Texts(4), Texts{"WARNING. CTga::ReadFile(): Unknown " +
+                                          std::to_string(dwSize - cbFile - 26) +
+                                          " bytes between image data and TGA FILE FOOTER\n"});
+            EXPECT_TRUE(log.Texts(2).empty());
+        }
     }
 }
 } // namespace

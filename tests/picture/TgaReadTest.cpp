@@ -390,36 +390,64 @@ TEST_F(TgaRead, LoadReplacesWhatWasHeld)
     EXPECT_TRUE(IsEmpty(tga));
 }
 
-/// Sizes of gigabytes in the header of a file of a few bytes.
+/// Sizes of gigabytes in the header of a file of a few bytes: what is missing is told, counted in 32 bits.
 TEST_F(TgaRead, HugeSizes)
 {
-    for (BYTE nDepth : {8, 16, 24, 32})
+    const struct
     {
-        for (const bool bPacked : {false, true})
-        {
-            TgaBuilder builder = TgaBuilder::TrueColour(nDepth, 1, 1);
-            builder.nWidth = 65535;
-            builder.nHeight = 65535;
-            builder.nImageType = bPacked ? 10 : 2;
-            builder.image = {0x80, 1, 2, 3, 4};
-            SCOPED_TRACE(nDepth);
-            if (nDepth > 8) // the size does not fit 32 bits
-            {
-                ExpectRefused(builder, {}, E_OUTOFMEMORY);
-                continue;
-            }
-            const HRESULT hr = Load(builder);
-            EXPECT_TRUE(hr == E_FAIL || hr == E_OUTOFMEMORY);
-            if (hr == E_FAIL)
-            {
-                EXPECT_EQ(log.Texts(2).front(), bPacked
-                                                    ? "###Err### CTga::Read(): cb=3, cbRead=2\n"
-                                                    : "###Err### CTga::Read(): cb=4294836225, cbRead=5\n");
-            }
-            EXPECT_EQ(log.Texts(2).back(), LoadFailed(sPath, hr));
-            EXPECT_TRUE(IsEmpty(tga));
-        }
+        BYTE nDepth;
+        const char* pszPlain;
+        Texts packed;
+    } rgRows[] = {
+        {8,
+         "cb=4294836225, cbRead=5",
+         {"cb=3, cbRead=2", "###Err### CTga::ReadRLEImage(): Read( uncompressed )=0x80004005\n"}},
+        {16,
+         "cb=4294705154, cbRead=5",
+         {"cb=8, cbRead=1", "###Err### CTga::ReadRLEImage(): Read( uncompressed )=0x80004005\n"}},
+        {24,
+         "cb=4294574083, cbRead=5",
+         {"cb=15, cbRead=0", "###Err### CTga::ReadRLEImage(): Read( uncompressed )=0x80004005\n"}},
+        {32,
+         "cb=4294443012, cbRead=5",
+         {"cb=1, cbRead=0", "###Err### CTga::ReadRLEImage(): Read( count )=0x80004005\n"}},
+    };
+    for (const auto& row : rgRows)
+    {
+        SCOPED_TRACE(unsigned{row.nDepth});
+        TgaBuilder builder = TgaBuilder::TrueColour(row.nDepth, 1, 1);
+        builder.nWidth = 65535;
+        builder.nHeight = 65535;
+        builder.image = {0x80, 1, 2, 3, 4};
+        ExpectRefused(builder,
+                      {Text("###Err### CTga::Read(): %s\n", row.pszPlain),
+                       "###Err### CTga::ReadFile(): read Uncompressed Image Data failed, hr=0x80004005\n"});
+        builder.nImageType = 10;
+        ExpectRefused(builder, {Text("###Err### CTga::Read(): %s\n", row.packed[0].c_str()), row.packed[1],
+                                "###Err### CTga::ReadFile(): ReadRLEImage()=0x80004005\n"});
     }
+    EXPECT_TRUE(asserts.Texts().empty());
+}
+
+/// A size that comes out as nothing in 32 bits, and one that comes out as what the file holds.
+TEST_F(TgaRead, SizesBeyondThirtyTwoBits)
+{
+    TgaBuilder builder = TgaBuilder::TrueColour(32, 1, 1);
+    builder.nWidth = 32768;
+    builder.nHeight = 32768;
+    ExpectRefused(builder,
+                  {"###Err### CTga::ReadFile(): read Uncompressed Image Data failed, hr=0x80070057\n"},
+                  E_INVALIDARG);
+    EXPECT_EQ(asserts.Texts(), Texts{"cb > 0"});
+
+    builder.nWidth = 32769;
+    builder.image = Pattern(131071);
+    ExpectRefused(builder,
+                  {"###Err### CTga::Read(): cb=131072, cbRead=131071\n",
+                   "###Err### CTga::ReadFile(): read Uncompressed Image Data failed, hr=0x80004005\n"});
+    builder.image.push_back(0);
+    ExpectRefused(builder, {}, E_OUTOFMEMORY);
+    EXPECT_TRUE(asserts.Texts().empty());
 }
 
 TEST_F(TgaRead, ArgumentsOfRead)

@@ -290,23 +290,24 @@ HRESULT CTga::ReadImage(HANDLE hFile, DWORD cbBefore, ULONGLONG cbFile, Wish* pW
 {
     m_cbDepth = (m_header.nBitDepth + 7u) / 8;
     m_pImage.reset();
-    if (ULONGLONG{m_header.nWidth} * m_cbDepth * m_header.nHeight > MAXDWORD) // sizes are counted in 32 bits
-        return E_OUTOFMEMORY;
+    // Sizes are counted in 32 bits, in which one size comes out as nothing, and nothing cannot be read.
+    if (!IsPacked() && ImageSize() == 0)
+        return ReportImage(Read(hFile, 0, NULL));
 
+    const bool bFits = ULONGLONG{Columns()} * Rows() * m_cbDepth <= MAXDWORD;
     HRESULT hr = S_OK;
     if (!CanHold(cbFile > cbBefore ? cbFile - cbBefore : 0))
     {
         // The file promises more than it holds: find out what it lacks, and take no memory for the promise.
         hr = PassOver(hFile, pcbRead);
-        if (SUCCEEDED(hr)) // then it holds more than its size tells
-        {
+        if (SUCCEEDED(hr) && bFits) // then it holds more than its size tells
             hr = SetPosition(hFile, static_cast<LONG>(cbBefore), FILE_BEGIN);
-            if (FAILED(hr))
-                return hr;
-        }
+        if (FAILED(hr))
+            return hr;
     }
-    if (SUCCEEDED(hr))
-        hr = TakePixels(hFile, pWish, pcbRead);
+    if (!bFits)
+        return E_OUTOFMEMORY; // a buffer of the counted size would be too small
+    hr = TakePixels(hFile, pWish, pcbRead);
     if (SUCCEEDED(hr))
         m_header.nImageType &= nTypeMask;
     return hr;
@@ -345,7 +346,7 @@ HRESULT CTga::TakePixels(HANDLE hFile, Wish* pWish, DWORD* pcbRead) noexcept
         }
     }
 
-    const DWORD cbImage = Columns() * Rows() * m_cbDepth;
+    const DWORD cbImage = ImageSize();
     m_pImage = AllocPixels(cbImage);
     if (!m_pImage)
         return E_OUTOFMEMORY;

@@ -151,6 +151,8 @@ private:
     HRESULT ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* pnGot) noexcept;
     bool CanHold(ULONGLONG cbRest) const noexcept;
 
+    /// Bytes of the stored pixels, counted in 32 bits.
+    DWORD ImageSize() const noexcept { return Columns() * Rows() * m_cbDepth; }
     bool IsPacked() const noexcept { return (m_header.nImageType & 8) != 0; }
     /// The row of the bitmap, whose bottom row is the first, for a row of the file.
     size_t BitmapRow(DWORD nStoredRow) const noexcept

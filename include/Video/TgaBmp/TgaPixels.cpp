@@ -271,7 +271,7 @@ HRESULT CTga::ReadPlain(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pPro
     pProgress->cbRead += cbGot;
     if (bRead && cbGot == cb)
         return S_OK;
-    return ReportRead(bRead, Columns() * Rows() * m_cbDepth, pProgress->cbRead);
+    return ReportRead(bRead, ImageSize(), pProgress->cbRead);
 }
 
 /// One packet, step by step: reports what is wrong with it.
