@@ -145,7 +145,7 @@ TEST_F(HBitmapFault, NoPixels)
 {
     g_gdi.nBadCall = 1;
     g_gdi.dwError = ERROR_NOT_ENOUGH_MEMORY;
-    EXPECT_EQ(Load(), E_OUTOFMEMORY);
+    EXPECT_EQ(Load(), HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY));
     EXPECT_EQ(bmi.biSizeImage, cbImage);
     EXPECT_TRUE(pPicture);
     g_gdi.dwError = ERROR_SUCCESS;
