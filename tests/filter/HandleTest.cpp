@@ -126,13 +126,25 @@ TEST_F(Handle, OtherDepthsAreRefused)
 {
     ShowSmall(0x33);
     const Bytes before = Source();
-    for (const WORD nBits : {8, 4, 1})
+    Out().m_blobFrame.Alloc(128);
+    const struct
     {
-        const TestBitmap bitmap(8, 2, nBits, {});
-        EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), E_INVALIDARG) << nBits;
+        WORD nBits;
+        const char* pszAssertion;
+    } rows[] = {{16, "MTHelp::MTCreateVideo() : Unsupported BMP::biCompression"}, // masks, as GDI reports them
+                {8, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"},
+                {4, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"},
+                {1, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"}};
+    for (const auto& row : rows)
+    {
+        m_asserts.Clear();
+        const TestBitmap bitmap(8, 2, row.nBits, {});
+        EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), E_INVALIDARG) << row.nBits;
+        EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{row.pszAssertion}) << row.nBits;
     }
     EXPECT_EQ(Source(), before);
     EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
 }
 
 TEST_F(Handle, LeavesNameListAndId)
