@@ -62,7 +62,7 @@ TEST_F(Failures, EmptyFolder)
 
 TEST_F(Failures, EmptyFile)
 {
-    EXPECT_TRUE(FAILED(SetPicture(m_source, m_folder.Write(L"empty.tga", {}))));
+    EXPECT_EQ(SetPicture(m_source, m_folder.Write(L"empty.tga", {})), E_FAIL);
     ExpectUnchanged();
 }
 
@@ -74,7 +74,7 @@ TEST_F(Failures, TgaCutShort)
     {
         SCOPED_TRACE(size);
         const Bytes cut(tga.file.begin(), tga.file.begin() + static_cast<ptrdiff_t>(size));
-        EXPECT_TRUE(FAILED(SetPicture(m_source, m_folder.Write(L"cut.tga", cut))));
+        EXPECT_EQ(SetPicture(m_source, m_folder.Write(L"cut.tga", cut)), E_FAIL);
     }
     ExpectUnchanged();
 }
@@ -84,7 +84,7 @@ TEST_F(Failures, BlackAndWhiteTga)
     Bytes file = PlainTga("grey", 8, 8, 2).file;
     file[2] = 3;  // black-and-white
     file[16] = 8; // of eight bits
-    EXPECT_TRUE(FAILED(SetPicture(m_source, m_folder.Write(L"grey.tga", file))));
+    EXPECT_EQ(SetPicture(m_source, m_folder.Write(L"grey.tga", file)), E_FAIL);
     ExpectUnchanged();
 }
 
@@ -94,7 +94,7 @@ TEST_F(Failures, RunOverTheEndOfThePicture)
     file.resize(18);
     file[2] = 10; // run-length
     file.insert(file.end(), {0x84, 1, 2, 3});
-    EXPECT_TRUE(FAILED(SetPicture(m_source, m_folder.Write(L"overfull.tga", file))));
+    EXPECT_EQ(SetPicture(m_source, m_folder.Write(L"overfull.tga", file)), E_FAIL);
     ExpectUnchanged();
 }
 
