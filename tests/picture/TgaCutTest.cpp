@@ -2,6 +2,8 @@
 #include "Common/Common.h"
 #include "OpenTga.h"
 #include "TgaBuilder.h"
+#include "Video/TgaBmp/TgaBmp.h"
+#include "dstl/WinAPI/TaskBytes.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -104,6 +106,7 @@ TEST(TgaCut, EveryByte)
     const TempFolder folder;
     OpenTga tga;
     LogCapture log;
+    AssertCapture asserts; // black-and-white pictures and odd depths
     for (const TgaBuilder& picture : Pictures())
     {
         const std::vector<Piece> pieces = PiecesOf(picture);
@@ -124,6 +127,24 @@ TEST(TgaCut, EveryByte)
             ASSERT_EQ(log.Texts(2), ErrorsOf(pieces, cb, sPath));
             ASSERT_EQ(log.Texts(4), cb < cbNeeded ? std::vector<std::string>() : WarningsOf(cb - cbNeeded));
             ASSERT_EQ(tga.Image() == nullptr, cb < cbNeeded);
+
+            // The same is said about a picture that is converted while it is read, and nothing is handed out.
+            log.Clear();
+            BITMAPINFOHEADER bmi;
+            CTaskBytes pBmp;
+            const HRESULT hrConv =
+                TgaBmpConv(WideText(sPath), FOURCC_ARGB32, &bmi, pBmp.Out(), nullptr, false);
+            std::vector<std::string> errors = ErrorsOf(pieces, cb, sPath);
+            if (cb < cbNeeded)
+                errors.push_back("###Err### TgaBmpConv(): tga.LoadFile( '" + sPath + "' )=0x80004005\n");
+            else if (tga.Mode() == eTGAMode_BW)
+                errors = {"###Err### CTga::ConvertToBmp(): Convert_BW()=0x80004005\n",
+                          "###Err### TgaBmpConv(): tga.ConvertToBmp()=0x80004005\n"};
+            ASSERT_EQ(hrConv, errors.empty() ? S_OK : E_FAIL);
+            ASSERT_EQ(log.Texts(2), errors);
+            ASSERT_EQ(log.Texts(4), cb < cbNeeded ? std::vector<std::string>() : WarningsOf(cb - cbNeeded));
+            ASSERT_EQ(static_cast<bool>(pBmp), errors.empty());
+            ASSERT_EQ(bmi.biSize, errors.empty() ? 40u : 0u);
         }
     }
 }
