@@ -50,6 +50,36 @@ TEST(HResultText, NamesCodesAndGivesTheirText)
     EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
 }
 
+TEST(VideoFormat, TellsTheOrderOfRows)
+{
+    struct Case
+    {
+        GUID subtype;
+        LONG nHeight;
+        bool bTopDown;
+    };
+    const Case rgCases[] = {
+        {MEDIASUBTYPE_RGB32, 48, false}, {MEDIASUBTYPE_RGB32, -48, true}, {MEDIASUBTYPE_RGB24, 48, false},
+        {MEDIASUBTYPE_UYVY, 48, true},   {MEDIASUBTYPE_UYVY, -48, true},  {MEDIASUBTYPE_YV12, 48, true},
+    };
+    for (const Case& test : rgCases)
+    {
+        VIDEOINFOHEADER header = {};
+        header.bmiHeader.biWidth = 64;
+        header.bmiHeader.biHeight = test.nHeight;
+        AM_MEDIA_TYPE type = {};
+        type.majortype = MEDIATYPE_Video;
+        type.subtype = test.subtype;
+        type.formattype = FORMAT_VideoInfo;
+        type.cbFormat = sizeof(header);
+        type.pbFormat = reinterpret_cast<BYTE*>(&header);
+        VideoFormat format;
+        ASSERT_TRUE(ReadVideoFormat(type, format));
+        EXPECT_EQ(format.topDown, test.bTopDown) << SubtypeName(test.subtype) << " " << test.nHeight;
+        EXPECT_EQ(format.height, 48);
+    }
+}
+
 TEST(FrameWriter, WritesRowsFromTheBottomWhateverTheirOrder)
 {
     const TempFolder folder;

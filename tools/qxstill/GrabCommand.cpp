@@ -211,7 +211,8 @@ void ShowAndCollect(const GrabOptions& options)
     std::fflush(stdout);
     if (!CanWriteFrames(format))
         throw Failure("frames in " + SubtypeName(format.subtype) +
-                      " cannot be written as pictures; RGB24, RGB32 and ARGB32 can");
+                      " cannot be written as pictures; RGB24, RGB32 and ARGB32 can, and --format asks "
+                      "for them");
     collector.SetFormat(format);
 
     LARGE_INTEGER start = {};

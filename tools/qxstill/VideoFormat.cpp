@@ -52,6 +52,8 @@ bool ReadVideoFormat(const AM_MEDIA_TYPE& type, VideoFormat& format)
         ReadHeader(*reinterpret_cast<const VIDEOINFOHEADER2*>(type.pbFormat), format);
     else
         return false;
+    // Rows of YUV run from the top whatever the sign of the height.
+    format.topDown = format.topDown || IsFourccSubtype(type.subtype);
     return format.width > 0 && format.height > 0;
 }
 
