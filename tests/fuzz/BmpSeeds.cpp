@@ -1,7 +1,6 @@
 // BMP files that the fuzz target starts from: every kind, and the faults that readers are known for, by name.
 #include "Common/Common.h"
-#include "FileInput.h"
-#include "Seeds.h"
+#include "FileSeeds.h"
 #include "picture/BmpBuilder.h"
 
 #include <climits>
@@ -12,10 +11,7 @@ std::string g_folder;
 
 void Write(const std::string& name, const Bytes& file, uint8_t fOptions = 0, uint32_t nPlace = 0)
 {
-    Bytes input = {fOptions, static_cast<BYTE>(nPlace), static_cast<BYTE>(nPlace >> 8),
-                   static_cast<BYTE>(nPlace >> 16)};
-    Append(input, file);
-    WriteSeed(g_folder + name, input);
+    WriteFileSeed(g_folder + name, file, fOptions, nPlace);
 }
 
 void WriteSound()

@@ -143,6 +143,18 @@ std::vector<ReceivedFrame> GrabFrames(IBaseFilter* source, size_t count, VideoFo
     return keeper.Frames();
 }
 
+void WaitForTheEnd(FilterGraph& graph)
+{
+    long code = 0;
+    HRESULT result = S_OK;
+    while (code != EC_COMPLETE && WaitForSingleObject(graph.EventHandle(), g_limit) == WAIT_OBJECT_0)
+    {
+        while (graph.NextEvent(code, result) && code != EC_COMPLETE)
+            continue;
+    }
+    EXPECT_EQ(code, EC_COMPLETE) << "the stream did not end";
+}
+
 std::vector<ReceivedFrame> PlayToEnd(FilterGraph& graph, IBaseFilter* source, size_t limit)
 {
     FrameKeeper keeper(limit);
@@ -152,14 +164,7 @@ std::vector<ReceivedFrame> PlayToEnd(FilterGraph& graph, IBaseFilter* source, si
     graph.Add(sink, L"Sink");
     Check(graph.Connect(source, sink), "no connection");
     graph.Run();
-    long code = 0;
-    HRESULT result = S_OK;
-    while (code != EC_COMPLETE && WaitForSingleObject(graph.EventHandle(), g_limit) == WAIT_OBJECT_0)
-    {
-        while (graph.NextEvent(code, result) && code != EC_COMPLETE)
-            continue;
-    }
-    EXPECT_EQ(code, EC_COMPLETE) << "the stream did not end";
+    WaitForTheEnd(graph);
     graph.Stop();
     graph.Remove(sink);
     graph.Remove(source);

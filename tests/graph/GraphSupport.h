@@ -106,6 +106,9 @@ std::wstring CurrentFile(IBaseFilter* source);
 /// not come.
 std::vector<ReceivedFrame> GrabFrames(IBaseFilter* source, size_t count, VideoFormat* format = nullptr);
 
+/// Waits until a running graph tells the end of its stream, and fails the test if that does not come.
+void WaitForTheEnd(FilterGraph& graph);
+
 /// Shows what the source is set to in a graph that is given, to the end of the stream or to the limit of frames, and
 /// takes the source out of it again; throws Failure, and fails the test if the end does not come.
 std::vector<ReceivedFrame> PlayToEnd(FilterGraph& graph, IBaseFilter* source, size_t limit);

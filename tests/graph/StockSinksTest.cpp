@@ -32,18 +32,6 @@ protected:
         Check(graph.Connect(m_sink.grabber, m_sink.renderer), "no connection to the renderer");
     }
 
-    static void WaitForTheEnd(FilterGraph& graph)
-    {
-        long code = 0;
-        HRESULT result = S_OK;
-        while (code != EC_COMPLETE && WaitForSingleObject(graph.EventHandle(), g_limit) == WAIT_OBJECT_0)
-        {
-            while (graph.NextEvent(code, result) && code != EC_COMPLETE)
-                continue;
-        }
-        EXPECT_EQ(code, EC_COMPLETE) << "the stream did not end";
-    }
-
     const TgaCase m_tga = PlainTga("stock", 64, 48, 5);
     ComScope m_com;
     FilterModule m_module;
