@@ -13,15 +13,16 @@
 #include "dstl/dshowx/AllocatorState.h"
 #include "dstl/dshowx/DSTypes.h"
 
-/// An allocator that lets a media type ride on the next sample. An interface of this system's own.
-MIDL_INTERFACE("58da426d-946b-4939-9c18-7ed642383554")
+/// An allocator that lets a media type ride on the next sample. An interface of this system's own; hosts have
+/// it from the generated QXStillSource.h, under the same identifier.
+MIDL_INTERFACE("5f4aa522-8061-4ed8-a0d1-393516b40ae7")
 IMemAllocatorEx : public IUnknown
 {
     /// \param pmt copied; null, or an empty type, takes back what was set
     virtual HRESULT STDMETHODCALLTYPE SetMediaType(const AM_MEDIA_TYPE* pmt) = 0;
 };
 #ifdef __CRT_UUID_DECL
-__CRT_UUID_DECL(IMemAllocatorEx, 0x58da426d, 0x946b, 0x4939, 0x9c, 0x18, 0x7e, 0xd6, 0x42, 0x38, 0x35, 0x54)
+__CRT_UUID_DECL(IMemAllocatorEx, 0x5f4aa522, 0x8061, 0x4ed8, 0xa0, 0xd1, 0x39, 0x35, 0x16, 0xb4, 0x0a, 0xe7)
 #endif
 
 /// The operations of the allocator interface.
