@@ -1,7 +1,7 @@
 #pragma once
 /// The log DLL of the loader's tests: does as the record tells it, and tells what was called.
 
-#include "dstl/dshowx/LogLoader.h"
+#include "dstl/dshowx/QXLog.h"
 
 struct ScriptLogState
 {

@@ -1,6 +1,7 @@
 #include "support/LogCapture.h"
 
 #include "dstl/dshowx/DSTrace.h"
+#include "dstl/dshowx/QXLog.h"
 
 #include <algorithm>
 #include <atomic>
@@ -28,11 +29,8 @@ struct LogCaptureList
 
     static void OnMessage(const wchar_t* pszMessage)
     {
-        // The first character of a trace line is its level plus 1; the other texts start with '#' or a line
-        // break.
-        const bool bLine = pszMessage[0] > 0 && pszMessage[0] <= eTL_Max + 1;
-        const LogLine line{bLine ? static_cast<int>(pszMessage[0]) - 1 : nLevelRaw,
-                           Utf8(pszMessage + (bLine ? 1 : 0))};
+        static_assert(nLevelRaw == -1, "as QXLogLevel has it");
+        const LogLine line{QXLogLevel(pszMessage), Utf8(QXLogText(pszMessage))};
         LogCaptureList& list = Get();
         const std::lock_guard<std::mutex> guard(list.lock);
         for (LogCapture* pCapture : list.captures)

@@ -1,7 +1,7 @@
 #pragma once
 /// What the test log DLL exports beside the log object: a sink that gets every message of the process.
 
-#include "dstl/dshowx/LogLoader.h"
+#include "dstl/dshowx/QXLog.h"
 
 /// Called on the thread that writes the message, on several at once.
 using PFNTESTLOGSINK = void (*)(const wchar_t* pszMessage);

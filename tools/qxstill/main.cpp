@@ -4,6 +4,7 @@
 #include "ChartCommand.h"
 #include "Failure.h"
 #include "GrabCommand.h"
+#include "LogCommand.h"
 #include <CLI/CLI.hpp>
 #include <shellapi.h>
 #include <fcntl.h>
@@ -72,6 +73,25 @@ void AddChart(CLI::App& app, ChartOptions& options)
     chart->final_callback([&options] { RunChart(options); });
 }
 
+void AddLog(CLI::App& app, LogTailOptions& options)
+{
+    CLI::App* log = app.add_subcommand("log", "Switch the filter's log on and off, and show it.");
+    log->require_subcommand(1);
+    log->footer(
+        "QXLOG_FILE names another file than qxlog64.log in the folder for temporary files; QXLOG_SIZE\n"
+        "tells from how many KiB on a new one is begun. The environment of the filter's host counts.");
+    log->add_subcommand("on", "Write a log from now on")->final_callback(RunLogOn);
+    log->add_subcommand("off", "Write none")->final_callback(RunLogOff);
+    log->add_subcommand("where", "Tell which log DLL writes where, and whether it can")
+        ->final_callback(RunLogWhere);
+    CLI::App* tail = log->add_subcommand("tail", "Show the last lines of the log");
+    tail->add_option("-n,--lines", options.lines, "How many lines")
+        ->check(CLI::Range(size_t{0}, size_t{1000000}))
+        ->capture_default_str();
+    tail->add_flag("-f,--follow", options.follow, "Go on with what is written, until interrupted (Ctrl+C)");
+    tail->final_callback([&options] { RunLogTail(options); });
+}
+
 // A message of the parser on one line.
 std::string OneLine(std::string text)
 {
@@ -96,6 +116,8 @@ int main()
     ChartOptions chart;
     AddGrab(app, grab);
     AddChart(app, chart);
+    LogTailOptions logTail;
+    AddLog(app, logTail);
     try
     {
         app.parse(Arguments());

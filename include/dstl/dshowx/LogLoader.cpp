@@ -6,13 +6,13 @@
 namespace
 {
 
-constexpr DWORD cchPath = 260;
+constexpr DWORD cchPath = cchQXLogPath + 1;
 
 /// Reads the path of the log DLL; the buffer has one character more than the value may fill.
 bool ReadLogPath(wchar_t (&szPath)[cchPath + 1]) noexcept
 {
     HKEY hKey = nullptr;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\_DSTLLOG64", 0, KEY_READ, &hKey) != ERROR_SUCCESS)
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, szQXLogKey, 0, KEY_READ, &hKey) != ERROR_SUCCESS)
         return false;
     DWORD cbValue = cchPath * sizeof(wchar_t);
     const LSTATUS nStatus =
@@ -34,8 +34,8 @@ CLogLoader::CLogLoader() noexcept : m_pfnGetLog(nullptr), m_hModule(nullptr), m_
     if (m_hModule == nullptr)
         return;
     // By way of void*, as the types of the two functions have nothing in common.
-    m_pfnGetLog = reinterpret_cast<PFNGETLOGOBJECT>(
-        reinterpret_cast<void*>(GetProcAddress(m_hModule, "Exp_GetLogObject")));
+    m_pfnGetLog =
+        reinterpret_cast<PFNGETLOGOBJECT>(reinterpret_cast<void*>(GetProcAddress(m_hModule, szQXLogExport)));
     if (m_pfnGetLog == nullptr)
     {
         FreeLibrary(m_hModule);

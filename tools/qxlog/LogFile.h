@@ -1,0 +1,71 @@
+#pragma once
+/// The file that several threads of several processes write to.
+
+#include "LogSettings.h"
+
+#include <atomic>
+
+/// A handle of the system; it closes itself.
+class COwnedHandle
+{
+public:
+    constexpr COwnedHandle() noexcept = default;
+    ~COwnedHandle() { Close(); }
+    COwnedHandle(const COwnedHandle&) = delete;
+    COwnedHandle& operator=(const COwnedHandle&) = delete;
+
+    /// Takes a handle that was just made; null and INVALID_HANDLE_VALUE leave this one empty.
+    void Take(HANDLE h) noexcept
+    {
+        Close();
+        m_h = h != INVALID_HANDLE_VALUE ? h : nullptr;
+    }
+    void Close() noexcept
+    {
+        if (m_h != nullptr)
+            CloseHandle(m_h);
+        m_h = nullptr;
+    }
+    HANDLE Get() const noexcept { return m_h; }
+    explicit operator bool() const noexcept { return m_h != nullptr; }
+
+private:
+    HANDLE m_h = nullptr;
+};
+
+/// Appends messages to the file of the settings. Each message stands whole, whoever else writes: a mutex that
+/// bears the file's name holds other writers off. When the file has reached its limit it is renamed, and a
+/// new one begun. Whatever fails: the message is lost, the caller is not told and not held up for long.
+class CLogFile
+{
+public:
+    constexpr CLogFile() noexcept = default;
+
+    /// Reads the settings. Not while anybody writes.
+    void Prepare() noexcept;
+    bool IsPrepared() const noexcept { return m_bPrepared; }
+    /// Any number of threads at once, once prepared.
+    void Write(const wchar_t* pszMessage) noexcept;
+    void Flush() noexcept;
+    /// Not while anybody writes. Prepare begins again.
+    void Close() noexcept;
+
+private:
+    class CLock;
+    bool Open() noexcept;
+    bool OpenDue() noexcept;
+    void FollowName() noexcept;
+    void Rotate(ULONGLONG cbFile) noexcept;
+    void PutOpening() noexcept;
+    void Put(const wchar_t* pszMessage) noexcept;
+    ULONGLONG Size() const noexcept;
+
+    LogSettings m_settings = {};
+    COwnedHandle m_hMutex; ///< guards the fields below, and the file among processes
+    COwnedHandle m_hFile;
+    ULONGLONG m_cbRotateAt = 0;        ///< size at which the next rotation is tried
+    ULONGLONG m_ullOpenAt = 0;         ///< tick count before which no opening is tried
+    ULONGLONG m_ullFollowAt = 0;       ///< tick count at which to look whether the file still has its name
+    std::atomic<bool> m_bStuck{false}; ///< whoever holds the mutex does not give it back
+    bool m_bPrepared = false;
+};
