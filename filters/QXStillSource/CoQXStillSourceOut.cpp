@@ -38,6 +38,6 @@ void CCoQXStillSourceOut::ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept
 
 REFERENCE_TIME CCoQXStillSourceOut::GetFrameTime() const noexcept
 {
-    const REFERENCE_TIME rtFrame = MTFrameTime(&m_theMediaType);
+    const REFERENCE_TIME rtFrame = FrameTime();
     return rtFrame != 0 ? rtFrame : rtDefaultFrame;
 }

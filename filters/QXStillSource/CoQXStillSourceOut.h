@@ -15,6 +15,7 @@
 #include "dstl/WinAPI/Threads.h"
 #include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSPins.h"
+#include "dstl/dshowx/DSQuality.h"
 #include "dstl/dshowx/DSSeeking.h"
 
 class CCoQXStillSource;
@@ -24,6 +25,7 @@ class ATL_NO_VTABLE CCoQXStillSourceOut : public CComObjectRootEx<CComMultiThrea
                                           public CComCoClass<CCoQXStillSourceOut>,
                                           public COutputPin<CCoQXStillSourceOut, CCoQXStillSource>,
                                           public IPinImpl<CCoQXStillSourceOut>,
+                                          public IQualityControlImpl<CCoQXStillSourceOut>,
                                           public CStdAllocator<CCoQXStillSourceOut, 0>,
                                           public IMediaSeekingImpl<CCoQXStillSourceOut>,
                                           public IAMStreamConfigWrapper<CCoQXStillSourceOut>,
@@ -32,6 +34,8 @@ class ATL_NO_VTABLE CCoQXStillSourceOut : public CComObjectRootEx<CComMultiThrea
 public:
     BEGIN_COM_MAP(CCoQXStillSourceOut)
     COM_INTERFACE_ENTRY(IPin)
+    COM_INTERFACE_ENTRY(IQualityControl)
+    COM_INTERFACE_ENTRY(IMediaSeeking)
     COM_INTERFACE_ENTRY(IAMStreamConfig)
     END_COM_MAP()
 
@@ -41,6 +45,18 @@ public:
     void FinalRelease() noexcept;
 
     LPCWSTR GetClassName() const noexcept override { return L"[CCoQXStillSourceOut]"; }
+
+    // IMediaSeeking: what touches the stream. In every state, connected or not. Products wrap at 64 bits.
+
+    /// Time of the last frame; a frame length of 0 gives 0. Takes no lock.
+    STDMETHOD(GetDuration)(LONGLONG* pDuration) noexcept override;
+    /// Sets the next and the last frame, flushes the peer, and begins a segment. Takes m_crsPosition.
+    /// \param pCurrent,pStop null for a position that stays; times are cut to frames toward zero
+    /// \param dwCurrentFlags,dwStopFlags only absolute and relative positioning have an effect
+    STDMETHOD(SetPositions)
+    (LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags) noexcept override;
+    /// Times of the next and of the last frame; each pointer may be null. Takes m_crsPosition.
+    STDMETHOD(GetPositions)(LONGLONG* pCurrent, LONGLONG* pStop) noexcept override;
 
     // --- Picture selection
 
@@ -92,11 +108,11 @@ public:
     PicProps m_picOutput{};                ///< format of the frames, from the current media type
     CCritSec m_crsPicture;
 
-    // --- Stream state, guarded by m_crsPosition
+    // --- Stream state, guarded by m_crsPosition; GetDuration reads the last frame without it
 
-    REFERENCE_TIME m_rtCurrent = 0;       ///< start of the next sample; 0 also begins a segment
-    LONGLONG m_nFrame = 0;                ///< number of the next frame; it survives a stop
-    LONGLONG m_nStopFrame = nNoStopFrame; ///< the last frame; 0 or less means no end
+    REFERENCE_TIME m_rtCurrent = 0;                    ///< start of the next sample; 0 also begins a segment
+    LONGLONG m_nFrame = 0;                             ///< number of the next frame; it survives a stop
+    std::atomic<LONGLONG> m_nStopFrame = nNoStopFrame; ///< the last frame; 0 or less means no end
     CCritSec m_crsPosition;
 
     /// 90000 times the highest 32-bit count.

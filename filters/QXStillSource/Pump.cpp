@@ -1,19 +1,9 @@
 // The worker: gets samples, fills and stamps them, and sends them. The downstream filter's blocking paces it.
 #include "CoQXStillSource.h"
 
+#include "FrameTimes.h"
 #include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/DSSample.h"
-
-namespace
-{
-
-/// Time of a frame number. The product wraps for the number that stands for no end, and this is deliberate.
-REFERENCE_TIME FrameToTime(LONGLONG nFrame, REFERENCE_TIME rtFrame) noexcept
-{
-    return static_cast<REFERENCE_TIME>(static_cast<ULONGLONG>(nFrame) * static_cast<ULONGLONG>(rtFrame));
-}
-
-} // namespace
 
 DWORD CCoQXStillSourceOut::ThreadProc(void* pv) noexcept
 {
@@ -141,8 +131,8 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
     sample.SetActualDataLength(cbSize);
     sample.SetDiscontinuity(m_rtCurrent == 0);
     sample.SetSyncPoint(TRUE);
-    sample.SetMediaTime(m_nFrame, m_nFrame + 1);
-    sample.SetTime(m_rtCurrent, m_rtCurrent + rtFrame);
+    sample.SetMediaTime(m_nFrame, AddTimes(m_nFrame, 1));
+    sample.SetTime(m_rtCurrent, AddTimes(m_rtCurrent, rtFrame));
     hr = sample.Save(pSample, PM_ALL);
     if (hr != S_OK)
     {
@@ -150,7 +140,7 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
               GetClassName(), hr);
         return hr;
     }
-    m_nFrame++;
+    m_nFrame = AddTimes(m_nFrame, 1);
     m_rtCurrent = sample.m_tE;
     return S_OK;
 }

@@ -89,8 +89,8 @@ TEST_F(FilterControl, InterfacesOfThePin)
         {&IID_IUnknown, S_OK},
         {&IID_IPin, S_OK},
         {&IID_IAMStreamConfig, S_OK},
-        {&IID_IMediaSeeking, E_NOINTERFACE},
-        {&IID_IQualityControl, E_NOINTERFACE},
+        {&IID_IMediaSeeking, S_OK},
+        {&IID_IQualityControl, S_OK},
         {&IID_ISpecifyPropertyPages, E_NOINTERFACE},
         {&IID_IMemInputPin, E_NOINTERFACE},
     };

@@ -179,7 +179,7 @@ TEST_F(PinTest, PlacesOfTheNameAccessor)
     EXPECT_EQ(Utf8((*static_cast<PFNNAME**>(pObject))[0](pObject)), "[TestPin]");
 }
 
-class SeekingPin : public IMediaSeekingImpl<SeekingPin>
+class SeekingFields : public CMediaSeekingFields
 {
 public:
     using CMediaSeekingFields::m_arrTimeFormats;
@@ -190,7 +190,7 @@ public:
 
 TEST_F(PinTest, StartValuesOfSeeking)
 {
-    SeekingPin pin;
+    SeekingFields pin;
     EXPECT_EQ(pin.m_arrTimeFormats.GetSize(), 0);
     EXPECT_EQ(pin.m_nTimeFormat, -1);
     EXPECT_EQ(pin.m_dwCapabilities, 31u);

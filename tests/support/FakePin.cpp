@@ -212,13 +212,15 @@ STDMETHODIMP FakeInputPin::EndOfStream()
 STDMETHODIMP FakeInputPin::BeginFlush()
 {
     Enter("BeginFlush");
-    return S_OK;
+    if (m_onBeginFlush)
+        m_onBeginFlush();
+    return m_hrFlush;
 }
 
 STDMETHODIMP FakeInputPin::EndFlush()
 {
     Enter("EndFlush");
-    return S_OK;
+    return m_hrFlush;
 }
 
 STDMETHODIMP FakeInputPin::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate)

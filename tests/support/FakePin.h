@@ -93,6 +93,9 @@ public:
 
     // --- Scripts: samples
     HRESULT m_hrReceive = S_OK;
+    HRESULT m_hrFlush = S_OK; ///< result of BeginFlush and of EndFlush
+    /// Called within BeginFlush.
+    std::function<void()> m_onBeginFlush;
     /// Called within Receive; its result is that of Receive.
     std::function<HRESULT(IMediaSample*)> m_onReceive;
     /// Receive passes here: close it to block.

@@ -210,6 +210,8 @@ public:
     HRESULT Filter_NoTypes(HRESULT) noexcept { return VFW_E_NO_ACCEPTABLE_TYPES; }
     /// Told before a connection without an allocator is broken.
     void Filter_Disconnect() noexcept {}
+    /// Gets the quality messages that arrive at the pin. No frame is dropped for them, and no rate changed.
+    HRESULT Filter_Notify(IBaseFilter*, const Quality&) noexcept { return S_OK; }
 
     CComPtr<CComObject<TOut>> m_apOut; ///< the output pin
 

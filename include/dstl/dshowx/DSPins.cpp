@@ -64,6 +64,12 @@ HRESULT CMTSingle::GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept
     return *ppmt != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
+REFERENCE_TIME CMTSingle::FrameTime() const noexcept
+{
+    CScopedLock lock(&m_crsType);
+    return MTFrameTime(&m_theMediaType);
+}
+
 // --- Queries
 
 HRESULT COutputPinBase::PinConnectedTo(IPin** ppPin) noexcept

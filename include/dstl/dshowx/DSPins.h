@@ -82,6 +82,9 @@ public:
     /// \return S_OK, S_FALSE behind the end, E_OUTOFMEMORY
     HRESULT GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept;
 
+    /// Length of a frame in units of 100 ns, 0 where the type says nothing; any thread.
+    REFERENCE_TIME FrameTime() const noexcept;
+
     CMType m_theMediaType; ///< the current type; written through SetMediaType alone
 
 private:

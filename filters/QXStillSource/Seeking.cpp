@@ -1,0 +1,66 @@
+// The three operations of IMediaSeeking that touch the stream. Positions are frame numbers inside and times
+// outside.
+#include "CoQXStillSource.h"
+
+#include "FrameTimes.h"
+
+namespace
+{
+
+constexpr DWORD dwPositioned = AM_SEEKING_AbsolutePositioning | AM_SEEKING_RelativePositioning;
+
+/// Moves a position. \param pTime the host's variable, null for none: a relative time in it becomes absolute
+LONGLONG MovedFrame(LONGLONG nFrame, LONGLONG* pTime, DWORD dwFlags, REFERENCE_TIME rtFrame) noexcept
+{
+    if (pTime == nullptr)
+        return nFrame;
+    if ((dwFlags & AM_SEEKING_RelativePositioning) != 0)
+        *pTime = AddTimes(*pTime, FrameToTime(nFrame, rtFrame));
+    return (dwFlags & dwPositioned) != 0 ? TimeToFrame(*pTime, rtFrame) : nFrame;
+}
+
+} // namespace
+
+STDMETHODIMP CCoQXStillSourceOut::GetDuration(LONGLONG* pDuration) noexcept
+{
+    TraceSeeking(eTL_Frame, L"%s: IMediaSeekingImpl::GetDuration\n");
+    DSASSERT(pDuration != NULL);
+    if (pDuration == nullptr)
+        return E_POINTER;
+    *pDuration = FrameToTime(m_nStopFrame, FrameTime());
+    return S_OK;
+}
+
+STDMETHODIMP CCoQXStillSourceOut::SetPositions(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop,
+                                               DWORD dwStopFlags) noexcept
+{
+    TraceSeeking(eTL_Main, L"%s: IMediaSeekingImpl::SetPositions\n");
+    {
+        CScopedLock crs(&m_crsPosition);
+        // Always flushed, deliberately: no flag of a seek but the two of positioning is looked at.
+        if (const CComPtr<IPin> spPeer = GetPeer())
+        {
+            spPeer->BeginFlush();
+            spPeer->EndFlush();
+        }
+        const REFERENCE_TIME rtFrame = GetFrameTime();
+        m_nFrame = MovedFrame(m_nFrame, pCurrent, dwCurrentFlags, rtFrame);
+        m_nStopFrame = MovedFrame(m_nStopFrame, pStop, dwStopFlags, rtFrame);
+        m_rtCurrent = 0; // also when nothing moved: the next sample begins a segment
+    }
+    if (m_Thread.m_bRun)
+        m_Thread.Wake();
+    return S_OK;
+}
+
+STDMETHODIMP CCoQXStillSourceOut::GetPositions(LONGLONG* pCurrent, LONGLONG* pStop) noexcept
+{
+    TraceSeeking(eTL_Frame, L"%s: IMediaSeekingImpl::GetPositions\n");
+    CScopedLock crs(&m_crsPosition);
+    const REFERENCE_TIME rtFrame = FrameTime();
+    if (pCurrent != nullptr)
+        *pCurrent = FrameToTime(m_nFrame, rtFrame);
+    if (pStop != nullptr)
+        *pStop = FrameToTime(m_nStopFrame, rtFrame);
+    return S_OK;
+}
