@@ -28,6 +28,9 @@ FilterGraph::FilterGraph()
     OAEVENT handle = 0;
     Check(m_events->GetEventHandle(&handle), "the graph has no event handle");
     m_eventHandle = reinterpret_cast<HANDLE>(handle);
+    Check(
+        Query<IMediaFilter>(IID_IMediaFilter, "the graph cannot go without a clock")->SetSyncSource(nullptr),
+        "the graph cannot go without a clock");
 }
 
 FilterGraph::~FilterGraph()
@@ -63,11 +66,17 @@ HRESULT FilterGraph::Connect(IBaseFilter* from, IBaseFilter* to)
 
 void FilterGraph::Run()
 {
-    CComPtr<IMediaFilter> filter;
-    Check(m_graph->QueryInterface(IID_IMediaFilter, reinterpret_cast<void**>(&filter)),
-          "the graph cannot go without a clock");
-    Check(filter->SetSyncSource(nullptr), "the graph cannot go without a clock");
     Check(m_control->Run(), "the graph does not run");
+}
+
+void FilterGraph::Pause()
+{
+    Check(m_control->Pause(), "the graph does not pause");
+}
+
+void FilterGraph::UseDefaultClock()
+{
+    Check(m_graph->SetDefaultSyncSource(), "the graph has no clock");
 }
 
 void FilterGraph::Stop()

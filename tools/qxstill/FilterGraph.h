@@ -1,7 +1,7 @@
 #pragma once
-/// A filter graph as this program needs it: a source, a sink, no clock.
+/// A filter graph as this program needs it: a source, a sink, and no clock unless one is asked for.
 
-#include "dstl/WinAPI/Platform.h"
+#include "Failure.h"
 #include <atlbase.h>
 #include <dshow.h>
 
@@ -22,8 +22,21 @@ public:
     void Remove(IBaseFilter* filter) { m_graph->RemoveFilter(filter); }
     /// Connects the first output pin of one filter to the first input pin of another, with no filter between.
     HRESULT Connect(IBaseFilter* from, IBaseFilter* to);
+    /// Starts the graph.
     void Run();
+    void Pause();
     void Stop();
+    /// Takes the platform's default clock instead of none: renderers then show each frame at its time.
+    void UseDefaultClock();
+
+    /// One of the graph's interfaces; throws Failure with `what` where it has none.
+    template <class T>
+    CComPtr<T> Query(REFIID iid, const char* what) const
+    {
+        CComPtr<T> result;
+        Check(m_graph->QueryInterface(iid, reinterpret_cast<void**>(&result)), what);
+        return result;
+    }
 
     /// Signalled while the graph has events to tell. Owned by the graph.
     HANDLE EventHandle() const { return m_eventHandle; }

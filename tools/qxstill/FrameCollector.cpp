@@ -1,4 +1,7 @@
 #include "FrameCollector.h"
+#include "Clock.h"
+#include "FrameWriter.h"
+#include "MediaType.h"
 #include <cwchar>
 #include <utility>
 
@@ -26,11 +29,10 @@ HRESULT FrameCollector::OnFrame(IMediaSample* sample)
         SetEvent(m_done);
         return hr;
     }
-    LARGE_INTEGER now = {};
-    QueryPerformanceCounter(&now);
+    const LONGLONG now = Tick();
     if (m_count == 0)
-        m_firstTick = now.QuadPart;
-    m_lastTick = now.QuadPart;
+        m_firstTick = now;
+    m_lastTick = now;
     if (++m_count == m_wanted)
         SetEvent(m_done);
     return S_OK;
@@ -43,10 +45,7 @@ HRESULT FrameCollector::Write(IMediaSample* sample, long number)
     if (sample->GetMediaType(&type) == S_OK && type)
     {
         const bool known = ReadVideoFormat(*type, m_format);
-        CoTaskMemFree(type->pbFormat);
-        if (type->pUnk)
-            type->pUnk->Release();
-        CoTaskMemFree(type);
+        MediaType::Delete(type);
         if (!known)
             return VFW_E_INVALIDMEDIATYPE;
     }

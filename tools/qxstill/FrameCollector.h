@@ -2,7 +2,6 @@
 /// What becomes of the frames that a sink receives: they are counted, and written to files.
 
 #include "FrameReceiver.h"
-#include "FrameWriter.h"
 #include <atomic>
 #include <string>
 
@@ -17,6 +16,7 @@ public:
     FrameCollector(const FrameCollector&) = delete;
     FrameCollector& operator=(const FrameCollector&) = delete;
 
+    long Wanted() const { return m_wanted; }
     void SetFormat(const VideoFormat& format) override { m_format = format; }
 
     /// A failure is returned and noted for Result as well.

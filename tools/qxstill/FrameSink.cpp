@@ -57,7 +57,7 @@ private:
 class SinkPin final : public IPin, public IMemInputPin
 {
 public:
-    SinkPin(FrameSink& filter, FrameReceiver& receiver) : m_filter(filter), m_receiver(receiver) {}
+    SinkPin(FrameSink& filter, SampleReceiver& receiver) : m_filter(filter), m_receiver(receiver) {}
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override;
@@ -94,7 +94,7 @@ public:
 
 private:
     FrameSink& m_filter;
-    FrameReceiver& m_receiver;
+    SampleReceiver& m_receiver;
     std::mutex m_lock;      // guards the members below
     std::mutex m_receiving; // held while a sample is taken
     CComPtr<IPin> m_peer;
@@ -106,7 +106,7 @@ private:
 class FrameSink final : public IBaseFilter, public IAMFilterMiscFlags
 {
 public:
-    explicit FrameSink(FrameReceiver& receiver) : m_pin(*this, receiver) {}
+    explicit FrameSink(SampleReceiver& receiver) : m_pin(*this, receiver) {}
 
     STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
@@ -218,6 +218,8 @@ STDMETHODIMP SinkPin::QueryInterface(REFIID riid, void** object)
         *object = static_cast<IPin*>(this);
     else if (IsEqualIID(riid, IID_IMemInputPin))
         *object = static_cast<IMemInputPin*>(this);
+    else if (IStream* const stream = m_receiver.Stream())
+        return stream->QueryInterface(riid, object);
     else
     {
         *object = nullptr;
@@ -244,13 +246,12 @@ STDMETHODIMP SinkPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type)
     const std::lock_guard<std::mutex> lock(m_lock);
     if (m_peer)
         return VFW_E_ALREADY_CONNECTED;
-    VideoFormat format;
-    if (!ReadVideoFormat(*type, format))
+    if (!m_receiver.Accepts(*type))
         return VFW_E_TYPE_NOT_ACCEPTED;
     const HRESULT hr = m_type.Assign(*type);
     if (FAILED(hr))
         return hr;
-    m_receiver.SetFormat(format);
+    m_receiver.OnConnected(*type);
     m_peer = peer;
     return S_OK;
 }
@@ -325,8 +326,7 @@ STDMETHODIMP SinkPin::QueryId(LPWSTR* id)
 
 STDMETHODIMP SinkPin::QueryAccept(const AM_MEDIA_TYPE* type)
 {
-    VideoFormat format;
-    return type && ReadVideoFormat(*type, format) ? S_OK : S_FALSE;
+    return type && m_receiver.Accepts(*type) ? S_OK : S_FALSE;
 }
 
 STDMETHODIMP SinkPin::EnumMediaTypes(IEnumMediaTypes** types)
@@ -540,7 +540,7 @@ void FrameSink::NotifyComplete()
 }
 } // namespace
 
-HRESULT CreateFrameSink(FrameReceiver& receiver, CComPtr<IBaseFilter>& filter)
+HRESULT CreateFrameSink(SampleReceiver& receiver, CComPtr<IBaseFilter>& filter)
 {
     filter.Attach(new (std::nothrow) FrameSink(receiver));
     return filter ? S_OK : E_OUTOFMEMORY;

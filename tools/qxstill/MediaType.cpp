@@ -28,6 +28,16 @@ HRESULT MediaType::Copy(const AM_MEDIA_TYPE& source, AM_MEDIA_TYPE& target)
     return S_OK;
 }
 
+void MediaType::Delete(AM_MEDIA_TYPE* type)
+{
+    if (!type)
+        return;
+    CoTaskMemFree(type->pbFormat);
+    if (type->pUnk)
+        type->pUnk->Release();
+    CoTaskMemFree(type);
+}
+
 HRESULT MediaType::Assign(const AM_MEDIA_TYPE& source)
 {
     Clear();

@@ -16,6 +16,8 @@ public:
     void Clear();
     /// Makes `target` a copy in task memory, whatever it held. E_OUTOFMEMORY leaves it empty.
     static HRESULT Copy(const AM_MEDIA_TYPE& source, AM_MEDIA_TYPE& target);
+    /// Frees a record in task memory with all that it holds, as enumerators hand them out. Null is allowed.
+    static void Delete(AM_MEDIA_TYPE* type);
     /// Takes a copy of `source`.
     HRESULT Assign(const AM_MEDIA_TYPE& source);
 

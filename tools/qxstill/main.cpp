@@ -4,7 +4,12 @@
 #include "ChartCommand.h"
 #include "Failure.h"
 #include "GrabCommand.h"
+#include "InspectCommand.h"
 #include "LogCommand.h"
+#include "RecordCommand.h"
+#include "ShowCommand.h"
+#include "TimeCommand.h"
+#include "VideoRenderers.h"
 #include <CLI/CLI.hpp>
 #include <shellapi.h>
 #include <fcntl.h>
@@ -28,33 +33,114 @@ std::vector<std::string> Arguments()
     return arguments;
 }
 
+// What all commands that use the filter have in common.
+void AddSource(CLI::App* command, SourceOptions& options)
+{
+    command->footer("The filter has to be registered: regsvr32 QXStillSource.dll");
+    command->add_option("--picture", options.picture,
+                        "Picture file, or any other name that the filter knows (default: bars)");
+    command->add_option("--format", options.format,
+                        "Pixel format to ask for, as RGB32 or UYVY (default: the picture's)");
+    command->add_option("--size", options.size, "Frame size to ask for, as 720x576 (default: the picture's)");
+    command->add_option("--rate", options.rate, "Frames a second to ask for (default: 25)")
+        ->check(CLI::PositiveNumber);
+    command->add_option(
+        "--aspect", options.aspect,
+        "Picture and frame of different shapes: none (stretched), letter-box, crop, or default: "
+        "letter-box where both width and height differ (default: crop)");
+    command->add_option("--shape", options.pictureShape,
+                        "Aspect ratio of the frame on the screen, as 16:9 (default: the pixels are square)");
+    command->add_option("--fields", options.fields,
+                        "Order of fields to announce: auto, top, bottom or progressive (default: auto)");
+}
+
+// The end of a graph that takes frames.
+void AddFrameEnd(CLI::App* command, std::string& sink, double& timeout)
+{
+    command
+        ->add_option("--sink", sink,
+                     "End of the graph: the platform's sample grabber and null renderer, the sink of this "
+                     "program, or auto: the first, and the second where the first does not connect")
+        ->check(CLI::IsMember({"auto", "platform", "own"}))
+        ->capture_default_str();
+    command->add_option("--timeout", timeout, "Seconds without a frame after which to give up")
+        ->check(CLI::Range(0.1, 86400.0))
+        ->capture_default_str();
+}
+
 void AddGrab(CLI::App& app, GrabOptions& options)
 {
     CLI::App* grab = app.add_subcommand(
         "grab",
         "Show a picture through the filter in a filter graph; write the frames that come out as BMP files.");
-    grab->footer("Prints the agreed media type, the allocator, the frames and the time.\n"
-                 "The filter has to be registered: regsvr32 QXStillSource.dll");
-    grab->add_option("--picture", options.picture, "Picture file, or any other name that the filter knows")
-        ->required();
+    AddSource(grab, options.source);
+    grab->get_option("--picture")->required();
     grab->add_option("--out", options.out, "Folder for the frames; made if missing")->required();
     grab->add_option("--frames", options.frames, "How many frames")
         ->check(CLI::Range(1L, 1000000L))
         ->capture_default_str();
-    grab->add_option("--format", options.format,
-                     "Pixel format to ask for, as RGB32 or UYVY (default: the picture's)");
-    grab->add_option("--size", options.size, "Frame size to ask for, as 720x576 (default: the picture's)");
-    grab->add_option("--rate", options.rate, "Frames a second to ask for (default: 25)")
-        ->check(CLI::PositiveNumber);
-    grab->add_option("--sink", options.sink,
-                     "End of the graph: the platform's sample grabber and null renderer, the sink of this "
-                     "program, or auto: the first, and the second where the first does not connect")
-        ->check(CLI::IsMember({"auto", "platform", "own"}))
+    AddFrameEnd(grab, options.sink, options.timeout);
+    grab->final_callback([&options] { RunGrab(options); });
+}
+
+void AddRecord(CLI::App& app, RecordOptions& options)
+{
+    CLI::App* record = app.add_subcommand(
+        "record", "Write frames to an AVI file, uncompressed, through the platform's AVI mux.");
+    AddSource(record, options.source);
+    record->add_option("--out", options.out, "File to write")->required();
+    record->add_option("--frames", options.frames, "How many frames")
+        ->check(CLI::Range(2L, 1000000L))
         ->capture_default_str();
-    grab->add_option("--timeout", options.timeout, "Seconds without a frame after which to give up")
+    record->add_option("--timeout", options.timeout, "Seconds without progress after which to give up")
         ->check(CLI::Range(0.1, 86400.0))
         ->capture_default_str();
-    grab->final_callback([&options] { RunGrab(options); });
+    record->final_callback([&options] { RunRecord(options); });
+}
+
+void AddShow(CLI::App& app, ShowOptions& options)
+{
+    CLI::App* show =
+        app.add_subcommand("show", "Show a picture in the window of one of the platform's renderers.");
+    AddSource(show, options.source);
+    std::vector<std::string> renderers;
+    for (const VideoRenderer& renderer : VideoRenderers())
+        renderers.push_back(renderer.name);
+    show->add_option("--renderer", options.renderer, "The renderer")
+        ->check(CLI::IsMember(renderers))
+        ->capture_default_str();
+    show->add_option("--seconds", options.seconds, "How long; 0: until the window is closed")
+        ->check(CLI::Range(0.0, 1e6))
+        ->capture_default_str();
+    show->add_option("--window", options.window,
+                     "Size of the picture's area, as 720x576 (default: the frame's)");
+    show->add_option("--position", options.position, "The window's upper left corner, as 100,50");
+    show->add_flag("--borderless", options.borderless, "A window without frame and title");
+    show->add_option(
+            "--then-rate", options.then,
+            "Halfway, stop, change to that many frames a second on the connection that stands, and go on")
+        ->check(CLI::PositiveNumber);
+    show->final_callback([&options] { RunShow(options); });
+}
+
+void AddInspect(CLI::App& app, SourceOptions& options)
+{
+    CLI::App* inspect = app.add_subcommand("inspect", "Print interfaces, properties, pins, media types and "
+                                                      "capabilities of the filter as a host sees them.");
+    AddSource(inspect, options);
+    inspect->final_callback([&options] { RunInspect(options); });
+}
+
+void AddTime(CLI::App& app, TimeOptions& options)
+{
+    CLI::App* time =
+        app.add_subcommand("time", "Count the frames that come through a graph without a clock in a second.");
+    AddSource(time, options.source);
+    time->add_option("--frames", options.frames, "How many frames")
+        ->check(CLI::Range(2L, 100000000L))
+        ->capture_default_str();
+    AddFrameEnd(time, options.sink, options.timeout);
+    time->final_callback([&options] { RunTime(options); });
 }
 
 void AddChart(CLI::App& app, ChartOptions& options)
@@ -112,9 +198,17 @@ int main()
 
     CLI::App app("A host for the still-picture source filter QXStillSource.", "qxstill");
     app.require_subcommand(1);
+    ShowOptions show;
     GrabOptions grab;
+    RecordOptions record;
+    SourceOptions inspect;
+    TimeOptions time;
     ChartOptions chart;
+    AddShow(app, show);
     AddGrab(app, grab);
+    AddRecord(app, record);
+    AddInspect(app, inspect);
+    AddTime(app, time);
     AddChart(app, chart);
     LogTailOptions logTail;
     AddLog(app, logTail);

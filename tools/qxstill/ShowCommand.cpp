@@ -1,0 +1,142 @@
+#include "ShowCommand.h"
+#include "Clock.h"
+#include "Com.h"
+#include "Connection.h"
+#include "Failure.h"
+#include "FilterGraph.h"
+#include "QXStillSource.h"
+#include "VideoRenderers.h"
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+const VideoRenderer& FindRenderer(const std::string& name)
+{
+    const std::vector<VideoRenderer>& renderers = VideoRenderers();
+    const auto found = std::find_if(renderers.begin(), renderers.end(),
+                                    [&](const VideoRenderer& renderer) { return name == renderer.name; });
+    if (found == renderers.end())
+        throw Failure("there is no renderer \"" + name + "\"");
+    return *found;
+}
+
+// Two numbers of the command line; throws Failure for anything else.
+void ReadNumbers(const std::string& text, const char* pattern, const char* what, int& first, int& second)
+{
+    char rest = 0;
+    if (std::sscanf(text.c_str(), pattern, &first, &second, &rest) != 2)
+        throw Failure("\"" + text + "\" is no " + what);
+}
+
+void PlaceWindow(IVideoWindow* window, const VideoFormat& format, const ShowOptions& options)
+{
+    constexpr long g_framed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
+    constexpr long g_bare = WS_POPUP | WS_CLIPCHILDREN;
+    const long style = options.borderless ? g_bare : g_framed;
+    Check(window->put_WindowStyle(style), "the renderer refuses the window's style");
+    Check(window->put_Caption(CComBSTR(L"qxstill")), "the renderer refuses the window's title");
+    int width = format.width;
+    int height = format.height;
+    if (!options.window.empty())
+        ReadNumbers(options.window, "%dx%d%c", "size: WIDTHxHEIGHT is expected", width, height);
+    RECT area = {0, 0, width, height};
+    AdjustWindowRectEx(&area, static_cast<DWORD>(style), FALSE, 0);
+    Check(window->put_Width(area.right - area.left), "the renderer refuses the window's width");
+    Check(window->put_Height(area.bottom - area.top), "the renderer refuses the window's height");
+    if (!options.position.empty())
+    {
+        int x = 0;
+        int y = 0;
+        ReadNumbers(options.position, "%d,%d%c", "position: X,Y is expected", x, y);
+        Check(window->put_Left(x), "the renderer refuses the window's position");
+        Check(window->put_Top(y), "the renderer refuses the window's position");
+    }
+}
+
+// What the window needs of its thread: that messages are taken.
+void DispatchMessages()
+{
+    MSG message = {};
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+    {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+// Lets the graph run. Throws Failure if it aborts.
+// @param seconds how long; 0: until the window is closed
+// @return false when the window was closed or the stream has ended
+bool Watch(FilterGraph& graph, double seconds)
+{
+    const HANDLE handle = graph.EventHandle();
+    const LONGLONG start = Tick();
+    for (;;)
+    {
+        const double left = seconds * 1000 - Milliseconds(start, Tick());
+        if (seconds > 0 && left <= 0)
+            return true;
+        const DWORD limit = seconds > 0 ? static_cast<DWORD>(left) + 1 : INFINITE;
+        const DWORD wait = MsgWaitForMultipleObjects(1, &handle, FALSE, limit, QS_ALLINPUT);
+        DispatchMessages();
+        long code = 0;
+        HRESULT result = S_OK;
+        while (wait == WAIT_OBJECT_0 && graph.NextEvent(code, result))
+        {
+            if (code == EC_ERRORABORT)
+                throw Failure("the graph aborts", result);
+            if (code == EC_USERABORT || code == EC_WINDOW_DESTROYED)
+                return false;
+        }
+    }
+}
+
+// Another frame rate on a connection that stands: the filter has the stopped graph connect its pin anew.
+void ChangeRate(FilterGraph& graph, IBaseFilter* source, double rate)
+{
+    graph.Stop();
+    CComPtr<IQXStillSource> control;
+    Check(source->QueryInterface(__uuidof(IQXStillSource), reinterpret_cast<void**>(&control)),
+          "the filter has no IQXStillSource");
+    Check(control->SetFrameRate(rate), "the stopped filter refuses the new frame rate");
+}
+
+void Show(const ShowOptions& options)
+{
+    const VideoRenderer& kind = FindRenderer(options.renderer);
+    const CComPtr<IBaseFilter> source = CreateSource();
+    SetUpSource(source, options.source);
+    const CComPtr<IBaseFilter> renderer = CreateVideoRenderer(kind);
+
+    FilterGraph graph;
+    graph.UseDefaultClock();
+    graph.Add(source, L"QXStillSource");
+    graph.Add(renderer, L"Renderer");
+    const HRESULT hr = graph.Connect(source, renderer);
+    if (FAILED(hr))
+        throw Failure("the filter does not connect to " + std::string(kind.title) +
+                          "; another --format may do (RGB32 and RGB24 are what most renderers take)",
+                      hr);
+    const VideoFormat format = PrintConnection(source, renderer, options.source.picture, kind.title);
+    PlaceWindow(graph.Query<IVideoWindow>(IID_IVideoWindow, "the renderer has no window"), format, options);
+
+    graph.Run();
+    const bool goesOn = Watch(graph, options.then > 0 ? options.seconds / 2 : options.seconds);
+    if (goesOn && options.then > 0)
+    {
+        ChangeRate(graph, source, options.then);
+        PrintConnection(source, renderer, options.source.picture, kind.title);
+        graph.Run();
+        Watch(graph, options.seconds / 2);
+    }
+    graph.Stop();
+}
+} // namespace
+
+void RunShow(const ShowOptions& options)
+{
+    // As most programs with a window: its thread takes messages, and COM's calls among them.
+    const ComApartment com(COINIT_APARTMENTTHREADED);
+    Show(options);
+}

@@ -1,0 +1,141 @@
+#include "StreamFile.h"
+#include "Failure.h"
+
+namespace
+{
+LARGE_INTEGER Large(ULONGLONG value)
+{
+    LARGE_INTEGER large = {};
+    large.QuadPart = static_cast<LONGLONG>(value);
+    return large;
+}
+} // namespace
+
+StreamFile::StreamFile(const std::wstring& path)
+    : m_file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                         FILE_ATTRIBUTE_NORMAL, nullptr))
+{
+    if (m_file == INVALID_HANDLE_VALUE)
+        throw Failure("cannot write \"" + ToUtf8(path) + "\"", DSTLLastError());
+}
+
+StreamFile::~StreamFile()
+{
+    CloseHandle(m_file);
+}
+
+ULONGLONG StreamFile::Size() const
+{
+    LARGE_INTEGER size = {};
+    GetFileSizeEx(m_file, &size);
+    return static_cast<ULONGLONG>(size.QuadPart);
+}
+
+bool StreamFile::Accepts(const AM_MEDIA_TYPE& type) const
+{
+    return IsEqualGUID(type.majortype, MEDIATYPE_Stream) != FALSE;
+}
+
+HRESULT StreamFile::OnFrame(IMediaSample* sample)
+{
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME end = 0;
+    BYTE* bytes = nullptr;
+    HRESULT hr = sample->GetTime(&start, &end);
+    if (SUCCEEDED(hr))
+        hr = sample->GetPointer(&bytes);
+    // A sample says where its bytes belong by its times, and the difference of the two is their number.
+    if (SUCCEEDED(hr) && (start < 0 || end < start || end - start > sample->GetSize()))
+        hr = E_INVALIDARG;
+    if (FAILED(hr))
+    {
+        m_result = hr;
+        return hr;
+    }
+    const std::lock_guard<std::mutex> lock(m_lock);
+    return WriteAt(static_cast<ULONGLONG>(start), bytes, static_cast<ULONG>(end - start), nullptr);
+}
+
+STDMETHODIMP StreamFile::QueryInterface(REFIID riid, void** object)
+{
+    if (!object)
+        return E_POINTER;
+    const bool known = IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_ISequentialStream) ||
+                       IsEqualIID(riid, IID_IStream);
+    *object = known ? static_cast<IStream*>(this) : nullptr;
+    return known ? S_OK : E_NOINTERFACE;
+}
+
+STDMETHODIMP StreamFile::Read(void* bytes, ULONG count, ULONG* read)
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    DWORD done = 0;
+    if (!SetFilePointerEx(m_file, Large(m_position), nullptr, FILE_BEGIN) ||
+        !ReadFile(m_file, bytes, count, &done, nullptr))
+        return DSTLLastError();
+    m_position += done;
+    if (read)
+        *read = done;
+    return done == count ? S_OK : S_FALSE;
+}
+
+HRESULT StreamFile::WriteAt(ULONGLONG position, const void* bytes, ULONG count, ULONG* written)
+{
+    DWORD done = 0;
+    HRESULT hr = S_OK;
+    if (!SetFilePointerEx(m_file, Large(position), nullptr, FILE_BEGIN) ||
+        !WriteFile(m_file, bytes, count, &done, nullptr))
+        hr = DSTLLastError();
+    else if (done != count)
+        hr = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+    if (written)
+        *written = done;
+    if (FAILED(hr))
+        m_result = hr;
+    return hr;
+}
+
+STDMETHODIMP StreamFile::Write(const void* bytes, ULONG count, ULONG* written)
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    const HRESULT hr = WriteAt(m_position, bytes, count, written);
+    if (SUCCEEDED(hr))
+        m_position += count;
+    return hr;
+}
+
+STDMETHODIMP StreamFile::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position)
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    LONGLONG from = 0;
+    if (origin == STREAM_SEEK_CUR)
+        from = static_cast<LONGLONG>(m_position);
+    else if (origin == STREAM_SEEK_END)
+        from = static_cast<LONGLONG>(Size());
+    else if (origin != STREAM_SEEK_SET)
+        return STG_E_INVALIDFUNCTION;
+    if (from + move.QuadPart < 0)
+        return STG_E_INVALIDFUNCTION;
+    m_position = static_cast<ULONGLONG>(from + move.QuadPart);
+    if (position)
+        position->QuadPart = m_position;
+    return S_OK;
+}
+
+STDMETHODIMP StreamFile::SetSize(ULARGE_INTEGER size)
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    if (!SetFilePointerEx(m_file, Large(size.QuadPart), nullptr, FILE_BEGIN) || !SetEndOfFile(m_file))
+        return DSTLLastError();
+    return S_OK;
+}
+
+STDMETHODIMP StreamFile::Stat(STATSTG* stat, DWORD)
+{
+    if (!stat)
+        return E_POINTER;
+    *stat = {};
+    stat->type = STGTY_STREAM;
+    stat->cbSize.QuadPart = Size();
+    return S_OK;
+}
