@@ -85,8 +85,8 @@ CMType HostType(const GUID& guidSub, LONG nWidth, LONG biHeight, LONG nRowWidth,
     {
         auto& vih = *reinterpret_cast<VIDEOINFOHEADER2*>(mt.pbFormat);
         vih.AvgTimePerFrame = rtFrame;
-        vih.dwPictAspectRatioX = 16;
-        vih.dwPictAspectRatioY = 9;
+        vih.dwPictAspectRatioX = static_cast<DWORD>(nWidth); // square pixels
+        vih.dwPictAspectRatioY = static_cast<DWORD>(nHeight);
         if (bmi.biWidth != nWidth)
             vih.rcSource = vih.rcTarget = rc;
     }
@@ -179,7 +179,7 @@ HRESULT Conformance::SetFormat(const char* pszFormat, int nWidth, int nHeight) c
 
 HRESULT Conformance::Connect(const AM_MEDIA_TYPE* pmt)
 {
-    m_sink.m_pin.m_pAllocator = m_bOwnAllocator ? nullptr : &m_alloc;
+    m_sink.m_pin.m_pAllocator = m_pOffered;
     FILTER_INFO info{};
     EXPECT_EQ(Filter().QueryFilterInfo(&info), S_OK);
     if (info.pGraph != nullptr)
@@ -193,6 +193,37 @@ void Conformance::Disconnect()
 {
     Pin().Disconnect();
     m_sink.m_pin.Disconnect();
+}
+
+CMType Conformance::Connected() const
+{
+    CMType mt;
+    Pin().ConnectionMediaType(&mt);
+    return mt;
+}
+
+Lines Conformance::Deliver(int nFrames, const std::function<std::string(IMediaSample&)>& fnLook)
+{
+    Lines wrong;
+    m_log.Clear();
+    m_sink.m_pin.m_onReceive = [&, nSeen = 0](IMediaSample* pSample) mutable
+    {
+        const std::string s = fnLook(*pSample);
+        if (!s.empty())
+            wrong.push_back("frame " + std::to_string(nSeen) + ": " + s);
+        if (++nSeen < nFrames)
+            return S_OK;
+        m_log.Add("delivered");
+        return S_FALSE; // the worker sleeps
+    };
+    const HRESULT hrPause = Filter().Pause();
+    const bool bDelivered = hrPause == S_OK && m_log.WaitFor("delivered");
+    const HRESULT hrStop = Filter().Stop();
+    m_sink.m_pin.m_onReceive = nullptr;
+    if (hrPause != S_OK || !bDelivered || hrStop != S_OK)
+        wrong.push_back("Pause " + std::to_string(hrPause) + ", Stop " + std::to_string(hrStop) +
+                        (bDelivered ? "" : ", frames are missing"));
+    return wrong;
 }
 
 CMType Conformance::Offered() const

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -76,12 +77,18 @@ protected:
     HRESULT SetPicture(const std::string& sName) const;
     HRESULT SetFormat(const char* pszFormat, int nWidth, int nHeight) const;
 
-    /// Adds the filter to the fake graph and connects the pin to the sink, which offers m_alloc unless
-    /// m_bOwnAllocator is set.
+    /// Adds the filter to the fake graph and connects the pin to the sink, which offers m_pOffered.
     HRESULT Connect(const AM_MEDIA_TYPE* pmt = nullptr);
     /// Disconnects both sides.
     void Disconnect();
-    bool m_bOwnAllocator = false;
+    IMemAllocator* m_pOffered = &m_alloc; ///< null: the sink has none, and the filter's own is used
+    /// The type of the connection; empty without one.
+    CMType Connected() const;
+
+    /// Streams until nFrames have been looked at within Receive, and stops.
+    /// \param fnLook answers an empty text, or what is wrong with the sample
+    /// \return what was wrong, also a failure of the stream
+    Lines Deliver(int nFrames, const std::function<std::string(IMediaSample&)>& fnLook);
 
     /// The type that the pin offers; empty for none.
     CMType Offered() const;

@@ -113,7 +113,7 @@ TEST_F(Conformance, InterfacesOfTheEnumerators)
 
 TEST_F(Conformance, InterfacesOfTheAllocatorAndTheSample)
 {
-    m_bOwnAllocator = true;
+    m_pOffered = nullptr;
     ASSERT_EQ(Connect(), S_OK);
     const CComPtr<IMemAllocator> spAllocator(m_sink.m_pin.NotifiedAllocator());
     ASSERT_TRUE(spAllocator);

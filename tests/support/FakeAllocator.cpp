@@ -66,7 +66,8 @@ STDMETHODIMP FakeAllocator::Commit()
     const std::lock_guard lock(m_lock);
     while (static_cast<LONG>(m_samples.size()) < m_rgActual.cBuffers)
     {
-        m_samples.push_back(std::make_unique<FakeSample>(m_rgActual.cbBuffer));
+        m_samples.push_back(m_make ? m_make(m_rgActual.cbBuffer)
+                                   : std::make_unique<FakeSample>(m_rgActual.cbBuffer));
         FakeSample* pSample = m_samples.back().get();
         pSample->m_onLastRelease = [this](FakeSample* p) { ReleaseBuffer(p); };
         m_free.push_back(pSample);

@@ -37,6 +37,8 @@ public:
     std::optional<HRESULT> m_hrSetProperties, m_hrGetProperties, m_hrCommit, m_hrDecommit, m_hrGetBuffer;
     /// Changes what SetProperties grants; without it the request is granted.
     std::function<void(ALLOCATOR_PROPERTIES&)> m_grant;
+    /// Makes the samples of the buffer size that was granted; without it they have that size.
+    std::function<std::unique_ptr<FakeSample>(LONG cbBuffer)> m_make;
     /// Called for each sample before it is handed out, for instance to attach a media type.
     std::function<void(FakeSample&)> m_onLend;
     /// Called on entry of Commit and Decommit, without a lock.

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-FakeSample::FakeSample(LONG cbBuffer, bool bSample2)
-    : m_cbBuffer(cbBuffer), m_bSample2(bSample2), m_nRefs(0),
+FakeSample::FakeSample(LONG cbBuffer, bool bSample2, BYTE* pbBuffer)
+    : m_cbBuffer(cbBuffer), m_bSample2(bSample2), m_pbOwn(pbBuffer), m_nRefs(0),
       m_arrStore(static_cast<size_t>(cbBuffer) + 2 * cbGuard, byGuard)
 {
     std::fill_n(Buffer(), cbBuffer, byFill);

@@ -44,7 +44,8 @@ class FakeSample : public IMediaSample2
 public:
     /// \param cbBuffer bytes of the sample's own buffer, filled with byFill
     /// \param bSample2 the sample offers IMediaSample2
-    explicit FakeSample(LONG cbBuffer = 64, bool bSample2 = true);
+    /// \param pbBuffer the test's own cbBuffer bytes in the place of that buffer, filled with byFill too
+    explicit FakeSample(LONG cbBuffer = 64, bool bSample2 = true, BYTE* pbBuffer = nullptr);
     virtual ~FakeSample();
     FakeSample(const FakeSample&) = delete;
     FakeSample& operator=(const FakeSample&) = delete;
@@ -64,7 +65,7 @@ public:
 
     long Refs() const { return m_nRefs; }
     /// The buffer, whatever GetPointer is made to answer.
-    BYTE* Buffer() { return m_arrStore.data() + cbGuard; }
+    BYTE* Buffer() { return m_pbOwn != nullptr ? m_pbOwn : m_arrStore.data() + cbGuard; }
     LONG BufferSize() const { return m_cbBuffer; }
     /// False once a byte before or behind the buffer was written.
     bool GuardsIntact() const;
@@ -121,6 +122,7 @@ private:
 
     const LONG m_cbBuffer;
     const bool m_bSample2;
+    BYTE* const m_pbOwn;
     std::atomic<long> m_nRefs;
     std::vector<BYTE> m_arrStore;
     mutable std::mutex m_lock;
