@@ -48,14 +48,52 @@ HRESULT CCoQXStillSource::FinalConstruct() noexcept
 void CCoQXStillSource::FinalRelease() noexcept
 {
     if (m_apOut)
+    {
+        m_apOut->SetFilter(nullptr); // an aggregated object has not been through InternalRelease
         m_apOut->StreamAbandon();
+    }
     CSourceFilter::FinalRelease();
+}
+
+ULONG CCoQXStillSource::InternalRelease() noexcept
+{
+    CScopedLock lock(m_apOut ? &m_apOut->m_crsLink : nullptr);
+    const ULONG nRefs = CComObjectRootEx::InternalRelease();
+    if (nRefs == 0 && m_apOut)
+        m_apOut->m_pFilter = nullptr;
+    return nRefs;
 }
 
 // --- IMediaFilter
 
+CCoQXStillSource::CWorkerLock::CWorkerLock(CCoQXStillSource& filter) noexcept
+{
+    const CCoQXStillSourceOut* const pOut = filter.OutPin();
+    if (pOut == nullptr || !pOut->m_Thread.IsCurrent())
+        return;
+    while (!filter.m_lock.TryLock())
+    {
+        if (pOut->m_bStopWaits)
+        {
+            m_bRefused = true;
+            return;
+        }
+        Sleep(1); // a state change elsewhere: it ends, or it is a stop on its way to the wait
+    }
+    m_pLock = &filter.m_lock;
+}
+
+CCoQXStillSource::CWorkerLock::~CWorkerLock()
+{
+    if (m_pLock != nullptr)
+        m_pLock->Unlock();
+}
+
 STDMETHODIMP CCoQXStillSource::Stop() noexcept
 {
+    const CWorkerLock worker(*this);
+    if (worker.IsRefused())
+        return S_OK; // the stop is under way
     CScopedLock lock(&m_lock);
     const HRESULT hr = IBaseFilterImpl::Stop();
     // Whatever came of it: the allocator may be gone already, and the worker has to rest all the same.
@@ -66,12 +104,21 @@ STDMETHODIMP CCoQXStillSource::Stop() noexcept
 
 STDMETHODIMP CCoQXStillSource::Pause() noexcept
 {
+    const CWorkerLock worker(*this);
+    if (worker.IsRefused())
+        return VFW_E_STATE_CHANGED;
     CScopedLock lock(&m_lock);
     const bool bWasStopped = m_eState == State_Stopped;
     HRESULT hr = IBaseFilterImpl::Pause();
     if (hr == S_OK && bWasStopped)
         hr = m_apOut->StreamStart();
     return hr;
+}
+
+STDMETHODIMP CCoQXStillSource::Run(REFERENCE_TIME tStart) noexcept
+{
+    const CWorkerLock worker(*this);
+    return worker.IsRefused() ? VFW_E_STATE_CHANGED : IBaseFilterImpl::Run(tStart);
 }
 
 // --- IFileSourceFilter

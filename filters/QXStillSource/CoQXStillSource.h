@@ -39,11 +39,17 @@ public:
     HRESULT FinalConstruct() noexcept;
     void FinalRelease() noexcept;
 
+    /// The last reference and the pin's pointer go in one step: nobody gets a new reference through the pin.
+    ULONG InternalRelease() noexcept;
+
     LPCWSTR GetClassName() const noexcept override { return L"CCoQXStillSource"; }
 
-    // IMediaFilter: the base's operations with the pump around them.
+    // IMediaFilter: the base's operations with the pump around them. From within a call of the worker they
+    // come through as well; while another thread is in Stop, which waits for the worker, Stop there has
+    // nothing left to do, and Pause and Run answer VFW_E_STATE_CHANGED.
     STDMETHOD(Stop)() noexcept override;
     STDMETHOD(Pause)() noexcept override;
+    STDMETHOD(Run)(REFERENCE_TIME tStart) noexcept override;
 
     // IFileSourceFilter
     STDMETHOD(Load)(LPCOLESTR pszFileName, const AM_MEDIA_TYPE* pmt) noexcept override;
@@ -64,6 +70,7 @@ public:
 
     /// Builds the type that m_VidProps and the picture ask for, and brings it to the pin: at once when it is
     /// not connected, through the graph when it is and the filter is stopped, not at all in a running graph.
+    /// No lock is held when the graph is called.
     HRESULT UpdateOutputType() noexcept;
 
     /// Makes the type that m_VidProps asks for.
@@ -85,5 +92,25 @@ public:
     CSimpleArray2<CMType> m_arrSupport;
 
 private:
+    /// All of UpdateOutputType that stays within filter and pin.
+    /// \param mt receives the type \return whether the graph has to connect the pin anew with it
+    bool RenewOutputType(CMType& mt) noexcept;
+    /// Lets the worker take m_lock within its calls downstream, where a peer may change the state: it is
+    /// refused while another thread has the lock in a Stop, which waits for the worker. Other threads pass
+    /// without a lock.
+    class CWorkerLock
+    {
+    public:
+        explicit CWorkerLock(CCoQXStillSource& filter) noexcept;
+        ~CWorkerLock();
+        CWorkerLock(const CWorkerLock&) = delete;
+        CWorkerLock& operator=(const CWorkerLock&) = delete;
+        bool IsRefused() const noexcept { return m_bRefused; }
+
+    private:
+        CCritSec* m_pLock = nullptr;
+        bool m_bRefused = false;
+    };
+
     CCritSec m_crsNames; ///< leaf, held to exchange or copy a value
 };

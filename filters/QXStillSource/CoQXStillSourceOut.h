@@ -41,8 +41,15 @@ public:
 
     /// Starts GDI+ and the worker, which sleeps. The pin stands even if the worker could not be started.
     HRESULT FinalConstruct() noexcept;
-    /// Stops GDI+ and then the worker, deliberately in this order: no picture is being loaded any more.
+    /// Stops GDI+ and then the worker, deliberately in this order: no picture is being loaded any more, as
+    /// the filter has waited for the worker's last step, and without a filter there is no other. On the
+    /// worker itself all that is behind it.
     void FinalRelease() noexcept;
+
+    /// The last reference may go within a call of the worker, which stands below on the stack and goes on
+    /// with the pin when the call returns: the worker then takes the reference over and gives it back with
+    /// its last step.
+    ULONG InternalRelease() noexcept;
 
     LPCWSTR GetClassName() const noexcept override { return L"[CCoQXStillSourceOut]"; }
 
@@ -71,8 +78,11 @@ public:
     PicProps GetSourceProps() noexcept;
 
     /// Makes a type the current one: m_picOutput is read from it, and the frame is to be composed again.
-    /// No lock of its own: called by a control thread while the pump is idle, and by the worker.
+    /// Called by a control thread and by the worker. Takes m_crsPicture: a frame that is being composed keeps
+    /// its size.
     void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept;
+    /// The same under m_lock, unless the pin is connected. \return whether it was done
+    bool ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept;
 
     // --- Composition
 
@@ -86,7 +96,8 @@ public:
     HRESULT StreamStart() noexcept;
     /// Waits without a limit until the worker has finished its step. Without a worker it returns at once.
     void StreamStop() noexcept;
-    /// Ends what is left of the pump when the filter goes without having been stopped.
+    /// Ends what is left of the pump when the filter goes without having been stopped. Within a call of the
+    /// worker it only says so, as the worker cannot wait for itself; so does StreamStop.
     void StreamAbandon() noexcept;
 
     /// One step of the pump. \return milliseconds until the next one: 0 or INFINITE
@@ -119,6 +130,8 @@ public:
     static constexpr LONGLONG nNoStopFrame = 90000LL * 2147483647LL;
 
     std::atomic<bool> m_bStreaming = false; ///< the pump should run; changed under m_lock but for StreamStart
+    std::atomic<bool> m_bSending = false;   ///< the worker is in Send; set under m_lock
+    std::atomic<bool> m_bStopWaits = false; ///< StreamStop waits for the worker
     CEvent m_evStopped;                     ///< the worker has seen the end of streaming
     CSimpleThread m_Thread;                 ///< the worker
 
@@ -131,4 +144,6 @@ private:
     HRESULT MakeBuiltInPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept;
 
     ULONG_PTR m_nGdiPlusToken = 0;
+    bool m_bWorkerOwns = false;   ///< the worker has the last reference; the worker's alone
+    bool m_bWorkerLeaves = false; ///< the worker gives it back; the worker's alone
 };

@@ -189,19 +189,20 @@ HRESULT CCoQXStillSource::UpdateOutputType() noexcept
     CCoQXStillSourceOut* const pOut = OutPin();
     if (pOut == nullptr)
         return E_UNEXPECTED;
-    // A type that cannot be built stays empty: the pin then has none, and connecting it fails.
     CMType mt;
-    BuildOutputType(mt, pOut->GetSourceProps());
+    return RenewOutputType(mt) ? MakeReconnect(&mt, pOut) : S_OK;
+}
+
+bool CCoQXStillSource::RenewOutputType(CMType& mt) noexcept
+{
+    CCoQXStillSourceOut& out = *OutPin();
+    // A type that cannot be built stays empty: the pin then has none, and connecting it fails.
+    BuildOutputType(mt, out.GetSourceProps());
     RebuildSupportedTypes(&mt);
-    if (!pOut->IsConnected())
-    {
-        pOut->ApplyOutputType(&mt);
-        return S_OK;
-    }
+    if (out.ApplyUnconnected(&mt))
+        return false;
     // Not stored before the graph has connected the pin anew: a refusal leaves the old type.
-    if (FilterState() == State_Stopped)
-        return MakeReconnect(&mt, pOut);
-    return S_OK;
+    return FilterState() == State_Stopped;
 }
 
 HRESULT ConvertVideoType(CMType& mtNew, const AM_MEDIA_TYPE* mtBase, const GUID& formatType, DWORD fcc,

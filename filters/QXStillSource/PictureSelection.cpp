@@ -212,6 +212,7 @@ STDMETHODIMP CCoQXStillSource::SetPictureHandle(int _hBitmap) noexcept
             return hr;
     }
 
+    CScopedLock lock(&pOut->m_lock); // before the picture's, as storing the type takes it
     CScopedLock crs(&pOut->m_crsPicture);
     const int nFormat = MTGetPicProps(&mtTemp, &pOut->m_picSource);
     DSASSERT(nFormat != -1);
@@ -219,5 +220,11 @@ STDMETHODIMP CCoQXStillSource::SetPictureHandle(int _hBitmap) noexcept
         return E_INVALIDARG;
     pOut->m_blobFrame.SetSize(0);
     pOut->m_blobSource = std::move(blobImage);
-    return UpdateOutputType();
+    CMType mt;
+    const bool bReconnect = RenewOutputType(mt);
+    // The graph has a lock of its own, which it also holds when it stops the filter and so waits for the
+    // worker, and the worker needs the picture.
+    crs.Unlock();
+    lock.Unlock();
+    return bReconnect ? MakeReconnect(&mt, pOut) : S_OK;
 }

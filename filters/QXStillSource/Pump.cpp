@@ -9,9 +9,19 @@ DWORD CCoQXStillSourceOut::ThreadProc(void* pv) noexcept
 {
     const HRESULT hr = CoInitializeEx(NULL, 0); // the multithreaded apartment
     DSASSERT(hr == S_OK);
-    static_cast<CCoQXStillSourceOut*>(pv)->Pump();
+    auto* const pPin = static_cast<CCoQXStillSourceOut*>(pv);
+    pPin->Pump();
+    const bool bOwns = pPin->m_bWorkerOwns;
+    if (bOwns)
+    {
+        _Module.Lock(); // outlives the pin
+        pPin->m_bWorkerLeaves = true;
+        pPin->Release(); // nobody waits: the thread keeps the module's code loaded until it has left
+    }
     if (SUCCEEDED(hr))
         CoUninitialize();
+    if (bOwns)
+        _Module.Unlock();
     return 0;
 }
 
@@ -28,10 +38,12 @@ void CCoQXStillSourceOut::Pump() noexcept
             break; // it would fail for ever; whoever waits for this thread sees its end
 
         CScopedLock lock(&m_lock);
-        if (m_bStreaming)
+        m_bSending = m_bStreaming.load();
+        if (m_bSending)
         {
             lock.Unlock();
             dwTimeout = Send();
+            m_bSending = false;
         }
         else
         {
@@ -87,8 +99,7 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
     DSASSERT(pSample != NULL);
     if (pSample == nullptr)
         return E_INVALIDARG;
-    CCoQXStillSource* const pFilter = m_pFilter;
-    if (pFilter == nullptr || pFilter->FilterState() == State_Stopped)
+    if (FilterState() == State_Stopped)
         return VFW_E_WRONG_STATE;
 
     CSampleT sample;
@@ -114,6 +125,10 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
     DSASSERT(sample.m_pbBuf != NULL);
     DSASSERT(sample.m_cbBuf >= cbSize);
 
+    // Not counted: the end of the filter waits for this step, unless it came from within the calls above.
+    CCoQXStillSource* const pFilter = m_pFilter;
+    if (pFilter == nullptr)
+        return VFW_E_WRONG_STATE;
     CComBSTR bsName;
     if (pFilter->GetListEntry(m_nFrame, bsName))
         SelectPictureByName(pFilter, bsName); // a name that fails leaves the picture as it was
@@ -164,15 +179,27 @@ void CCoQXStillSourceOut::StreamStop() noexcept
     }
     if (!m_Thread.Wake())
         return; // the worker could not be started, and nobody would answer
+    if (m_Thread.IsCurrent())
+        return; // a call of the worker has come back to us: it rests when that has returned
     const HANDLE arrWait[] = {m_evStopped, m_Thread.m_hThread}; // or its end, should it have failed
+    m_bStopWaits = true;
     const DWORD dwRet = WaitForMultipleObjects(2, arrWait, FALSE, INFINITE);
+    m_bStopWaits = false;
     DSASSERT(dwRet == WAIT_OBJECT_0);
 }
 
 void CCoQXStillSourceOut::StreamAbandon() noexcept
 {
-    if (!m_bStreaming)
+    if (!m_bStreaming && !m_bSending)
         return;
+    if (m_Thread.IsCurrent())
+    {
+        // The worker may hold m_crsPosition here, so that m_lock is not to be taken.
+        m_bStreaming = false;
+        if (const CComPtr<IMemAllocator> spAllocator = GetAllocator())
+            spAllocator->Decommit();
+        return;
+    }
     AllocatorActivate(false);
     StreamStop();
 }

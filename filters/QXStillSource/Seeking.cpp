@@ -56,11 +56,15 @@ STDMETHODIMP CCoQXStillSourceOut::SetPositions(LONGLONG* pCurrent, DWORD dwCurre
 STDMETHODIMP CCoQXStillSourceOut::GetPositions(LONGLONG* pCurrent, LONGLONG* pStop) noexcept
 {
     TraceSeeking(eTL_Frame, L"%s: IMediaSeekingImpl::GetPositions\n");
-    CScopedLock crs(&m_crsPosition);
+    // The worker alone goes without the lock: a peer may ask from within its Receive, whose end the flush of
+    // a seek waits for, and the seek has the lock. It finds the frames from before the seek or from after it.
+    CScopedLock crs(m_Thread.IsCurrent() ? nullptr : &m_crsPosition);
+    const LONGLONG nFrame = m_nFrame;
+    const LONGLONG nStopFrame = m_nStopFrame;
     const REFERENCE_TIME rtFrame = FrameTime();
     if (pCurrent != nullptr)
-        *pCurrent = FrameToTime(m_nFrame, rtFrame);
+        *pCurrent = FrameToTime(nFrame, rtFrame);
     if (pStop != nullptr)
-        *pStop = FrameToTime(m_nStopFrame, rtFrame);
+        *pStop = FrameToTime(nStopFrame, rtFrame);
     return S_OK;
 }

@@ -52,7 +52,7 @@ STDMETHODIMP IAMStreamConfigWrapper<T>::SetFormat(AM_MEDIA_TYPE* pmt) noexcept
     if (pmt == nullptr)
         return E_POINTER;
     T& pin = Pin();
-    CCoQXStillSource* const pFilter = pin.m_pFilter;
+    const CComPtr<CCoQXStillSource> pFilter = pin.GetFilter();
     if (pFilter == nullptr)
         return E_UNEXPECTED;
     if (pFilter->FilterState() != State_Stopped)
@@ -65,11 +65,8 @@ STDMETHODIMP IAMStreamConfigWrapper<T>::SetFormat(AM_MEDIA_TYPE* pmt) noexcept
     CMType mtTemp;
     pFilter->BuildOutputType(mtTemp, pin.GetSourceProps());
     pFilter->RebuildSupportedTypes(&mtTemp);
-    if (!pin.IsConnected())
-    {
-        pin.ApplyOutputType(pmt); // the caller's type with all that it says, not the one built from it
+    if (pin.ApplyUnconnected(pmt)) // the caller's type with all that it says, not the one built from it
         return S_OK;
-    }
     if (pFilter->FilterState() == State_Stopped)
         return pFilter->MakeReconnect(pmt, &pin);
     return S_OK;

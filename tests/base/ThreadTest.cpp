@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -247,6 +248,51 @@ TEST(SimpleThread, TheDestructorStops)
     EXPECT_EQ(WaitForSingleObject(hThread, 0), WAIT_OBJECT_0);
     new (&pLooper->thread) CSimpleThread;
     delete pLooper;
+}
+
+/// A thread that stops itself waits for nothing, and runs on without its object to the end of its procedure.
+TEST(SimpleThread, StopFromWithinLetsTheThreadGo)
+{
+    struct SelfStopper
+    {
+        std::unique_ptr<CSimpleThread> spThread = std::make_unique<CSimpleThread>();
+        CEvent evMayStop, evStopped, evMayEnd;
+        bool bCurrent = false;
+        bool bNoThread = false;
+        static DWORD Run(void* pv)
+        {
+            auto* p = static_cast<SelfStopper*>(pv);
+            WaitForSingleObject(p->evMayStop, INFINITE);
+            p->bCurrent = p->spThread->IsCurrent();
+            p->spThread->Stop(INFINITE, true, false);
+            p->bNoThread = p->spThread->m_hThread == nullptr && p->spThread->m_hEvent == nullptr &&
+                           p->spThread->m_dwThreadId == 0 && !p->spThread->m_bRun &&
+                           !p->spThread->IsCurrent();
+            p->spThread.reset();
+            p->evStopped.Set();
+            WaitForSingleObject(p->evMayEnd, INFINITE);
+            return 17;
+        }
+    } stopper;
+    ASSERT_TRUE(stopper.evMayStop.Create(true) && stopper.evStopped.Create(true) &&
+                stopper.evMayEnd.Create(true));
+    LogCapture log;
+    AssertCapture asserts;
+    ASSERT_EQ(stopper.spThread->InitThread(&stopper, &SelfStopper::Run, 0), S_OK);
+    EXPECT_FALSE(stopper.spThread->IsCurrent());
+    CHandle thread(Duplicate(stopper.spThread->m_hThread));
+    stopper.evMayStop.Set();
+    ASSERT_EQ(WaitForSingleObject(stopper.evStopped, dwLimit), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(thread, 0), static_cast<DWORD>(WAIT_TIMEOUT)); // neither awaited nor killed
+    stopper.evMayEnd.Set();
+    ASSERT_EQ(WaitForSingleObject(thread, dwLimit), WAIT_OBJECT_0);
+    DWORD dwCode = 0;
+    EXPECT_TRUE(GetExitCodeThread(thread, &dwCode));
+    EXPECT_EQ(dwCode, 17u);
+    EXPECT_TRUE(stopper.bCurrent);
+    EXPECT_TRUE(stopper.bNoThread);
+    EXPECT_EQ(log.Texts(2), std::vector<std::string>{});
+    EXPECT_EQ(asserts.Texts(), std::vector<std::string>{});
 }
 
 TEST(SimpleThread, AThreadThatDoesNotEndInTimeIsLeftRunning)

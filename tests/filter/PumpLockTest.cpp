@@ -153,6 +153,34 @@ TEST_F(PumpLock, PositionIsHeldWhileAFrameIsPrepared)
     EXPECT_TRUE(m_log.WaitFor("in.Receive"));
 }
 
+TEST_F(PumpLock, AFrameThatIsBeingComposedKeepsItsFormat)
+{
+    // The worker may still be with its last frame when a host, behind a stop that waits, takes the pin apart
+    // and sets another format.
+    ShowSmall();
+    CScopedLock crs(&Out().m_crsPicture); // as the composition has it
+    std::thread host([&] { EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 640, 480), S_OK); });
+    Sleep(50);
+    EXPECT_EQ(Out().m_picOutput.nWidth, 8);
+    crs.Unlock();
+    EXPECT_TRUE(EndsInTime([&] { host.join(); }));
+    EXPECT_EQ(Out().m_picOutput.nWidth, 640);
+}
+
+TEST_F(PumpLock, ATypeIsNotStoredWhileTheConnectionIsAtWork)
+{
+    // The connection reads the type and restores it; a host that sets another one waits until it knows which
+    // way the type has to go.
+    ShowSmall();
+    CScopedLock lock(&Out().m_lock); // as Connect has it
+    std::thread host([&] { EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 640, 480), S_OK); });
+    Sleep(50);
+    EXPECT_EQ(Out().m_picOutput.nWidth, 8);
+    lock.Unlock();
+    EXPECT_TRUE(EndsInTime([&] { host.join(); }));
+    EXPECT_EQ(Out().m_picOutput.nWidth, 640);
+}
+
 TEST_F(PumpLock, NewListsInARunningGraph)
 {
     for (int i = 0; i < 3; i++)

@@ -44,15 +44,17 @@ bool CEvent::Reset() noexcept
     return m_h != nullptr && ResetEvent(m_h);
 }
 
-namespace
-{
-
-/// What a new thread needs to know. On the heap, as the thread object may be given another thread meanwhile.
+/// What a thread needs to know. On the heap, as the thread object may be given another thread, or go, while
+/// this one runs.
 struct ThreadStartInfo
 {
     void* pObject;
     PFNTHREADPROC pfnThreadProc;
+    HMODULE hModule = nullptr; ///< held for the thread, which gives it back with its last step
 };
+
+namespace
+{
 
 unsigned __stdcall StartThread(void* pvInfo)
 {
@@ -60,13 +62,16 @@ unsigned __stdcall StartThread(void* pvInfo)
           static_cast<UINT>(GetCurrentThreadId()));
     auto* pInfo = static_cast<ThreadStartInfo*>(pvInfo);
     void* const pv = pInfo->pObject;
-    const PFNTHREADPROC pfnThreadProc = pInfo->pfnThreadProc;
-    delete pInfo;
 
     DSASSERT(pv != NULL);
-    const DWORD dwResult = pfnThreadProc(pv);
+    const DWORD dwResult = pInfo->pfnThreadProc(pv);
     trace(atlTraceGeneral, eTL_Main, L"CSimpleThread::StartThread(): thread 0x%04X stopped, result=0x%X\n",
           static_cast<UINT>(GetCurrentThreadId()), static_cast<UINT>(dwResult));
+    const HMODULE hModule = pInfo->hModule;
+    delete pInfo;
+    if (hModule != nullptr)
+        FreeLibraryAndExitThread(hModule,
+                                 dwResult); // nobody waits for the thread: there may be no code to return to
     return dwResult;
 }
 
@@ -90,7 +95,16 @@ HRESULT CBaseThread::ThreadStart(void* pObject, PFNTHREADPROC pfnThreadProc, uns
     }
     m_hThread = reinterpret_cast<HANDLE>(nThread);
     m_dwThreadId = nThreadId;
+    m_pInfo = pInfo;
     return S_OK;
+}
+
+void CBaseThread::HoldModule() noexcept
+{
+    // The address tells the module.
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(reinterpret_cast<UINT_PTR>(&StartThread)),
+                       &m_pInfo->hModule);
 }
 
 CSimpleThread::~CSimpleThread()
@@ -130,7 +144,12 @@ HRESULT CSimpleThread::InitThread(void* pObject, PFNTHREADPROC pfnThreadProc, un
 void CSimpleThread::Stop(DWORD dwWait, bool bTerminate, bool bMessageLoop) noexcept
 {
     m_bRun = false;
-    if (m_hThread != nullptr)
+    if (m_hThread != nullptr && IsCurrent())
+    {
+        HoldModule();
+        CloseHandle(m_hThread);
+    }
+    else if (m_hThread != nullptr)
     {
         DSASSERT(m_hEvent != NULL);
         Wake();

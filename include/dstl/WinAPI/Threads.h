@@ -44,6 +44,8 @@ public:
 /// What a thread runs; the result becomes the thread's exit code.
 using PFNTHREADPROC = DWORD (*)(void* pObject);
 
+struct ThreadStartInfo;
+
 /// A thread handle and the start of a thread.
 class CBaseThread
 {
@@ -52,14 +54,23 @@ public:
     CBaseThread(const CBaseThread&) = delete;
     CBaseThread& operator=(const CBaseThread&) = delete;
 
+    /// Whether the caller runs in this thread.
+    bool IsCurrent() const noexcept { return m_hThread != nullptr && m_dwThreadId == GetCurrentThreadId(); }
+
     HANDLE m_hThread = nullptr; ///< null when there is no thread
     DWORD m_dwThreadId = 0;
 
 protected:
     ~CBaseThread() = default;
 
+    /// Keeps the module loaded until the thread has left its code. Only from within the thread.
+    void HoldModule() noexcept;
+
     /// Makes the thread, suspended.
     HRESULT ThreadStart(void* pObject, PFNTHREADPROC pfnThreadProc, unsigned nStackSize) noexcept;
+
+private:
+    ThreadStartInfo* m_pInfo = nullptr; ///< the thread's: there as long as the thread runs
 };
 
 /// A worker thread with its wake event. InitThread, Stop and destruction belong to one owner.
@@ -74,6 +85,9 @@ public:
     HRESULT InitThread(void* pObject, PFNTHREADPROC pfnThreadProc, unsigned nStackSize) noexcept;
 
     /// Ends the thread: clears m_bRun, wakes the thread and waits for its end.
+    ///
+    /// From within the thread itself there is nothing to wait for: its handles are let go, and it runs on to
+    /// the end of its procedure, which must not use this object any more. The module stays loaded until then.
     /// \param dwWait milliseconds \param bTerminate kills a thread that did not end in time
     /// \param bMessageLoop handles window messages meanwhile
     void Stop(DWORD dwWait, bool bTerminate, bool bMessageLoop) noexcept;

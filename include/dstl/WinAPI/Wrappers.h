@@ -45,6 +45,8 @@ public:
     CCritSec& operator=(const CCritSec&) = delete;
 
     void Lock() noexcept { EnterCriticalSection(&m_crs); }
+    /// \return false when another thread has it
+    bool TryLock() noexcept { return TryEnterCriticalSection(&m_crs) != FALSE; }
     void Unlock() noexcept { LeaveCriticalSection(&m_crs); }
 
 private:

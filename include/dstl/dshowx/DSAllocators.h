@@ -161,7 +161,9 @@ public:
     /// Raises a request to what the media type and the output picture need.
     HRESULT AllocatorDecideProps(ALLOCATOR_PROPERTIES* pProps) noexcept
     {
-        return this->DecideProps(&Pin().m_theMediaType, &Pin().m_picOutput, pProps);
+        CMType mt; // a copy, as the worker may be taking over another type
+        Pin().CopyMediaType(&mt);
+        return this->DecideProps(&mt, &Pin().m_picOutput, pProps);
     }
     HRESULT AllocatorTestProps(const ALLOCATOR_PROPERTIES* pRequest,
                                const ALLOCATOR_PROPERTIES* pActual) noexcept

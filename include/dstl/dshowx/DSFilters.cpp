@@ -107,6 +107,7 @@ HRESULT CFilterCore::FilterSetSyncSource(IReferenceClock* pClock) noexcept
     CComPtr<IReferenceClock> spClock(pClock); // the old clock is released outside the lock
     {
         CScopedLock lock(&m_lock);
+        CScopedLock crs(&m_crsJoin);
         std::swap(m_spClock.p, spClock.p);
     }
     if (pClock == nullptr)
@@ -137,7 +138,7 @@ HRESULT CFilterCore::FilterSetSyncSource(IReferenceClock* pClock) noexcept
 HRESULT CFilterCore::FilterGetSyncSource(IReferenceClock** ppClock) noexcept
 {
     trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::GetSyncSource\n", GetClassName());
-    CScopedLock lock(&m_lock);
+    CScopedLock crs(&m_crsJoin);
     return m_spClock.CopyTo(ppClock);
 }
 
@@ -175,7 +176,7 @@ HRESULT CFilterCore::FilterQueryFilterInfo(FILTER_INFO* pInfo) noexcept
     DSASSERT(pInfo != NULL);
     if (pInfo == nullptr)
         return E_INVALIDARG;
-    CScopedLock lock(&m_lock);
+    CScopedLock crs(&m_crsJoin);
     CopyDSName(pInfo->achName, m_szName);
     pInfo->pGraph = CComPtr<IFilterGraph>(m_pFilterGraphJoin).Detach();
     return S_OK;
@@ -190,24 +191,35 @@ HRESULT CFilterCore::FilterJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) 
                   "pT->m_pFilterGraphJoin == NULL || pGraph == NULL");
     if (m_pFilterGraphJoin != nullptr && pGraph != nullptr)
         return E_FAIL;
-    m_pFilterGraphJoin = nullptr;
-    m_pEventSink = nullptr;
-    CopyDSName(m_szName, nullptr);
+    SetGraph(nullptr, nullptr, nullptr);
     if (pGraph == nullptr)
         return S_OK;
 
     // Neither is counted: the graph holds the filter and outlives its membership.
-    m_pFilterGraphJoin = pGraph;
+    SetGraph(pGraph, nullptr, nullptr);
     CComPtr<IMediaEventSink> spEventSink;
     const HRESULT hr = pGraph->QueryInterface(IID_IMediaEventSink, reinterpret_cast<void**>(&spEventSink));
     if (FAILED(hr))
     {
-        m_pFilterGraphJoin = nullptr;
+        SetGraph(nullptr, nullptr, nullptr);
         return hr;
     }
-    m_pEventSink = spEventSink;
-    CopyDSName(m_szName, pName);
+    SetGraph(pGraph, spEventSink, pName);
     return S_OK;
+}
+
+void CFilterCore::SetGraph(IFilterGraph* pGraph, IMediaEventSink* pEventSink, LPCWSTR pName) noexcept
+{
+    CScopedLock crs(&m_crsJoin);
+    m_pFilterGraphJoin = pGraph;
+    m_pEventSink = pEventSink;
+    CopyDSName(m_szName, pName);
+}
+
+CComPtr<IFilterGraph> CFilterCore::GetGraph() const noexcept
+{
+    CScopedLock crs(&m_crsJoin);
+    return CComPtr<IFilterGraph>(m_pFilterGraphJoin);
 }
 
 // --- Reconnection
@@ -253,13 +265,13 @@ HRESULT CFilterCore::MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcep
 HRESULT CFilterCore::ReconnectPin(IPin* pPin, const AM_MEDIA_TYPE* pmt) noexcept
 {
     trace(atlTraceGeneral, eTL_Frame, L"%s CBaseFilter::ReconnectPin()\n", GetClassName());
-    DSASSERT(m_pFilterGraphJoin != NULL);
-    if (m_pFilterGraphJoin == nullptr)
+    const CComPtr<IFilterGraph> spGraph = GetGraph(); // another thread may take the filter out meanwhile
+    DSASSERT_TEXT(spGraph != nullptr, "m_pFilterGraphJoin != NULL");
+    if (!spGraph)
         return VFW_E_NOT_IN_GRAPH;
     CComPtr<IFilterGraph2> spGraph2;
-    if (SUCCEEDED(
-            m_pFilterGraphJoin->QueryInterface(IID_IFilterGraph2, reinterpret_cast<void**>(&spGraph2))) &&
+    if (SUCCEEDED(spGraph->QueryInterface(IID_IFilterGraph2, reinterpret_cast<void**>(&spGraph2))) &&
         spGraph2)
         return spGraph2->ReconnectEx(pPin, pmt);
-    return m_pFilterGraphJoin->Reconnect(pPin); // without the type: the pin negotiates from its current one
+    return spGraph->Reconnect(pPin); // without the type: the pin negotiates from its current one
 }

@@ -46,6 +46,9 @@ public:
     REFERENCE_TIME m_tStart = 0;                        ///< start time given to Run; stored only
     bool m_bGraphDumpDue = true;                        ///< write the graph to the log at the next start
     mutable CCritSec m_lock;                            ///< guards all of the above
+    /// Leaf; with m_lock it guards writes of the names, the graph and the clock, and alone their copies: who
+    /// asks for them may be the peer within a Receive that a Stop, holding m_lock, waits for.
+    mutable CCritSec m_crsJoin;
 
     /// Hands a new type to the graph, which connects the pin anew, unless pin and type need nothing.
     HRESULT MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcept;
@@ -70,6 +73,12 @@ public:
 protected:
     CFilterCore() noexcept = default;
     ~CFilterCore();
+
+    /// A counted copy of the graph, for any thread; null when in none.
+    CComPtr<IFilterGraph> GetGraph() const noexcept;
+
+private:
+    void SetGraph(IFilterGraph* pGraph, IMediaEventSink* pEventSink, LPCWSTR pName) noexcept;
 };
 
 /// State changes. \tparam T the filter
@@ -157,7 +166,8 @@ public:
     STDMETHOD(EnumPins)(IEnumPins** ppEnum) noexcept override
     {
         trace(atlTraceGeneral, eTL_Frame, L"%s IBaseFilterImpl::EnumPins\n", GetClassName());
-        CScopedLock lock(&Filter().m_lock);
+        // No lock: the pin stays the same from the construction on, and m_lock may be held by a Stop that
+        // waits for the worker, in whose Receive a peer asks for the pins.
         return CComDSEnum<CPinAccessor<T>, IEnumPins>::Create(ppEnum, &Filter(), 0);
     }
     STDMETHOD(FindPin)(LPCWSTR Id, IPin** ppPin) noexcept override
@@ -195,7 +205,7 @@ public:
     virtual ~CSourceFilter()
     {
         if (m_apOut)
-            m_apOut->m_pFilter = nullptr; // FinalRelease has not run
+            m_apOut->SetFilter(nullptr); // FinalRelease has not run
     }
 
     HRESULT FinalConstruct() noexcept { return CreatePin(); }
@@ -225,7 +235,7 @@ protected:
         if (FAILED(hr))
             return hr;
         CopyDSName(spOut->m_szName, pszName != nullptr && *pszName != L'\0' ? pszName : L"Out");
-        spOut->m_pFilter = static_cast<T*>(this);
+        spOut->SetFilter(static_cast<T*>(this));
         m_apOut = std::move(spOut);
         DSASSERT(m_apOut->m_ePinDir == PINDIR_OUTPUT);
         return S_OK;
@@ -240,7 +250,7 @@ protected:
         if (m_apOut->IsConnected())
             trace(atlTraceGeneral, eTL_Error, L"###Err### %s ClearPin(): Pin not disconnected\n",
                   GetClassName());
-        m_apOut->m_pFilter = nullptr;
+        m_apOut->SetFilter(nullptr);
         m_apOut.Release();
     }
 };

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/DSVideo.h"
 
 namespace
 {
@@ -98,7 +99,7 @@ HRESULT COutputPinBase::PinQueryPinInfo(PIN_INFO* pInfo) noexcept
     DSASSERT(pInfo != NULL);
     if (pInfo == nullptr)
         return E_POINTER;
-    pInfo->pFilter = CComPtr<IBaseFilter>(HookFilter()).Detach();
+    pInfo->pFilter = HookFilter().Detach();
     pInfo->dir = m_ePinDir;
     CopyDSName(pInfo->achName, m_szName);
     return S_OK;
@@ -156,7 +157,9 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
         trace(atlTraceGeneral, eTL_Main, L"Empty media type\n");
 
     DSASSERT(m_ePinDir == PINDIR_OUTPUT);
-    DSASSERT_TEXT(HookFilter() != nullptr, "m_pFilter != NULL");
+    // Held across the lock: the filter's end waits for the worker, which needs the lock.
+    const CComPtr<IBaseFilter> spFilter = HookFilter();
+    DSASSERT_TEXT(spFilter != nullptr, "m_pFilter != NULL");
     DSASSERT(pReceivePin != NULL);
     if (pReceivePin == nullptr)
         return E_POINTER;

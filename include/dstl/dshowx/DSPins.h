@@ -102,8 +102,8 @@ public:
     virtual IPin* HookPin() noexcept = 0;
     virtual CMTSingle& HookMediaType() noexcept = 0;
     virtual CAllocatorMatchBase& HookAllocator() noexcept = 0;
-    /// The owning filter, not counted; null without one.
-    virtual IBaseFilter* HookFilter() const noexcept = 0;
+    /// The owning filter; null without one, and from the end of its last reference on.
+    virtual CComPtr<IBaseFilter> HookFilter() const noexcept = 0;
     /// State_Stopped without a filter.
     virtual FILTER_STATE HookFilterState() const noexcept = 0;
     virtual bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept = 0;
@@ -167,19 +167,33 @@ class CPinBase : public COutputPinBase
 public:
     using FilterClass = TFilter;
 
-    /// The owning filter, not counted; null after the filter has gone.
+    /// The owning filter, not counted; null after the filter has gone. Written under m_crsLink, so that who
+    /// finds it there under that lock finds a living filter.
     std::atomic<TFilter*> m_pFilter = nullptr;
 
-    /// The filter's state, without any lock: the worker asks too. State_Stopped without a filter.
+    /// The filter for the length of a call, in which another thread may give the last other reference back.
+    CComPtr<TFilter> GetFilter() const noexcept
+    {
+        CScopedLock lock(&this->m_crsLink);
+        return CComPtr<TFilter>(m_pFilter);
+    }
+    void SetFilter(TFilter* pFilter) noexcept
+    {
+        CScopedLock lock(&this->m_crsLink);
+        m_pFilter = pFilter;
+    }
+    /// The filter's state, without any lock but the leaf: the worker asks too. State_Stopped without a
+    /// filter.
     FILTER_STATE FilterState() const noexcept
     {
+        CScopedLock lock(&this->m_crsLink);
         TFilter* const pFilter = m_pFilter;
         return pFilter != nullptr ? pFilter->FilterState() : State_Stopped;
     }
     /// Whether the filter accepts a type.
     bool QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept
     {
-        TFilter* const pFilter = m_pFilter;
+        const CComPtr<TFilter> pFilter = GetFilter();
         if (pFilter == nullptr)
         {
             trace(atlTraceGeneral, eTL_Error,
@@ -197,7 +211,10 @@ class COutputPin : public CPinBase<T, TFilter>
     IPin* HookPin() noexcept override { return static_cast<T*>(this); }
     CMTSingle& HookMediaType() noexcept override { return *static_cast<T*>(this); }
     CAllocatorMatchBase& HookAllocator() noexcept override { return *static_cast<T*>(this); }
-    IBaseFilter* HookFilter() const noexcept override { return this->m_pFilter.load(); }
+    CComPtr<IBaseFilter> HookFilter() const noexcept override
+    {
+        return CComPtr<IBaseFilter>(this->GetFilter());
+    }
     FILTER_STATE HookFilterState() const noexcept override { return this->FilterState(); }
     bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept override
     {
@@ -213,17 +230,17 @@ class COutputPin : public CPinBase<T, TFilter>
     }
     HRESULT HookCompleteConnect(IPin* pReceivePin) noexcept override
     {
-        TFilter* const pFilter = this->m_pFilter;
+        const CComPtr<TFilter> pFilter = this->GetFilter();
         return pFilter != nullptr ? pFilter->Filter_CompleteConnect(pReceivePin) : S_OK;
     }
     HRESULT HookNoTypes(HRESULT hr) noexcept override
     {
-        TFilter* const pFilter = this->m_pFilter;
+        const CComPtr<TFilter> pFilter = this->GetFilter();
         return pFilter != nullptr ? pFilter->Filter_NoTypes(hr) : VFW_E_NO_ACCEPTABLE_TYPES;
     }
     void HookDisconnect() noexcept override
     {
-        TFilter* const pFilter = this->m_pFilter;
+        const CComPtr<TFilter> pFilter = this->GetFilter();
         if (pFilter != nullptr)
             pFilter->Filter_Disconnect();
     }
