@@ -14,6 +14,9 @@ if(WIN32)
     target_compile_definitions(qx_options INTERFACE
         UNICODE _UNICODE NOMINMAX STRSAFE_NO_DEPRECATE _WIN32_WINNT=0x0601)
     target_link_options(qx_options INTERFACE -static)
+    if(QX_NO_TRACE)
+        target_compile_definitions(qx_options INTERFACE QX_NO_TRACE=1)
+    endif()
 else()
     # The Win32 record types come from Wine's headers; wide characters have 16 bits as on Windows.
     target_compile_options(qx_options INTERFACE -fshort-wchar -isystem /usr/include/wine/wine/windows)

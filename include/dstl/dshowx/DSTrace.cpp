@@ -2,6 +2,9 @@
 
 #include "dstl/dshowx/LogLoader.h"
 
+#undef trace // of a build without trace calls
+#undef IsTraced
+
 #include <dshow.h>
 
 #include <cstdarg>

@@ -33,6 +33,13 @@ void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noe
 /// Whether a line of this level has a reader: for callers whose arguments take time to compute.
 bool IsTraced(UINT nLevel) noexcept;
 
+#ifdef QX_NO_TRACE
+// A build whose trace calls are nothing, to measure what they cost without a log (bench/README.md). The arguments are
+// compiled and not computed.
+#define trace(...) (false ? trace(__VA_ARGS__) : static_cast<void>(0))
+#define IsTraced(nLevel) (static_cast<void>(nLevel), false)
+#endif
+
 /// A pointer as the log prints it where a line has room for 32 bits: the low half.
 inline unsigned TracePtr(const void* p) noexcept
 {
