@@ -3,12 +3,14 @@
 
 #include "dstl/WinAPI/Atl.h"
 
+#include <atlctl.h>
 #include <strmif.h>
 
 #include <atomic>
 
 #include "Common/Common.h"
 #include "PictureNames.h"
+#include "QXStillSource.h"
 #include "StreamConfig.h"
 #include "dstl/Old/GDIPlusHelpers.h"
 #include "dstl/WinAPI/Blob.h"
@@ -28,6 +30,7 @@ class ATL_NO_VTABLE CCoQXStillSourceOut : public CComObjectRootEx<CComMultiThrea
                                           public IQualityControlImpl<CCoQXStillSourceOut>,
                                           public CStdAllocator<CCoQXStillSourceOut, 0>,
                                           public IMediaSeekingImpl<CCoQXStillSourceOut>,
+                                          public ISpecifyPropertyPagesImpl<CCoQXStillSourceOut>,
                                           public IAMStreamConfigWrapper<CCoQXStillSourceOut>,
                                           public CMTSingle
 {
@@ -36,8 +39,13 @@ public:
     COM_INTERFACE_ENTRY(IPin)
     COM_INTERFACE_ENTRY(IQualityControl)
     COM_INTERFACE_ENTRY(IMediaSeeking)
+    COM_INTERFACE_ENTRY(ISpecifyPropertyPages)
     COM_INTERFACE_ENTRY(IAMStreamConfig)
     END_COM_MAP()
+
+    BEGIN_PROP_MAP(CCoQXStillSourceOut)
+    PROP_PAGE(CLSID_QXStillSourcePage)
+    END_PROP_MAP()
 
     /// Starts GDI+ and the worker, which sleeps. The pin stands even if the worker could not be started.
     HRESULT FinalConstruct() noexcept;

@@ -4,6 +4,7 @@
 
 #include "CoQXStillSource.h"
 #include "QXStillSource.h"
+#include "QXStillSourcePage.h"
 
 CComModule _Module;
 
@@ -12,6 +13,7 @@ namespace
 
 BEGIN_OBJECT_MAP(g_objectMap)
 OBJECT_ENTRY(CLSID_CoQXStillSource, CCoQXStillSource)
+OBJECT_ENTRY(CLSID_QXStillSourcePage, CQXStillSourcePage)
 END_OBJECT_MAP()
 
 } // namespace

@@ -6,6 +6,8 @@
 #define IDS_TITLEQXSTILLSOURCEPAGE 102
 #define IDS_HELPFILEQXSTILLSOURCEPAGE 103
 #define IDS_DOCSTRINGQXSTILLSOURCEPAGE 104
+#define IDR_QXSTILLSOURCEPAGE 105
+#define IDD_QXSTILLSOURCEPAGE 106
 
 /* Test pictures, resources of the type "CUSTOM". 115 to 119 are reserved for the pictures of "videoq". */
 #define IDR_BARSSD 107

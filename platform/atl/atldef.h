@@ -32,6 +32,21 @@ inline int AtlAssertFailed(const char* pszFile, int nLine, const char* pszExpres
 
 /// An assertion that reports and goes on; the text is given, as it is a fixed part of what the log shows.
 #define ATLASSERT_TEXT(expr, text) (static_cast<void>((expr) ? 1 : AtlAssertFailed(__FILE__, __LINE__, text)))
+/// Where the trace lines of these headers go; installed in the same way.
+using PFNATLTRACE = void (*)(const wchar_t* pszText);
+inline PFNATLTRACE g_pfnAtlTrace = nullptr;
+
+inline void AtlTrace(const wchar_t* pszText) noexcept
+{
+    if (g_pfnAtlTrace != nullptr)
+        g_pfnAtlTrace(pszText);
+}
+
+/// Writes a text to the log.
+#ifndef ATLTRACE
+#define ATLTRACE(text) AtlTrace(text)
+#endif
+
 #ifndef ATLASSERT
 #define ATLASSERT(expr) ATLASSERT_TEXT(expr, #expr)
 #endif

@@ -91,7 +91,7 @@ TEST_F(FilterControl, InterfacesOfThePin)
         {&IID_IAMStreamConfig, S_OK},
         {&IID_IMediaSeeking, S_OK},
         {&IID_IQualityControl, S_OK},
-        {&IID_ISpecifyPropertyPages, E_NOINTERFACE},
+        {&IID_ISpecifyPropertyPages, S_OK},
         {&IID_IMemInputPin, E_NOINTERFACE},
     };
     for (const auto& row : rows)

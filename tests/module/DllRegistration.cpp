@@ -88,6 +88,8 @@ protected:
         const std::wstring sLib = Braced(LIBID_QXStillSourceLib);
         const std::wstring sOwn = Braced(CLSID_QXFilters);
         const std::wstring sClass = L"CLSID\\" + sFilter;
+        const std::wstring sPage = Braced(CLSID_QXStillSourcePage);
+        const std::wstring sPageClass = L"CLSID\\" + sPage;
         const std::wstring sLegacy = L"CLSID\\" + Braced(CLSID_LegacyAmFilterCategory);
         const std::wstring sCategories = L"CLSID\\" + Braced(CLSID_ActiveMovieCategories);
         const std::wstring sData = ExpectedFilterData();
@@ -106,6 +108,16 @@ protected:
             {sClass + L"\\InprocServer32|", m_module.File()},
             {sClass + L"\\InprocServer32|ThreadingModel", L"Both"},
             {sClass + L"\\TypeLib|", sLib},
+            // The script of the property page.
+            {L"QXStillSource.QXStillSourcePage.1|", L"QXStillSourcePage Class"},
+            {L"QXStillSource.QXStillSourcePage.1\\CLSID|", sPage},
+            {L"QXStillSource.QXStillSourcePage|", L"QXStillSourcePage Class"},
+            {L"QXStillSource.QXStillSourcePage\\CLSID|", sPage},
+            {L"QXStillSource.QXStillSourcePage\\CurVer|", L"QXStillSource.QXStillSourcePage.1"},
+            {sPageClass + L"|", L"QXStillSourcePage Class"},
+            {sPageClass + L"\\Programmable", L""},
+            {sPageClass + L"\\InprocServer32|", m_module.File()},
+            {sPageClass + L"\\InprocServer32|ThreadingModel", L"Apartment"},
             // The category.
             {sCategories + L"\\Instance\\" + sOwn + L"|CLSID", sOwn},
             {sCategories + L"\\Instance\\" + sOwn + L"|FriendlyName", L"Qorvex Filters"},
