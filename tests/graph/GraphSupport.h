@@ -87,6 +87,12 @@ public:
 
     /// Waits until all are there. \return false if they did not come within the limit
     bool Wait() const { return WaitForSingleObject(m_done, g_limit) == WAIT_OBJECT_0; }
+    /// Begins anew, while the graph is stopped.
+    void Forget()
+    {
+        m_frames.clear();
+        ResetEvent(m_done);
+    }
     /// Once the graph has stopped.
     const std::vector<ReceivedFrame>& Frames() const { return m_frames; }
     const VideoFormat& Format() const { return m_format; }

@@ -103,6 +103,15 @@ struct SmallGraph
     HRESULT connected = E_FAIL;
 };
 
+// Runs a graph that has kept its frames once more, on the same connection. Gives the first frame that comes
+// then.
+Bytes RunAgain(SmallGraph& small)
+{
+    small.keeper.Forget();
+    small.RunUntilKept();
+    return small.keeper.Frames()[0].bytes;
+}
+
 // Calls something from inside Receive, once.
 class CallingReceiver final : public FrameReceiver
 {
@@ -218,21 +227,47 @@ TEST_F(Host, AColourOnAConnectedPinShowsAfterTheNextConnection)
     ASSERT_EQ(SetFormat(L"RGB32", g_width, g_height), S_OK);
     ASSERT_EQ(SetPicture(m_source, L"red"), S_OK);
     {
-        SmallGraph small(m_source, 1);
+        SmallGraph small(m_source, 2);
         ASSERT_EQ(small.connected, S_OK);
         small.RunUntilKept();
-        EXPECT_EQ(small.keeper.Frames()[0].bytes[0], 0);
+        const Bytes red = small.keeper.Frames()[0].bytes;
+        EXPECT_EQ(red[0], 0);
         ASSERT_EQ(SetPicture(m_source, L"blue"), S_OK);
         EXPECT_TRUE(IsConnected());
+        EXPECT_EQ(RunAgain(small), red);
     }
-    // Disconnecting alone changes nothing, but a call on the unconnected pin does.
-    ASSERT_EQ(SetPicture(m_source, L"blue"), S_OK);
     EXPECT_EQ(GrabFrames(m_source, 1)[0].bytes[0], 255);
     // And nothing of the kind shows after a file.
     ShowPicture(1);
     ASSERT_EQ(SetPicture(m_source, L"green"), S_OK);
     EXPECT_EQ(GrabFrames(m_source, 1)[0].bytes, Frame(1));
     EXPECT_EQ(CurrentFile(m_source), L"green");
+}
+
+// The type stays the same, so the graph is not asked, and the finished frame is sent on.
+TEST_F(Host, AnotherAspectModeOnAConnectedPinWaitsForTheNextComposition)
+{
+    ASSERT_EQ(SetFormat(L"RGB32", 64, 16), S_OK);
+    ShowPicture(1);
+    const auto setAspect = [this](eQGKeepAspect mode)
+    {
+        QG_VID_PROPS properties = {};
+        EXPECT_EQ(m_control->GetOutputProps(&properties), S_OK);
+        properties.eKeepAspect = mode;
+        EXPECT_EQ(m_control->SetOutputProps(&properties), S_OK);
+    };
+    SmallGraph small(m_source, 2);
+    ASSERT_EQ(small.connected, S_OK);
+    small.RunUntilKept();
+    const Bytes cropped = small.keeper.Frames()[0].bytes;
+    setAspect(eQGKA_LetterBox);
+    EXPECT_TRUE(IsConnected());
+    EXPECT_EQ(RunAgain(small), cropped);
+    // A new connection composes the frame anew.
+    small.graph.Remove(m_source);
+    const Bytes letterBoxed = GrabFrames(m_source, 1)[0].bytes;
+    EXPECT_NE(letterBoxed, cropped);
+    EXPECT_EQ(letterBoxed[0] | letterBoxed[1] | letterBoxed[2], 0);
 }
 
 // --- Not stopped
