@@ -54,8 +54,9 @@ TEST_F(AllocatorTest, SourceWords)
 TEST_F(AllocatorTest, TheDownstreamAllocatorIsPreferred)
 {
     EXPECT_EQ(Agree(S_OK), Lines{sUse + "downstream allocator\n"});
+    // The last question is that of the dump.
     EXPECT_EQ(m_calls.Calls(), (Lines{"in.GetAllocatorRequirements", "in.GetAllocator", "alloc.SetProperties",
-                                      "in.NotifyAllocator", "alloc.GetProperties"}));
+                                      "in.NotifyAllocator", "alloc.GetProperties", "alloc.GetProperties"}));
     EXPECT_EQ(AsTuple(m_alloc.m_rgRequest), Tuple(2, cbFrame, 1, 0));
     EXPECT_EQ(Peer().NotifiedAllocator(), &m_alloc);
     EXPECT_FALSE(Peer().NotifiedReadOnly());

@@ -122,7 +122,11 @@ TEST_F(SampleTest, LinesAndResults)
          {"10 Some sample: IMediaSample::SetActualDataLength( 0 )\n"}},
         {[&] { return s.SetMediaType(nullptr); }, S_OK, {}},
         {[&] { return s.GetMediaType(&pmt); }, S_FALSE, {"12 Some sample: IMediaSample::GetMediaType()\n"}},
-        {[&] { return s.SetMediaType(&mt); }, S_OK, {"8 Some sample: IMediaSample::SetMediaType()\n"}},
+        {[&] { return s.SetMediaType(&mt); },
+         S_OK,
+         {"8 Some sample: IMediaSample::SetMediaType()\n",
+          "8 MT:( MEDIATYPE_Video / MEDIASUBTYPE_RGB24 / GUID_NULL ), size=1, cbForm=0, fix:true, "
+          "compr:false\n"}},
         {[&] { return s.SetMediaType(nullptr); },
          S_OK,
          {"8 Some sample: IMediaSample::SetMediaType( NULL )\n"}},

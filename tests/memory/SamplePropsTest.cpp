@@ -238,9 +238,11 @@ TEST_F(SamplePropsTest, TypeWithoutAndWithItsFlag)
         TraceTap tap;
         EXPECT_EQ(m_sample.SetProperties(cbRecord, reinterpret_cast<const BYTE*>(&rg)), S_OK);
         const Lines lines = tap.Texts();
-        ASSERT_EQ(lines.size(), 3u);
+        ASSERT_EQ(lines.size(), 4u) << testing::PrintToString(lines);
         EXPECT_EQ(lines[1], "8 Some sample IMediaSample2::SetProperties - change media type (corrected for "
                             "Mainconcept)\n");
+        EXPECT_EQ(lines[3], "12 MT:( MEDIATYPE_Video / MEDIASUBTYPE_RGB24 / GUID_NULL ), size=1, cbForm=0, "
+                            "fix:true, compr:false\n");
     }
     EXPECT_EQ(m_sample.m_dwSampleFlags, static_cast<DWORD>(AM_SAMPLE_TYPECHANGED));
     EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.get(), &m_mt));

@@ -348,7 +348,9 @@ TEST_F(StateTableTest, Lines)
          {"10 CGreedMemoryAllocator: IMemAllocator::GetBuffer\n",
           "8 [Allocator] Allocator busy, waiting = NO\n"}},
         {[&] { Alloc().SetMediaType(&mt); },
-         {"8 CGreedMemoryAllocator: IMemAllocatorEx::SetMediaType() " + sAddress + "\n"}},
+         {"8 CGreedMemoryAllocator: IMemAllocatorEx::SetMediaType() " + sAddress + "\n",
+          "8 MT:( MEDIATYPE_Video / MEDIASUBTYPE_RGB24 / GUID_NULL ), size=1, cbForm=0, fix:true, "
+          "compr:false\n"}},
         {[&] { Alloc().ReleaseBuffer(m_samples[0]); },
          {"10 CGreedMemoryAllocator: IMemAllocator::ReleaseBuffer\n"}},
         {[&] { Alloc().Decommit(); },

@@ -1,4 +1,4 @@
-// Text makers: times, media times, format codes, identifiers; and the dumps that have no output.
+// Text makers: times, media times, format codes, identifiers.
 
 #include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/DSTrace.h"
@@ -206,19 +206,4 @@ TEST(TextMakers, NoBuffer)
     const std::vector<std::string> expected = {"pszConv != NULL", "pszConv != NULL", "pszFCC != NULL",
                                                "pszFCC != NULL", "pszName != NULL"};
     EXPECT_EQ(asserts.Texts(), expected);
-}
-
-TEST(Dumps, WriteNothing)
-{
-    LogCapture log;
-    AssertCapture asserts;
-    AM_MEDIA_TYPE mt = {};
-    EXPECT_EQ(Debug_MediaType(atlTraceGeneral, eTL_Main, &mt, L""), E_NOTIMPL);
-    EXPECT_EQ(Debug_MediaType(atlTraceGeneral, eTL_Main, nullptr, L""), E_NOTIMPL);
-    EXPECT_EQ(Debug_Sample(atlTraceGeneral, eTL_Main, nullptr, L""), E_NOTIMPL);
-    EXPECT_EQ(Debug_Allocator(atlTraceGeneral, eTL_Main, nullptr, L""), E_NOTIMPL);
-    EXPECT_EQ(Debug_FilterFromPin(atlTraceGeneral, eTL_Main, nullptr, L""), E_NOTIMPL);
-    EXPECT_EQ(Debug_Graph(atlTraceGeneral, eTL_Main, nullptr, L""), E_NOTIMPL);
-    EXPECT_TRUE(log.Lines().empty());
-    EXPECT_TRUE(asserts.Texts().empty());
 }
