@@ -4,6 +4,39 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+
+STDMETHODIMP HardPin::ReceiveConnection(IPin* pConnector, const AM_MEDIA_TYPE* pmt)
+{
+    CScopedLock lock(&m_crsConnection);
+    if (m_spConnector)
+        return VFW_E_ALREADY_CONNECTED;
+    m_spConnector = pConnector;
+    m_mtOfConnection = pmt;
+    return S_OK;
+}
+
+STDMETHODIMP HardPin::Disconnect()
+{
+    CComPtr<IPin> spConnector; // released outside the lock
+    CScopedLock lock(&m_crsConnection);
+    std::swap(spConnector.p, m_spConnector.p);
+    lock.Unlock();
+    return spConnector ? S_OK : S_FALSE;
+}
+
+STDMETHODIMP HardPin::ConnectedTo(IPin** ppPin)
+{
+    CScopedLock lock(&m_crsConnection);
+    *ppPin = CComPtr<IPin>(m_spConnector).Detach();
+    return *ppPin != nullptr ? S_OK : VFW_E_NOT_CONNECTED;
+}
+
+STDMETHODIMP HardPin::ConnectionMediaType(AM_MEDIA_TYPE* pmt)
+{
+    CScopedLock lock(&m_crsConnection);
+    return m_spConnector ? MTCopy(pmt, &m_mtOfConnection) : VFW_E_NOT_CONNECTED;
+}
 
 HardSource::HardSource(const LoadedModule& module)
 {

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "QXStillSource.h"
-#include "dstl/WinAPI/Threads.h"
+#include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSTypes.h"
 #include "module/LoadedModule.h"
 #include "support/CallLog.h"
@@ -27,7 +27,8 @@ public:
     HardCom& operator=(const HardCom&) = delete;
 };
 
-/// A downstream pin that calls the test back and remembers no sample.
+/// A downstream pin that calls the test back and remembers no sample. Its lock is the platform's, as those of
+/// the standard library here keep a handle each time that two threads have met at them.
 class HardPin : public FakeInputPin
 {
 public:
@@ -36,26 +37,27 @@ public:
     std::function<HRESULT(IMediaSample*)> m_fnReceive; ///< without it Receive answers S_OK
     std::function<void()> m_fnNewSegment, m_fnEndOfStream, m_fnBeginFlush;
 
+    STDMETHOD(ReceiveConnection)(IPin* pConnector, const AM_MEDIA_TYPE* pmt) override;
+    STDMETHOD(Disconnect)() override;
+    STDMETHOD(ConnectedTo)(IPin** ppPin) override;
+    STDMETHOD(ConnectionMediaType)(AM_MEDIA_TYPE* pmt) override;
     STDMETHOD(Receive)(IMediaSample* pSample) override { return m_fnReceive ? m_fnReceive(pSample) : S_OK; }
-    STDMETHOD(NewSegment)(REFERENCE_TIME, REFERENCE_TIME, double) override
-    {
-        if (m_fnNewSegment)
-            m_fnNewSegment();
-        return S_OK;
-    }
-    STDMETHOD(EndOfStream)() override
-    {
-        if (m_fnEndOfStream)
-            m_fnEndOfStream();
-        return S_OK;
-    }
-    STDMETHOD(BeginFlush)() override
-    {
-        if (m_fnBeginFlush)
-            m_fnBeginFlush();
-        return S_OK;
-    }
+    STDMETHOD(NewSegment)(REFERENCE_TIME, REFERENCE_TIME, double) override { return Call(m_fnNewSegment); }
+    STDMETHOD(EndOfStream)() override { return Call(m_fnEndOfStream); }
+    STDMETHOD(BeginFlush)() override { return Call(m_fnBeginFlush); }
     STDMETHOD(EndFlush)() override { return S_OK; }
+
+private:
+    static HRESULT Call(const std::function<void()>& fn)
+    {
+        if (fn)
+            fn();
+        return S_OK;
+    }
+
+    CCritSec m_crsConnection;
+    CComPtr<IPin> m_spConnector;
+    CMType m_mtOfConnection;
 };
 
 /// A filter with the interfaces that a host asks for. Copies hold references of their own.
