@@ -79,8 +79,11 @@ TEST_F(Conformance, InterfacesOfTheFilter)
 
 TEST_F(Conformance, InterfacesOfThePin)
 {
-    ExpectAnswers(m_spPin,
-                  {{"IUnknown", IID_IUnknown}, {"IPin", IID_IPin}, {"IAMStreamConfig", IID_IAMStreamConfig}});
+    ExpectAnswers(m_spPin, {{"IUnknown", IID_IUnknown},
+                            {"IPin", IID_IPin},
+                            {"IQualityControl", IID_IQualityControl},
+                            {"IMediaSeeking", IID_IMediaSeeking},
+                            {"IAMStreamConfig", IID_IAMStreamConfig}});
     ExpectRefuses(m_spPin, {g_rowNull,
                             {"IBaseFilter", IID_IBaseFilter},
                             {"IPersist", IID_IPersist},
