@@ -4,7 +4,7 @@
 #include <control.h>
 #include <ocidl.h>
 
-#include <array>
+#include <thread>
 
 namespace
 {
@@ -149,6 +149,33 @@ TEST_F(Conformance, InterfacesOfTheFactory)
     EXPECT_EQ(spFactory->CreateInstance(nullptr, IID_IPin, &pv), E_NOINTERFACE);
     EXPECT_EQ(pv, nullptr);
     EXPECT_EQ(spFactory->CreateInstance(nullptr, IID_IBaseFilter, nullptr), E_POINTER);
+}
+
+/// The page that the pin names is registered, and it is one. It belongs to an apartment of its own.
+TEST_F(Conformance, ThePageOfThePin)
+{
+    const CComPtr<ISpecifyPropertyPages> spPages = Interface<ISpecifyPropertyPages>(m_spPin);
+    ASSERT_TRUE(spPages);
+    CAUUID pages{};
+    ASSERT_EQ(spPages->GetPages(&pages), S_OK);
+    ASSERT_EQ(pages.cElems, 1u);
+    EXPECT_EQ(pages.pElems[0], CLSID_QXStillSourcePage);
+    CoTaskMemFree(pages.pElems);
+    std::thread apartment(
+        []
+        {
+            ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+            CComPtr<IPropertyPage> spPage;
+            ASSERT_EQ(CoCreateInstance(CLSID_QXStillSourcePage, nullptr, CLSCTX_INPROC_SERVER,
+                                       IID_IPropertyPage, reinterpret_cast<void**>(&spPage)),
+                      S_OK);
+            ExpectAnswers(spPage, {{"IUnknown", IID_IUnknown}, {"IPropertyPage", IID_IPropertyPage}});
+            ExpectRefuses(spPage,
+                          {g_rowNull, {"IBaseFilter", IID_IBaseFilter}, {"IDispatch", IID_IDispatch}});
+            EXPECT_EQ(ReleaseLast(spPage), 0u);
+            CoUninitialize();
+        });
+    apartment.join();
 }
 
 TEST_F(Conformance, TheClassIsTheOneThatWasAskedFor)

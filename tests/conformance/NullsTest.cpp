@@ -1,7 +1,10 @@
 // Every operation of every object with each pointer null, one at a time: the result, the assertion, no crash.
 #include "Conformance.h"
 
+#include <ocidl.h>
+
 #include <functional>
+#include <thread>
 
 namespace
 {
@@ -232,6 +235,40 @@ TEST_F(Nulls, SeekingAndQuality)
          E_NOTIMPL,
          {"IQualityControl::SetSink() called on an output pin"}},
     });
+}
+
+TEST_F(Nulls, PagesAndPage)
+{
+    const CComPtr<ISpecifyPropertyPages> spPages = Interface<ISpecifyPropertyPages>(m_spPin);
+    ASSERT_TRUE(spPages);
+    std::thread apartment(
+        [&]
+        {
+            ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+            CComPtr<IPropertyPage> spPage;
+            ASSERT_EQ(CoCreateInstance(CLSID_QXStillSourcePage, nullptr, CLSCTX_INPROC_SERVER,
+                                       IID_IPropertyPage, reinterpret_cast<void**>(&spPage)),
+                      S_OK);
+            IPropertyPage& p = *spPage;
+            IUnknown* arrNone[] = {nullptr};
+            ExpectRows({
+                {"GetPages", [&] { return spPages->GetPages(nullptr); }, E_POINTER, {}},
+                {"QueryInterface", [&] { return p.QueryInterface(IID_IUnknown, nullptr); }, E_POINTER, {}},
+                {"SetPageSite", [&] { return p.SetPageSite(nullptr); }, S_OK, {}},
+                {"Activate", [&] { return p.Activate(nullptr, nullptr, FALSE); }, E_POINTER, {}},
+                {"GetPageInfo", [&] { return p.GetPageInfo(nullptr); }, E_POINTER, {}},
+                {"SetObjects, none", [&] { return p.SetObjects(0, nullptr); }, S_OK, {}},
+                {"SetObjects, array", [&] { return p.SetObjects(1, nullptr); }, E_POINTER, {}},
+                {"SetObjects, object", [&] { return p.SetObjects(1, arrNone); }, E_POINTER, {}},
+                {"Move", [&] { return p.Move(nullptr); }, E_POINTER, {}},
+                {"Help", [&] { return p.Help(nullptr); }, E_NOTIMPL, {}},
+                {"TranslateAccelerator", [&] { return p.TranslateAccelerator(nullptr); }, E_POINTER, {}},
+                {"Apply", [&] { return p.Apply(); }, S_OK, {}},
+            });
+            spPage.Release();
+            CoUninitialize();
+        });
+    apartment.join();
 }
 
 TEST_F(Nulls, EnumeratorsAndFactory)
