@@ -1,6 +1,6 @@
 #pragma once
-/// The filter as a host gets it: made through its registration, between scriptable neighbours. Nothing of the
-/// product is linked but its public header.
+/// The filter as a host gets it: made through its registration, between scriptable neighbours. No code of the
+/// filter is linked; the values of media types come from the library that the fakes use too.
 
 #include "dstl/WinAPI/Atl.h"
 
