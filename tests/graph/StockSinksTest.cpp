@@ -2,6 +2,7 @@
 
 #include "GraphSupport.h"
 #include "Failure.h"
+#include "MediaType.h"
 #include "PlatformSink.h"
 #include "support/LogCapture.h"
 #include <gtest/gtest.h>
@@ -127,6 +128,54 @@ TEST_F(StockSinks, NullRendererAlone)
     m_sink = {};
     m_source.Release();
     EXPECT_EQ(m_module.CanUnloadNow(), S_OK);
+}
+
+// The stopped graph connects the pin anew with the type that it is given.
+TEST_F(StockSinks, AnotherRateReachesAConnectionThatStands)
+{
+    CComPtr<IQXStillSource> control;
+    ASSERT_EQ(m_source->QueryInterface(__uuidof(IQXStillSource), reinterpret_cast<void**>(&control)), S_OK);
+    FrameKeeper keeper(3);
+    {
+        FilterGraph graph;
+        Connect(graph, keeper);
+        graph.Run();
+        EXPECT_TRUE(keeper.Wait());
+        graph.Stop();
+        EXPECT_EQ(keeper.Frames()[2].end, 3 * 400000);
+        keeper.Forget();
+
+        const LogCapture log;
+        ASSERT_EQ(control->SetFrameRate(50), S_OK);
+        EXPECT_EQ(log.Count(g_mainEvents, "*************** [CCoQXStillSourceOut] connection established\n"),
+                  1);
+        MediaType type;
+        ASSERT_EQ(FindPin(m_sink.grabber, PINDIR_INPUT)->ConnectionMediaType(type.Receive()), S_OK);
+        VideoFormat format;
+        ASSERT_TRUE(ReadVideoFormat(type.Get(), format));
+        EXPECT_EQ(format.frameTime, 200000);
+        graph.Run();
+        EXPECT_TRUE(keeper.Wait());
+        graph.Stop();
+    }
+    ASSERT_EQ(keeper.Frames().size(), 3u);
+    EXPECT_EQ(keeper.Frames()[2].end, 3 * 200000);
+    EXPECT_EQ(keeper.Frames()[2].bytes, m_tga.frame);
+
+    // The null renderer alone.
+    FrameKeeper unused(1);
+    PlatformSink sink;
+    Check(CreatePlatformSink(unused, sink), "no platform sink");
+    FilterGraph graph;
+    graph.Add(m_source, L"Source");
+    graph.Add(sink.renderer, L"Renderer");
+    ASSERT_EQ(graph.Connect(m_source, sink.renderer), S_OK);
+    ASSERT_EQ(control->SetFrameRate(30), S_OK);
+    MediaType type;
+    ASSERT_EQ(FindPin(sink.renderer, PINDIR_INPUT)->ConnectionMediaType(type.Receive()), S_OK);
+    VideoFormat format;
+    ASSERT_TRUE(ReadVideoFormat(type.Get(), format));
+    EXPECT_EQ(format.frameTime, 333333);
 }
 
 /// A sink that keeps samples beyond stop, disconnection and the filter's release: they stay readable, and
