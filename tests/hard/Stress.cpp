@@ -89,8 +89,6 @@ public:
         : m_random(nSeed), m_graph(m_random.OneIn(2)), m_nFrames(nFrames)
     {
         m_source = plan.fnCreate();
-        m_pFilter = m_source.spFilter;
-        m_pPin = m_source.spPin;
         m_nEnd = m_random.Below(4);
         const bool bStockAllocator = m_random.OneIn(2);
         if (bStockAllocator)
@@ -106,7 +104,10 @@ public:
 
     ~World()
     {
-        m_bEnding = true;
+        {
+            CScopedLock lock(&m_crsEnd);
+            m_bEnding = true; // m_source is this thread's from here on
+        }
         if (m_source.spPin)
             End();
         // The pin goes with the worker where the worker had the last reference.
@@ -153,7 +154,8 @@ private:
         // The filter as it is, running or not; the pin can then be disconnected.
         m_source.spControl.Release();
         m_source.spFilter.Release();
-        m_source.spPin->Disconnect();
+        while (m_source.spPin->Disconnect() == VFW_E_NOT_STOPPED)
+            Sleep(1); // the worker has a reference, and will find it to be the last one
         m_source.spPin.Release();
     }
 
@@ -180,7 +182,13 @@ private:
     HRESULT OnReceive(eSink eSink)
     {
         ++m_nFrames;
-        if (m_bEnding)
+        HardSource source; // may turn out to have the last references, and then lets them go here
+        {
+            CScopedLock lock(&m_crsEnd);
+            if (!m_bEnding)
+                source = m_source;
+        }
+        if (!source.spPin)
         {
             HardSource* const pLast = m_pLast.exchange(nullptr);
             if (pLast != nullptr)
@@ -194,9 +202,9 @@ private:
         }
         const unsigned nCall = static_cast<unsigned>(++m_nCalls) * 2654435761u >> 8;
         if (nCall % 16 == 0)
-            AskBack();
+            AskBack(source);
         if (nCall % 256 == 1)
-            m_pFilter->Stop(); // from within the worker's call
+            source.spFilter->Stop(); // from within the worker's call
         if (eSink == eSK_Slow)
             Sleep(1);
         if (eSink != eSK_Failing || nCall % 8 != 2)
@@ -206,39 +214,37 @@ private:
     }
 
     /// What peers ask while they have a sample. The answers depend on the other threads.
-    void AskBack()
+    static void AskBack(const HardSource& source)
     {
         CMType mt;
-        m_pPin->ConnectionMediaType(&mt);
+        source.spPin->ConnectionMediaType(&mt);
         PIN_INFO pin{};
-        m_pPin->QueryPinInfo(&pin);
+        source.spPin->QueryPinInfo(&pin);
         CComPtr<IBaseFilter>().Attach(pin.pFilter);
         FILTER_STATE eState{};
-        m_pFilter->GetState(0, &eState);
+        source.spFilter->GetState(0, &eState);
         FILTER_INFO info{};
-        m_pFilter->QueryFilterInfo(&info);
+        source.spFilter->QueryFilterInfo(&info);
         CComPtr<IFilterGraph>().Attach(info.pGraph);
         CComPtr<IEnumMediaTypes> spTypes;
-        m_pPin->EnumMediaTypes(&spTypes);
+        source.spPin->EnumMediaTypes(&spTypes);
         CComPtr<IPin> spFound;
-        m_pFilter->FindPin(L"Video Out", &spFound);
+        source.spFilter->FindPin(L"Video Out", &spFound);
         CComPtr<IMediaSeeking> spSeeking;
-        m_pPin->QueryInterface(IID_IMediaSeeking, reinterpret_cast<void**>(&spSeeking));
+        source.spPin->QueryInterface(IID_IMediaSeeking, reinterpret_cast<void**>(&spSeeking));
         LONGLONG llCurrent = 0, llStop = 0;
         if (spSeeking)
             spSeeking->GetPositions(&llCurrent, &llStop);
     }
 
     HardRandom m_random;
-    // For the calls from within Receive, not counted: the end of the filter waits for them.
-    IBaseFilter* m_pFilter = nullptr;
-    IPin* m_pPin = nullptr;
     CComPtr<IMemAllocator> m_spStock;
     HardGraph m_graph;
     std::atomic<long long>& m_nFrames;
     int m_nEnd = 0;
     std::atomic<unsigned> m_nCalls = 0;
-    std::atomic<bool> m_bEnding = false;
+    CCritSec m_crsEnd;
+    bool m_bEnding = false; ///< guarded by m_crsEnd
     std::atomic<HardSource*> m_pLast = nullptr;
     CEvent* m_pevDone = nullptr;
 };
