@@ -51,6 +51,9 @@ TEST_F(StateTest, TransitionTable)
         Lines lines;
     };
     const std::string sName = "TestFilter IBaseFilterImpl::";
+    // The first start after a stop writes the graph, and there is none here.
+    const std::string sDump =
+        "2 ###Err### TestFilter CBaseFilter::ParseGraphToLogFile(): empty graph pointer\n";
     const Row rows[] = {
         {State_Stopped, eOp_Stop, State_Stopped, {}, 0, 1, {"8 " + sName + "Stop\n"}},
         {State_Stopped,
@@ -59,7 +62,7 @@ TEST_F(StateTest, TransitionTable)
          {"alloc.Commit", "alloc.GetProperties"},
          1,
          0,
-         {"8 " + sName + "Pause\n"}},
+         {"8 " + sName + "Pause\n", sDump}},
         {State_Stopped,
          eOp_Run,
          State_Running,
@@ -68,7 +71,7 @@ TEST_F(StateTest, TransitionTable)
          0,
          {"8 " + sName + "Run( 1.234'5678 )\n",
           "4 WARNING. " + sName + "Run(): current state is State_Stopped, call Pause() command\n",
-          "8 " + sName + "Pause\n", "8 " + sName + "Run(): run after pause\n"}},
+          "8 " + sName + "Pause\n", sDump, "8 " + sName + "Run(): run after pause\n"}},
         {State_Paused, eOp_Stop, State_Stopped, {"alloc.Decommit"}, 0, 1, {"8 " + sName + "Stop\n"}},
         {State_Paused, eOp_Pause, State_Paused, {}, 0, 0, {"8 " + sName + "Pause\n"}},
         {State_Paused, eOp_Run, State_Running, {}, 0, 0, {"8 " + sName + "Run( 1.234'5678 )\n"}},
@@ -229,6 +232,27 @@ TEST_F(StateTest, TheGraphIsDumpedAtTheFirstStartAfterEachStop)
     Filter().Stop();
     Filter().Pause();
     EXPECT_EQ(Filter().m_nDumps, 3);
+}
+
+TEST_F(StateTest, TheTextOfTheGraphIsOneMessage)
+{
+    ASSERT_EQ(Connect(), S_OK);
+    LogCapture log;
+    Filter().Pause();
+    EXPECT_EQ(log.Texts(eTL_Error),
+              Lines{"###Err### TestFilter CBaseFilter::ParseGraphToLogFile(): empty graph pointer\n"});
+    EXPECT_EQ(log.Texts(nLevelRaw), Lines{});
+    Filter().Stop();
+
+    ASSERT_EQ(Filter().JoinFilterGraph(m_graph.Graph(), L"Name"), S_OK);
+    log.Clear();
+    Filter().Run(0);
+    EXPECT_EQ(log.Texts(eTL_Error), Lines{});
+    EXPECT_EQ(log.Texts(nLevelRaw),
+              Lines{"\r\n[Filter Graph]------------------------------------------------------\r\n"
+                    "###Err### CFilterChainParser::GetFiltersChain(): pGraph->EnumFilters()=0x80004001\r\n"
+                    "\r\n--------------------------------------------------------------------\r\n\r\n"});
+    EXPECT_EQ(m_graph.Refs(), 0);
 }
 
 TEST_F(StateTest, GetStateAnswersAtOnce)

@@ -95,10 +95,10 @@ public:
     }
     HRESULT Filter_CompleteConnect(IPin*) noexcept { return m_hrComplete; }
     void Filter_Disconnect() noexcept { ++m_nDisconnectHook; }
-    HRESULT ParseGraphToLogFile() noexcept
+    void ParseGraphToLogFile() noexcept
     {
         ++m_nDumps;
-        return CSourceFilter::ParseGraphToLogFile();
+        CSourceFilter::ParseGraphToLogFile();
     }
     /// The bracket that a concrete filter puts around the state changes.
     STDMETHOD(Pause)() noexcept override

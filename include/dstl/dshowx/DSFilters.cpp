@@ -3,6 +3,8 @@
 #include <cwchar>
 
 #include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/FilterChainParser.h"
+#include "dstl/dshowx/LogLoader.h"
 
 namespace
 {
@@ -274,4 +276,31 @@ HRESULT CFilterCore::ReconnectPin(IPin* pPin, const AM_MEDIA_TYPE* pmt) noexcept
         spGraph2)
         return spGraph2->ReconnectEx(pPin, pmt);
     return spGraph->Reconnect(pPin); // without the type: the pin negotiates from its current one
+}
+
+// --- Graph dump
+
+void CFilterCore::FilterParseGraph() noexcept
+{
+    if (!IsTraced(eTL_Error))
+        return; // nobody would read what the walk costs
+    CScopedLock lock(&m_lock);
+    const CComPtr<IFilterGraph> spGraph(m_pFilterGraphJoin);
+    lock.Unlock();
+    if (!spGraph)
+    {
+        trace(atlTraceGeneral, eTL_Error,
+              L"###Err### %s CBaseFilter::ParseGraphToLogFile(): empty graph pointer\n", GetClassName());
+        return;
+    }
+    CTaskString strChain;
+    const HRESULT hr = CFilterChainParser().GetFiltersChain(spGraph, &strChain);
+    if (FAILED(hr))
+    {
+        trace(atlTraceGeneral, eTL_Error,
+              L"###Err### %s CBaseFilter::ParseGraphToLogFile(): GetFiltersChain()=0x%X\n", GetClassName(),
+              Hr(hr));
+        return;
+    }
+    LogWriteText(strChain.Get());
 }

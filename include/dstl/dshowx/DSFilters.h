@@ -68,6 +68,8 @@ public:
     /// \return a failure of Pause, which ends the operation
     HRESULT PauseBeforeStop(IBaseFilter* pThis) noexcept;
     HRESULT PauseBeforeRun(IBaseFilter* pThis, REFERENCE_TIME tStart) noexcept;
+    /// The work of CBaseFilter::ParseGraphToLogFile.
+    void FilterParseGraph() noexcept;
     /// @}
 
 protected:
@@ -113,8 +115,8 @@ public:
         if (eNew == State_Running)
             m_tStart = tStart;
     }
-    /// Writes the graph to the log.
-    HRESULT ParseGraphToLogFile() noexcept { return E_NOTIMPL; }
+    /// Writes the whole graph of the filter to the log, as one text. Without a log it asks the graph nothing.
+    void ParseGraphToLogFile() noexcept { FilterParseGraph(); }
 
 private:
     T& Filter() noexcept { return *static_cast<T*>(this); }

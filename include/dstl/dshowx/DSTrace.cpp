@@ -62,6 +62,12 @@ void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noe
     WriteLog(szLine);
 }
 
+void LogWriteText(const wchar_t* pszText) noexcept
+{
+    if (pszText != nullptr)
+        WriteLog(pszText);
+}
+
 bool IsTraced(UINT nLevel) noexcept
 {
     ILogObject* plog = nullptr;

@@ -25,3 +25,7 @@ private:
     HMODULE m_hModule;
     ILogObject* m_plog;
 };
+
+/// Writes a text to the log of this module as it stands: without a level, of any length, in one message.
+/// Nothing happens without a log.
+void LogWriteText(const wchar_t* pszText) noexcept;
