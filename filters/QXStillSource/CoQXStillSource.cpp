@@ -73,12 +73,12 @@ CCoQXStillSource::CWorkerLock::CWorkerLock(CCoQXStillSource& filter) noexcept
         return;
     while (!filter.m_lock.TryLock())
     {
-        if (pOut->m_bStopWaits)
+        if (pOut->m_bStopping)
         {
             m_bRefused = true;
             return;
         }
-        Sleep(1); // a state change elsewhere: it ends, or it is a stop on its way to the wait
+        Sleep(1); // another operation elsewhere: it ends, or it is a stop that is about to say so
     }
     m_pLock = &filter.m_lock;
 }
@@ -95,10 +95,14 @@ STDMETHODIMP CCoQXStillSource::Stop() noexcept
     if (worker.IsRefused())
         return S_OK; // the stop is under way
     CScopedLock lock(&m_lock);
+    if (!m_apOut)
+        return IBaseFilterImpl::Stop();
+    // From here on, and not from the wait on: the peer's allocator may wait for the worker in its Decommit.
+    const bool bWasStopping = m_apOut->m_bStopping.exchange(true);
     const HRESULT hr = IBaseFilterImpl::Stop();
     // Whatever came of it: the allocator may be gone already, and the worker has to rest all the same.
-    if (m_apOut)
-        m_apOut->StreamStop();
+    m_apOut->StreamStop();
+    m_apOut->m_bStopping = bWasStopping;
     return hr;
 }
 

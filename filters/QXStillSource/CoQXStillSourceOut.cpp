@@ -43,9 +43,8 @@ void CCoQXStillSourceOut::ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept
 {
     CScopedLock crs(&m_crsPicture);
     m_blobFrame.SetSize(0);
-    m_picOutput = {};
     SetMediaType(pmt);
-    MTGetPicProps(&m_theMediaType, &m_picOutput);
+    m_picOutput = GetPicProps();
 }
 
 bool CCoQXStillSourceOut::ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept

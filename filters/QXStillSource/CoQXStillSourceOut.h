@@ -73,6 +73,9 @@ public:
     /// Times of the next and of the last frame; each pointer may be null. Takes m_crsPosition.
     STDMETHOD(GetPositions)(LONGLONG* pCurrent, LONGLONG* pStop) noexcept override;
 
+    /// The worker's questions go without m_lock: a Stop that waits for them may hold it.
+    bool HookIsWorker() const noexcept override { return m_Thread.IsCurrent(); }
+
     // --- Picture selection
 
     /// Selects a built-in picture, a colour or a file. Takes m_crsPicture.
@@ -127,10 +130,11 @@ public:
     PicProps m_picOutput{};                ///< format of the frames, from the current media type
     CCritSec m_crsPicture;
 
-    // --- Stream state, guarded by m_crsPosition; GetDuration reads the last frame without it
+    // --- Stream state, guarded by m_crsPosition; GetDuration, StreamStart and GetPositions of the worker go
+    // without it
 
-    REFERENCE_TIME m_rtCurrent = 0;                    ///< start of the next sample; 0 also begins a segment
-    LONGLONG m_nFrame = 0;                             ///< number of the next frame; it survives a stop
+    std::atomic<REFERENCE_TIME> m_rtCurrent = 0;       ///< start of the next sample; 0 also begins a segment
+    std::atomic<LONGLONG> m_nFrame = 0;                ///< number of the next frame; it survives a stop
     std::atomic<LONGLONG> m_nStopFrame = nNoStopFrame; ///< the last frame; 0 or less means no end
     CCritSec m_crsPosition;
 
@@ -139,7 +143,7 @@ public:
 
     std::atomic<bool> m_bStreaming = false; ///< the pump should run; changed under m_lock but for StreamStart
     std::atomic<bool> m_bSending = false;   ///< the worker is in Send; set under m_lock
-    std::atomic<bool> m_bStopWaits = false; ///< StreamStop waits for the worker
+    std::atomic<bool> m_bStopping = false;  ///< a thread is in Stop, and is going to wait for the worker
     CEvent m_evStopped;                     ///< the worker has seen the end of streaming
     CSimpleThread m_Thread;                 ///< the worker
 

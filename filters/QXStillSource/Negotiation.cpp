@@ -179,7 +179,8 @@ bool CCoQXStillSource::QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept
     PicProps picQuery{};
     if (pmt == nullptr || OutPin() == nullptr || MTGetPicProps(pmt, &picQuery) < 0)
         return false;
-    const PicProps& picOutput = OutPin()->m_picOutput;
+    // What m_picOutput is, without its lock: a frame may be in the making.
+    const PicProps picOutput = OutPin()->GetPicProps();
     return picQuery.fccType == picOutput.fccType && picQuery.nWidth == picOutput.nWidth &&
            AbsHeight(picQuery.nHeight) == AbsHeight(picOutput.nHeight);
 }

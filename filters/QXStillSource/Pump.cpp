@@ -182,9 +182,7 @@ void CCoQXStillSourceOut::StreamStop() noexcept
     if (m_Thread.IsCurrent())
         return; // a call of the worker has come back to us: it rests when that has returned
     const HANDLE arrWait[] = {m_evStopped, m_Thread.m_hThread}; // or its end, should it have failed
-    m_bStopWaits = true;
     const DWORD dwRet = WaitForMultipleObjects(2, arrWait, FALSE, INFINITE);
-    m_bStopWaits = false;
     DSASSERT(dwRet == WAIT_OBJECT_0);
 }
 

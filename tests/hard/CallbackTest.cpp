@@ -354,6 +354,42 @@ TEST_F(Hard, PeerCallsBackWhileAStopWaitsForIt)
     EXPECT_EQ(State(), State_Stopped);
 }
 
+/// A host stops the filter, and the peer's allocator waits in its Decommit until the peer's Receive is over.
+TEST_F(Hard, PeerCallsBackWhileItsAllocatorsDecommitWaitsForIt)
+{
+    CEvent evIn, evDecommit, evDone;
+    ASSERT_TRUE(evIn.Create(true) && evDecommit.Create(true) && evDone.Create(true));
+    int nWrong = -1;
+    HRESULT hrStop = E_FAIL, hrPause = E_FAIL, hrRun = E_FAIL;
+    Once(eCB_Receive,
+         [&]
+         {
+             evIn.Set();
+             IsSet(evDecommit);
+             nWrong = CallEveryQuery(m_source, &m_pin);
+             hrStop = m_source.spFilter->Stop();
+             hrPause = m_source.spFilter->Pause();
+             hrRun = m_source.spFilter->Run(0);
+             evDone.Set();
+         });
+    bool bDone = false;
+    m_alloc.m_onDecommit = [&]
+    {
+        evDecommit.Set();
+        bDone = WaitForSingleObject(evDone, 10000) == WAIT_OBJECT_0;
+    };
+    ASSERT_EQ(Connect(true), S_OK);
+    ASSERT_EQ(m_source.spFilter->Pause(), S_OK);
+    ASSERT_TRUE(IsSet(evIn));
+    EXPECT_EQ(m_source.spFilter->Stop(), S_OK);
+    EXPECT_TRUE(bDone) << "the stop waits for Receive, and Receive for the stop";
+    EXPECT_EQ(nWrong, 0);
+    EXPECT_EQ(hrStop, S_OK); // it is under way
+    EXPECT_EQ(hrPause, VFW_E_STATE_CHANGED);
+    EXPECT_EQ(hrRun, VFW_E_STATE_CHANGED);
+    EXPECT_EQ(State(), State_Stopped);
+}
+
 /// A seek flushes the peer, which waits for its Receive, in which it asks for the position.
 TEST_F(Hard, PeerAsksForThePositionWhileASeekFlushesIt)
 {

@@ -218,6 +218,12 @@ void CFilterCore::SetGraph(IFilterGraph* pGraph, IMediaEventSink* pEventSink, LP
     CopyDSName(m_szName, pName);
 }
 
+bool CFilterCore::IsInGraph() const noexcept
+{
+    CScopedLock crs(&m_crsJoin);
+    return m_pFilterGraphJoin != nullptr;
+}
+
 CComPtr<IFilterGraph> CFilterCore::GetGraph() const noexcept
 {
     CScopedLock crs(&m_crsJoin);
@@ -228,8 +234,9 @@ CComPtr<IFilterGraph> CFilterCore::GetGraph() const noexcept
 
 HRESULT CFilterCore::MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcept
 {
-    DSASSERT(m_pFilterGraphJoin != NULL);
-    if (m_pFilterGraphJoin == nullptr)
+    const bool bInGraph = IsInGraph();
+    DSASSERT_TEXT(bInGraph, "m_pFilterGraphJoin != NULL");
+    if (!bInGraph)
         return VFW_E_NOT_IN_GRAPH;
     DSASSERT(pPin != NULL);
     if (pPin == nullptr || m_eState != State_Stopped)

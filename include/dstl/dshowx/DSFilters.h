@@ -80,6 +80,7 @@ protected:
     CComPtr<IFilterGraph> GetGraph() const noexcept;
 
 private:
+    bool IsInGraph() const noexcept;
     void SetGraph(IFilterGraph* pGraph, IMediaEventSink* pEventSink, LPCWSTR pName) noexcept;
 };
 

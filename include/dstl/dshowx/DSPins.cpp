@@ -71,6 +71,14 @@ REFERENCE_TIME CMTSingle::FrameTime() const noexcept
     return MTFrameTime(&m_theMediaType);
 }
 
+PicProps CMTSingle::GetPicProps() const noexcept
+{
+    CScopedLock lock(&m_crsType);
+    PicProps pic{};
+    MTGetPicProps(&m_theMediaType, &pic);
+    return pic;
+}
+
 // --- Queries
 
 HRESULT COutputPinBase::PinConnectedTo(IPin** ppPin) noexcept
@@ -89,7 +97,7 @@ HRESULT COutputPinBase::PinConnectionMediaType(AM_MEDIA_TYPE* pmt) noexcept
     DSASSERT(pmt != NULL);
     if (pmt == nullptr)
         return E_POINTER;
-    CScopedLock lock(&m_lock);
+    CScopedLock lock(HookIsWorker() ? nullptr : &m_lock);
     return IsConnected() ? HookMediaType().CopyMediaType(pmt) : VFW_E_NOT_CONNECTED;
 }
 

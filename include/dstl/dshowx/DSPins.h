@@ -84,6 +84,8 @@ public:
 
     /// Length of a frame in units of 100 ns, 0 where the type says nothing; any thread.
     REFERENCE_TIME FrameTime() const noexcept;
+    /// Format of the frames, zero for a type without one; any thread.
+    PicProps GetPicProps() const noexcept;
 
     CMType m_theMediaType; ///< the current type; written through SetMediaType alone
 
@@ -106,6 +108,9 @@ public:
     virtual CComPtr<IBaseFilter> HookFilter() const noexcept = 0;
     /// State_Stopped without a filter.
     virtual FILTER_STATE HookFilterState() const noexcept = 0;
+    /// Whether the caller is the thread that sends the samples. Its questions take no lock that is held while
+    /// somebody waits for it.
+    virtual bool HookIsWorker() const noexcept { return false; }
     virtual bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept = 0;
     virtual void HookApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept = 0;
     virtual HRESULT HookAllocatorAgree(IMemInputPin* pMemInput) noexcept = 0;
@@ -276,7 +281,7 @@ public:
     STDMETHOD(EnumMediaTypes)(IEnumMediaTypes** ppEnum) noexcept override
     {
         Pin().TracePin(eTL_Frame, L"%s IPinImpl::EnumMediaTypes() [%s]\n");
-        CScopedLock lock(&Pin().m_lock);
+        CScopedLock lock(Pin().HookIsWorker() ? nullptr : &Pin().m_lock);
         return CComDSEnum<CMediaTypesAccessor<T>, IEnumMediaTypes>::Create(ppEnum, &Pin(), 0);
     }
     STDMETHOD(QueryInternalConnections)(IPin**, ULONG*) noexcept override

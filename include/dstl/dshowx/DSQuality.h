@@ -27,8 +27,8 @@ public:
                   q.Proportion, RefTimeText(q.Late, CTimeText().sz),
                   RefTimeText(q.TimeStamp, CTimeText().sz));
         }
-        auto* const pFilter = pPin->m_pFilter.load();
-        DSASSERT_TEXT(pFilter != NULL, "pPin->m_pFilter != NULL");
+        const auto pFilter = pPin->GetFilter();
+        DSASSERT_TEXT(pFilter != nullptr, "pPin->m_pFilter != NULL");
         return pFilter != nullptr ? pFilter->Filter_Notify(pSelf, q) : S_OK;
     }
     /// Messages arrive at the pin; there is nobody to send them on to.
