@@ -154,23 +154,23 @@ TEST_F(FilterChain, EndlessEnumeratorsEnd)
 
 TEST_F(FilterChain, AFilterWithoutInformation)
 {
-    m_source.m_hrInfo = E_FAIL;
+    m_source.m_hrInfo = E_UNEXPECTED;
     const std::string sFailedPeer = "\r\nFilter {00000001-0002-0003-0405-060708090A0B} (The renderer)\r\n"
                                     "\tINPUT: [In]\r\n###Err### CFilterChainParser::GetPinData(): "
-                                    "spConnectedFilter->QueryFilterInfo()=0x80004005\r\n";
+                                    "spConnectedFilter->QueryFilterInfo()=0x8000FFFF\r\n";
     EXPECT_EQ(
         Chain(),
         sBegin +
-            "###Err### CFilterChainParser::GetFilterData(): pFilter->QueryFilterInfo()=0x80004005\r\n\r\n" +
+            "###Err### CFilterChainParser::GetFilterData(): pFilter->QueryFilterInfo()=0x8000FFFF\r\n\r\n" +
             sFailedPeer + sEnd);
 }
 
 TEST_F(FilterChain, AFilterWithoutAClass)
 {
-    m_source.m_hrClassId = E_NOTIMPL;
+    m_source.m_hrClassId = E_OUTOFMEMORY;
     EXPECT_EQ(Chain(),
               sBegin +
-                  "###Err### CFilterChainParser::GetFilterData(): pFilter->GetClassID()=0x80004001\r\n\r\n" +
+                  "###Err### CFilterChainParser::GetFilterData(): pFilter->GetClassID()=0x8007000E\r\n\r\n" +
                   sRenderer + sEnd);
 }
 
@@ -187,12 +187,12 @@ TEST_F(FilterChain, Files)
     m_source.m_sink.m_sName = L"out.avi";
     EXPECT_EQ(Chain(), sBegin + sSource + "\tINPUT FILE: \"C:\\pictures\\100% s.png\"\r\n" +
                            "\tOUTPUT FILE: \"out.avi\"\r\n" + sSourcePins + sRenderer + sEnd);
-    m_source.m_source.m_hr = E_FAIL;
+    m_source.m_source.m_hr = E_UNEXPECTED;
     m_source.m_sink.m_hr = E_UNEXPECTED;
     EXPECT_EQ(
         Chain(),
         sBegin + sSource +
-            "###Err### CFilterChainParser::GetFileName(): spFileSourceFilter->GetCurFile()=0x80004005\r\n\r\n"
+            "###Err### CFilterChainParser::GetFileName(): spFileSourceFilter->GetCurFile()=0x8000FFFF\r\n\r\n"
             "###Err### CFilterChainParser::GetFileName(): spFileSinkFilter->GetCurFile()=0x8000FFFF\r\n\r\n" +
             sSourcePins + sRenderer + sEnd);
 }
@@ -218,10 +218,10 @@ TEST_F(FilterChain, NamesThatAreNotEnded)
 
 TEST_F(FilterChain, NoPins)
 {
-    m_source.m_hrEnum = E_FAIL;
+    m_source.m_hrEnum = E_UNEXPECTED;
     EXPECT_EQ(Chain(),
               sBegin + sSource +
-                  "###Err### CFilterChainParser::GetFilterData(): pFilter->EnumPins()=0x80004005\r\n\r\n" +
+                  "###Err### CFilterChainParser::GetFilterData(): pFilter->EnumPins()=0x8000FFFF\r\n\r\n" +
                   sRenderer + sEnd);
     m_source.m_hrEnum = S_OK;
     m_source.m_enum.m_answers = {{VFW_E_ENUM_OUT_OF_SYNC, nullptr, 0}};
@@ -256,13 +256,13 @@ TEST_F(FilterChain, AnUnconnectedPinThatSaysOk)
 
 TEST_F(FilterChain, PinsThatFail)
 {
-    m_out.m_hrInfo = E_FAIL;
+    m_out.m_hrInfo = E_UNEXPECTED;
     EXPECT_EQ(
         Chain(),
         sBegin + sSource +
-            "###Err### CFilterChainParser::GetPinData(): pPin->QueryPinInfo()=0x80004005\r\n\r\n" +
+            "###Err### CFilterChainParser::GetPinData(): pPin->QueryPinInfo()=0x8000FFFF\r\n\r\n" +
             "\r\nFilter {00000001-0002-0003-0405-060708090A0B} (The renderer)\r\n\tINPUT: [In]\r\n"
-            "###Err### CFilterChainParser::GetPinData(): spPinConnected->QueryPinInfo()=0x80004005\r\n" +
+            "###Err### CFilterChainParser::GetPinData(): spPinConnected->QueryPinInfo()=0x8000FFFF\r\n" +
             sEnd);
     m_out.m_hrInfo = S_OK;
     m_out.m_hrConnectedTo = E_UNEXPECTED;
@@ -308,11 +308,11 @@ TEST_F(FilterChain, TheFilterOfAPin)
               Texts{"p: filter [The renderer] ({00000001-0002-0003-0405-060708090A0B}), pin [In]\n"});
     EXPECT_EQ(dumped(nullptr, L"p: "), Texts{"###Err### p: Debug_FilterFromPin(): Empty pin pointer\n"});
     EXPECT_EQ(dumped(nullptr, nullptr), Texts{"###Err### Debug_FilterFromPin(): Empty pin pointer\n"});
-    m_source.m_hrClassId = E_FAIL;
+    m_source.m_hrClassId = E_UNEXPECTED;
     EXPECT_EQ(dumped(&m_out, nullptr), Texts{"filter [The source] (GUID_NULL), pin [Out]\n"});
-    m_source.m_hrInfo = E_FAIL;
+    m_source.m_hrInfo = E_UNEXPECTED;
     EXPECT_EQ(dumped(&m_out, L"p: "),
-              Texts{"###Err### p: Debug_FilterFromPin(): rgInfo.pFilter->QueryFilterInfo()=0x80004005\n"});
+              Texts{"###Err### p: Debug_FilterFromPin(): rgInfo.pFilter->QueryFilterInfo()=0x8000FFFF\n"});
     m_out.m_pFilter = nullptr;
     m_out.m_bEndlessName = true;
     EXPECT_EQ(dumped(&m_out, L"p: "), Texts{"p: pin [" + std::string(127, 'y') + "] without a filter\n"});

@@ -40,13 +40,14 @@ TEST_F(FormatDump, MemoryRows)
     BYTE rgBytes[40];
     for (size_t i = 0; i < sizeof(rgBytes); i++)
         rgBytes[i] = static_cast<BYTE>(0x18 + i * 3);
+    rgBytes[37] = 0x20;
     rgBytes[38] = 0x7E;
     rgBytes[39] = 0x7F;
     Debug_Memory(atlTraceGeneral, eTL_Main, rgBytes, sizeof(rgBytes), L"title:");
     const Texts rows = {
         "  0000: 18 1B 1E 21 24 27 2A 2D 30 33 36 39 3C 3F 42 45 |...!$'*-0369<?BE|\n",
         "  0010: 48 4B 4E 51 54 57 5A 5D 60 63 66 69 6C 6F 72 75 |HKNQTWZ]`cfiloru|\n",
-        "  0020: 78 7B 7E 81 84 87 7E 7F                         |x{~...~.|\n",
+        "  0020: 78 7B 7E 81 84 20 7E 7F                         |x{~.. ~.|\n",
     };
     Texts expected = {"title: Trace from address 0x" + Address(rgBytes) + " (40 bytes)\n"};
     expected.insert(expected.end(), rows.begin(), rows.end());
@@ -94,7 +95,7 @@ TEST_F(FormatDump, BitmapHeader)
     } const rgRows[] = {
         {1, 0, 0, 0, "p: XPels=1, YPels=0\n"},
         {0, -1, 0, 0, "p: XPels=0, YPels=-1\n"},
-        {0, 0, 1, 0, "p: ClrUsed=1, ClrImp=0\n"},
+        {0, 0, 0xFFFFFFFE, 0, "p: ClrUsed=4294967294, ClrImp=0\n"},
         {0, 0, 0, 0xFFFFFFFF, "p: ClrUsed=0, ClrImp=4294967295\n"},
         {3780, 3780, 256, 256, "p: XPels=3780, YPels=3780, ClrUsed=256, ClrImp=256\n"},
     };
@@ -218,6 +219,16 @@ TEST_F(FormatDump, Wave)
         Debug_WaveFormatEx(atlTraceGeneral, eTL_Main, AsWave(block), L"p: ");
         EXPECT_EQ(Dumped(), ExpectedWave(block, row.cbExtra, row.pszHeading, row.cbTraced)) << row.cbExtra;
     }
+}
+
+TEST_F(FormatDump, WaveAtTheEdges)
+{
+    WAVEFORMATEX wave;
+    memset(&wave, 0xFF, sizeof(wave));
+    wave.cbSize = 0;
+    Debug_WaveFormatEx(atlTraceGeneral, eTL_Main, &wave, nullptr);
+    EXPECT_EQ(Dumped(), Texts{"WAVEFORMATEX: Tag=0xFFFF, chan=65535, nPerSec=-1, nAvg=-1, align=65535, "
+                              "bits=65535  size=0\n"});
 }
 
 TEST_F(FormatDump, WaveThatLiesAboutItsSize)

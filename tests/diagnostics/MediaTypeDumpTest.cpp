@@ -16,15 +16,16 @@ namespace
 
 const std::string sBmi =
     "p: BITMAPINFOHEADER:size=40, w=720, h=576, planes=1, bits=16, compress=UYVY, sizeImg=829440\n";
-const std::string sRects = "p: src=[1,2:3,4], targ=[5,6:-7,-8], rate=9, errRate=4294967295, AvgT=0.040\n";
+const std::string sRects =
+    "p: src=[-1,-2:-3,-4], targ=[-5,-6:-7,-8], rate=4294967294, errRate=4294967295, AvgT=0.040\n";
 
 /// The part that both video headers begin with. \tparam T VIDEOINFOHEADER, VIDEOINFOHEADER2
 template <class T>
 void FillVideo(T& video)
 {
-    video.rcSource = {1, 2, 3, 4};
-    video.rcTarget = {5, 6, -7, -8};
-    video.dwBitRate = 9;
+    video.rcSource = {-1, -2, -3, -4};
+    video.rcTarget = {-5, -6, -7, -8};
+    video.dwBitRate = 0xFFFFFFFE;
     video.dwBitErrorRate = 0xFFFFFFFF;
     video.AvgTimePerFrame = 400000;
     video.bmiHeader = UyvyHeader();
@@ -109,6 +110,11 @@ TEST_F(MediaTypeDump, SizeAndBlockHaveToAgree)
         ASSERT_EQ(texts.size(), 2u);
         EXPECT_EQ(texts[1],
                   "###Err### Debug_MediaType(): bad format parameters, cbFormat=88, pbFormat=0x0\n");
+        mt.cbFormat = 0xFFFFFFFF;
+        texts = Dump(&mt);
+        ASSERT_EQ(texts.size(), 2u);
+        EXPECT_EQ(texts[1],
+                  "###Err### Debug_MediaType(): bad format parameters, cbFormat=-1, pbFormat=0x0\n");
         mt.cbFormat = 0;
         mt.pbFormat = &by;
         texts = Dump(&mt);
@@ -136,8 +142,9 @@ TEST_F(MediaTypeDump, VideoInfo)
         const CMType mtTime = TypeOf(guidVideoInfo, video);
         const Texts texts = Dump(&mtTime);
         ASSERT_EQ(texts.size(), 3u);
-        EXPECT_EQ(texts[1], "p: src=[1,2:3,4], targ=[5,6:-7,-8], rate=9, errRate=4294967295, AvgT=" +
-                                std::string(row.pszText) + "\n");
+        EXPECT_EQ(texts[1],
+                  "p: src=[-1,-2:-3,-4], targ=[-5,-6:-7,-8], rate=4294967294, errRate=4294967295, AvgT=" +
+                      std::string(row.pszText) + "\n");
     }
 }
 
@@ -153,19 +160,19 @@ TEST_F(MediaTypeDump, VideoInfo2)
 {
     VIDEOINFOHEADER2 video = {};
     FillVideo(video);
-    video.dwInterlaceFlags = 0x80;
-    video.dwCopyProtectFlags = 1;
-    video.dwPictAspectRatioX = 16;
-    video.dwPictAspectRatioY = 9;
+    video.dwInterlaceFlags = 0xABC0;
+    video.dwCopyProtectFlags = 0xD;
+    video.dwPictAspectRatioX = 0xFFFFFFFF;
+    video.dwPictAspectRatioY = 0xFFFFFFFE;
     video.dwControlFlags = 0xFFFFFFFF;
     const CMType mt = TypeOf(guidVideoInfo2, video);
     EXPECT_EQ(Dump(&mt), (Texts{FirstLine("FORMAT_VideoInfo2 720*576", 112), sRects, sBmi,
-                                "p: ilace=0x80, copProt=0x1, aspect={16,9}, ctrl=0xFFFFFFFF\n"}));
-    video.dwInterlaceFlags = 0x81;
+                                "p: ilace=0xABC0, copProt=0xD, aspect={-1,-2}, ctrl=0xFFFFFFFF\n"}));
+    video.dwInterlaceFlags = 0xABC1;
     const CMType mtInterlaced = TypeOf(guidVideoInfo2, video);
     EXPECT_EQ(Dump(&mtInterlaced),
               (Texts{FirstLine("FORMAT_VideoInfo2 720*576", 112), sRects, sBmi,
-                     "p: ilace=0x81 (INTERLACED), copProt=0x1, aspect={16,9}, ctrl=0xFFFFFFFF\n"}));
+                     "p: ilace=0xABC1 (INTERLACED), copProt=0xD, aspect={-1,-2}, ctrl=0xFFFFFFFF\n"}));
 }
 
 /// An MPEG-2 block with so many bytes of sequence header.
@@ -175,9 +182,9 @@ CMType Mpeg2(DWORD cbTold, size_t cbReal)
     FillVideo(video.hdr);
     video.dwStartTimeCode = 0xABC;
     video.cbSequenceHeader = cbTold;
-    video.dwProfile = 4;
-    video.dwLevel = 8;
-    video.dwFlags = 0x10;
+    video.dwProfile = 0xFFFFFFFF;
+    video.dwLevel = 0xFFFFFFFE;
+    video.dwFlags = 0xFEDC;
     constexpr size_t nOffset = offsetof(MPEG2VIDEOINFO, dwSequenceHeader);
     std::vector<BYTE> block(std::max(sizeof(video), nOffset + cbReal), BYTE{0});
     memcpy(block.data(), &video, sizeof(video));
@@ -195,7 +202,7 @@ Texts ExpectedMpeg2(const CMType& mt, DWORD cbTold, size_t cbTraced, const char*
     Texts expected = {FirstLine("FORMAT_MPEG2Video 720*576", mt.cbFormat), sRects, sBmi,
                       "p: ilace=0x0, copProt=0x0, aspect={0,0}, ctrl=0x0\n",
                       "p: startCode=0xABC, cbHeader=" + std::to_string(cbTold) +
-                          ", profile=4, level=8, flags=0x10, seqHeader[0]=0xB3B3B3B3\n"};
+                          ", profile=4294967295, level=4294967294, flags=0xFEDC, seqHeader[0]=0xB3B3B3B3\n"};
     if (cbTraced == 0)
         return expected;
     expected.push_back("p: " + std::string(pszHeading) + " Trace from address 0x" +

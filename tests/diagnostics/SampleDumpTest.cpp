@@ -95,10 +95,10 @@ TEST_F(SampleDump, TimesThatAreNotThere)
     sample.m_tS = 12345678;
     EXPECT_EQ(Dump(&sample),
               Texts{"p: tS=1.234'5678  tE=? (0x40270)  mS/mE=? (0x80040251) flags={000}" + Buffer(sample)});
-    sample.Script(eSC_GetTime, E_FAIL);
+    sample.Script(eSC_GetTime, E_OUTOFMEMORY);
     sample.Script(eSC_GetMediaTime, E_UNEXPECTED);
     EXPECT_EQ(Dump(&sample),
-              Texts{"p: tS/tE=? (0x80004005)  mS/mE=? (0x8000FFFF) flags={000}" + Buffer(sample)});
+              Texts{"p: tS/tE=? (0x8007000E)  mS/mE=? (0x8000FFFF) flags={000}" + Buffer(sample)});
 }
 
 TEST_F(SampleDump, Flags)
