@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 
 #include "dstl/dshowx/DSVideo.h"
 #include "picture/TgaBuilder.h"
@@ -113,24 +112,18 @@ RowModel OneColour(const Rgba& colour)
     };
 }
 
-RowModel FileShown(eKind eIs, std::function<Rgba(LONG x, LONG y)> fnColour, LONG nPeriod)
+RowModel FileShown(eKind eIs, std::function<Rgba(LONG x, LONG y)> fnColour)
 {
-    return [eIs, fnColour = std::move(fnColour), nPeriod,
-            cache = std::map<LONG, ModelRows>{}](const Layout& layout, LONG y) mutable
+    return [eIs, fnColour = std::move(fnColour)](const Layout& layout, LONG y)
     {
-        if (nPeriod != 0 && cache.count(y % nPeriod) != 0)
-            return cache[y % nPeriod];
         Picture strip(layout.nWidth, 2, {0, 0, 0, 0});
         for (LONG row = 0; row < 2; row++)
         {
             for (LONG x = 0; x < layout.nWidth; x++)
                 strip.At(x, row) = fnColour(x, y + row);
         }
-        const ModelRows rows = Cut(layout, ExpectedFrame(FormatOf(layout.fcc), eIs, strip, {layout.nWidth, 2},
-                                                         {0, 0, layout.nWidth, 2}, {0, 0}, false));
-        if (nPeriod != 0)
-            cache[y % nPeriod] = rows;
-        return rows;
+        return Cut(layout, ExpectedFrame(FormatOf(layout.fcc), eIs, strip, {layout.nWidth, 2},
+                                         {0, 0, layout.nWidth, 2}, {0, 0}, false));
     };
 }
 
@@ -138,11 +131,6 @@ Rgba ChartColour(LONG x, LONG y)
 {
     const LONG nX = x / 2, nY = y / 2;
     return {nX & 0xFF, nY & 0xFF, (nX >> 8 & 0xF) << 4 | (nY >> 8 & 0xF), 255};
-}
-
-Rgba RepeatedColour(LONG x, LONG y)
-{
-    return ChartColour(x, y % g_nRepeatedRows);
 }
 
 Bytes TgaOf(LONG nWidth, LONG nHeight, BYTE nBits, const std::function<Rgba(LONG x, LONG y)>& fnColour)

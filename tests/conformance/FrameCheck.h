@@ -38,15 +38,11 @@ using RowModel = std::function<ModelRows(const Layout& layout, LONG y)>;
 /// One colour everywhere. \param alpha of the colour as the frame has to show it
 RowModel OneColour(const Rgba& colour);
 /// A file of a kind, shown pixel by pixel. \param fnColour of its pixels
-/// \param nPeriod rows after which they repeat, an even number; 0 for rows that do not
-RowModel FileShown(eKind eIs, std::function<Rgba(LONG x, LONG y)> fnColour, LONG nPeriod = 0);
+RowModel FileShown(eKind eIs, std::function<Rgba(LONG x, LONG y)> fnColour);
 
 /// A colour that tells every row and every column from the others, alike in pairs of both, so that pixels
 /// that share their chroma have the same.
 Rgba ChartColour(LONG x, LONG y);
-/// The same with rows that repeat, for pictures whose every pixel would take long to compute.
-constexpr LONG g_nRepeatedRows = 270;
-Rgba RepeatedColour(LONG x, LONG y);
 
 /// A TGA file of these colours. \param nBits 24 or 32
 Bytes TgaOf(LONG nWidth, LONG nHeight, BYTE nBits, const std::function<Rgba(LONG x, LONG y)>& fnColour);

@@ -72,14 +72,14 @@ TEST_F(LargeFrames, ColoursOfUltraHighDefinition)
 TEST_F(LargeFrames, FilesOfUltraHighDefinition)
 {
     const SIZE size = {7680, 4320};
-    const std::string sFile = m_folder.Write("chart.tga", TgaOf(size.cx, size.cy, 24, RepeatedColour));
+    const std::string sFile = m_folder.Write("chart.tga", TgaOf(size.cx, size.cy, 24, ChartColour));
     unsigned nVariant = 3;
     for (const eQGFCC fcc : {eQGFCC_RGB32, eQGFCC_UYVY, eQGFCC_I420})
     {
         ASSERT_EQ(SetProps(fcc, size.cx, size.cy, false), S_OK);
         ASSERT_EQ(SetPicture(sFile), S_OK);
         ASSERT_NO_FATAL_FAILURE(
-            ExpectFromPeer(FormatOf(fcc), size, nVariant++, FileShown(eK_Tga24, RepeatedColour), 1));
+            ExpectFromPeer(FormatOf(fcc), size, nVariant++, FileShown(eK_Tga24, ChartColour), 1));
     }
 }
 

@@ -1,6 +1,7 @@
 // Which types the pin accepts, and what stream configuration gives, takes and says of itself.
 #include "FramesFixture.h"
 
+#include <climits>
 #include <cstring>
 
 namespace
@@ -198,6 +199,20 @@ TEST_F(Types, EveryCapabilityCanBeSet)
         EXPECT_TRUE(IsEqualGUID(pmt->subtype, SubtypeOf(0x3231564E)));
         EXPECT_EQ(Config().SetFormat(pmt), VFW_E_INVALIDMEDIATYPE);
         MTDelete(pmt);
+    }
+    // An index below 0 picks the first format.
+    for (const int nBelow : {-1, -3, -4, -5, -1000, INT_MIN})
+    {
+        SCOPED_TRACE(nBelow);
+        AM_MEDIA_TYPE *pmt = nullptr, *pmtFirst = nullptr;
+        VIDEO_STREAM_CONFIG_CAPS caps;
+        memset(&caps, 0xEE, sizeof(caps));
+        ASSERT_EQ(Config().GetStreamCaps(nBelow, &pmt, reinterpret_cast<BYTE*>(&caps)), S_OK);
+        EXPECT_EQ(memcmp(&caps, &expected, sizeof(caps)), 0);
+        ASSERT_EQ(Config().GetStreamCaps(0, &pmtFirst, reinterpret_cast<BYTE*>(&caps)), S_OK);
+        EXPECT_TRUE(MTEqual(pmt, pmtFirst));
+        MTDelete(pmt);
+        MTDelete(pmtFirst);
     }
     for (const int nBeyond : {40, 41, 1000, 0x7FFFFFFF})
     {
