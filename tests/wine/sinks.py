@@ -1,4 +1,4 @@
-"""What tests/wine/show-sinks and tests/wine/record-sinks share: the Wine prefix with the registered filter, the host
+"""What tests/wine/show-sinks, tests/wine/record-sinks and tests/wine/trace-sinks share: the Wine prefix with the registered filter, the host
 program, and the log of the filter."""
 import os
 import struct
@@ -45,6 +45,20 @@ def prepare():
 
 def finish():
     subprocess.run(["wineserver", "-k"], env=ENVIRONMENT, stdin=subprocess.DEVNULL)
+
+
+def start_screen():
+    """A virtual screen of 1024 by 768 on a display of its own."""
+    read, write = os.pipe()
+    screen = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1024x768x24"], pass_fds=[write],
+                              stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    os.close(write)
+    with os.fdopen(read) as pipe:
+        number = pipe.readline().strip()
+    if not number:
+        sys.exit("Xvfb does not start")
+    ENVIRONMENT["DISPLAY"] = ":" + number
+    return screen
 
 
 def clear_log():
