@@ -3,6 +3,7 @@
 #include <atomic>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -129,15 +130,21 @@ public:
     STDMETHODIMP_(ULONG) GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_RENDERER; }
 
     bool IsStopped() const { return m_state == State_Stopped; }
-    void NotifyComplete();
+    // The stream has ended. A graph forgets at its start what came before, so a paused sink waits with its
+    // word.
+    void OnEndOfStream();
+    // A flush takes back the end of the stream.
+    void OnFlush();
     SinkPin& Pin() { return m_pin; }
 
 private:
     ~FrameSink() = default;
+    void NotifyComplete();
 
     std::atomic<ULONG> m_references{1};
-    std::atomic<FILTER_STATE> m_state{State_Stopped};
-    std::mutex m_lock; // guards the members below
+    std::atomic<FILTER_STATE> m_state{State_Stopped}; // written under m_lock
+    std::mutex m_lock;                                // guards the members below
+    bool m_completeDue = false;                       // the stream has ended before the graph ran
     CComPtr<IReferenceClock> m_clock;
     IFilterGraph* m_graph = nullptr; // not counted: the graph holds the filter
     wchar_t m_name[MAX_FILTER_NAME] = {};
@@ -339,13 +346,14 @@ STDMETHODIMP SinkPin::EnumMediaTypes(IEnumMediaTypes** types)
 
 STDMETHODIMP SinkPin::EndOfStream()
 {
-    m_filter.NotifyComplete();
+    m_filter.OnEndOfStream();
     return S_OK;
 }
 
 STDMETHODIMP SinkPin::BeginFlush()
 {
     m_flushing = true;
+    m_filter.OnFlush();
     return S_OK;
 }
 
@@ -444,20 +452,32 @@ STDMETHODIMP FrameSink::GetClassID(CLSID* clsid)
 
 STDMETHODIMP FrameSink::Stop()
 {
-    m_state = State_Stopped;
+    {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_state = State_Stopped;
+        m_completeDue = false;
+    }
     m_pin.Drain();
     return S_OK;
 }
 
 STDMETHODIMP FrameSink::Pause()
 {
+    const std::lock_guard<std::mutex> lock(m_lock);
     m_state = State_Paused;
     return S_OK;
 }
 
 STDMETHODIMP FrameSink::Run(REFERENCE_TIME)
 {
-    m_state = State_Running;
+    bool due = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_state = State_Running;
+        due = std::exchange(m_completeDue, false);
+    }
+    if (due)
+        NotifyComplete();
     return S_OK;
 }
 
@@ -525,6 +545,23 @@ STDMETHODIMP FrameSink::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name)
     m_graph = graph;
     lstrcpynW(m_name, name ? name : L"", MAX_FILTER_NAME);
     return S_OK;
+}
+
+void FrameSink::OnEndOfStream()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        m_completeDue = m_state == State_Paused; // the end of a stream that was stopped concerns nobody
+        if (m_state != State_Running)
+            return;
+    }
+    NotifyComplete();
+}
+
+void FrameSink::OnFlush()
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    m_completeDue = false;
 }
 
 void FrameSink::NotifyComplete()
