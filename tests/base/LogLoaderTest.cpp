@@ -5,6 +5,7 @@
 #include "dstl/dshowx/LogLoader.h"
 
 #include "support/LogCapture.h"
+#include "support/OwnRegistry.h"
 #include "support/TestLog.h"
 
 #include <gtest/gtest.h>
@@ -20,24 +21,10 @@ namespace
 
 using std::wstring;
 
-/// Puts an empty key in the place of HKEY_CURRENT_USER for this process.
-class OwnRegistry
+/// The key of the loader, in a registry of its own.
+class LoaderRegistry : public OwnRegistry
 {
 public:
-    OwnRegistry()
-    {
-        swprintf(m_szPath, 100, L"Software\\QxLogLoaderTest-%lu", GetCurrentProcessId());
-        RegCreateKeyExW(HKEY_CURRENT_USER, m_szPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hRoot,
-                        nullptr);
-        EXPECT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, m_hRoot), ERROR_SUCCESS);
-    }
-    ~OwnRegistry()
-    {
-        EXPECT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, nullptr), ERROR_SUCCESS);
-        RegCloseKey(m_hRoot);
-        EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, m_szPath), ERROR_SUCCESS);
-    }
-
     /// Stores the default value of the loader's key.
     static void SetValue(DWORD dwType, const void* pv, size_t cb)
     {
@@ -57,10 +44,6 @@ public:
     {
         SetValue(REG_SZ, sText.c_str(), (sText.size() + 1) * sizeof(wchar_t));
     }
-
-private:
-    wchar_t m_szPath[100];
-    HKEY m_hRoot = nullptr;
 };
 
 /// The folder of the test program, with its last backslash.
@@ -105,7 +88,7 @@ protected:
         EXPECT_FALSE(loader.HasModule());
     }
 
-    OwnRegistry m_registry;
+    LoaderRegistry m_registry;
     HMODULE m_hScript = nullptr;
     ScriptLogState* m_pState = nullptr;
 };
@@ -117,27 +100,27 @@ TEST_F(LogLoaderTest, NoKey)
 
 TEST_F(LogLoaderTest, NoValue)
 {
-    OwnRegistry::SetValue(REG_SZ, nullptr, 0);
+    LoaderRegistry::SetValue(REG_SZ, nullptr, 0);
     ExpectSilent();
 }
 
 TEST_F(LogLoaderTest, AnEmptyValue)
 {
-    OwnRegistry::SetText(L"");
+    LoaderRegistry::SetText(L"");
     ExpectSilent();
-    OwnRegistry::SetValue(REG_SZ, L"", 0);
+    LoaderRegistry::SetValue(REG_SZ, L"", 0);
     ExpectSilent();
 }
 
 TEST_F(LogLoaderTest, APathThatLeadsNowhere)
 {
-    OwnRegistry::SetText(L"C:|no such folder|log64.dll");
+    LoaderRegistry::SetText(L"C:|no such folder|log64.dll");
     ExpectSilent();
 }
 
 TEST_F(LogLoaderTest, ADllWithoutTheExportIsUnloadedAtOnce)
 {
-    OwnRegistry::SetText(WithBars(Folder() + L"qxnolog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxnolog.dll"));
     ExpectSilent();
     const CLogLoader loader;
     EXPECT_EQ(GetModuleHandleW(L"qxnolog.dll"), nullptr);
@@ -149,7 +132,7 @@ TEST_F(LogLoaderTest, AttachesAndDetaches)
     {
         *m_pState = {};
         const wstring sPath = Folder() + L"qxscriptlog.dll";
-        OwnRegistry::SetText(bBars ? WithBars(sPath) : sPath);
+        LoaderRegistry::SetText(bBars ? WithBars(sPath) : sPath);
         {
             const CLogLoader loader;
             EXPECT_TRUE(loader.HasModule());
@@ -175,7 +158,7 @@ TEST_F(LogLoaderTest, AttachesAndDetaches)
 
 TEST_F(LogLoaderTest, AFailedExportIsNotAttachedTo)
 {
-    OwnRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
     m_pState->nResult = 1;
     m_pState->bNoObject = true;
     {
@@ -202,7 +185,7 @@ TEST_F(LogLoaderTest, AFailedExportIsNotAttachedTo)
 
 TEST_F(LogLoaderTest, AnExportThatSucceedsWithoutAnObject)
 {
-    OwnRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
     m_pState->bNoObject = true;
     const CLogLoader loader;
     ILogObject* plog = nullptr;
@@ -212,7 +195,7 @@ TEST_F(LogLoaderTest, AnExportThatSucceedsWithoutAnObject)
 
 TEST_F(LogLoaderTest, ADetachThatKeepsThePointerIsAsserted)
 {
-    OwnRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
     m_pState->bKeepPointer = true;
     AssertCapture asserts;
     {
@@ -237,7 +220,7 @@ TEST_F(LogLoaderTest, PathsUpToTheBuffersSize)
 {
     const wstring sFits = PathOfLength(259);
     ASSERT_EQ(sFits.size(), 259u);
-    OwnRegistry::SetText(WithBars(sFits));
+    LoaderRegistry::SetText(WithBars(sFits));
     {
         const CLogLoader loader;
         EXPECT_TRUE(loader.HasModule());
@@ -245,20 +228,20 @@ TEST_F(LogLoaderTest, PathsUpToTheBuffersSize)
     // With its terminator this one is larger than the buffer; without it, it fills the buffer.
     const wstring sFills = PathOfLength(260);
     ASSERT_EQ(sFills.size(), 260u);
-    OwnRegistry::SetText(WithBars(sFills));
+    LoaderRegistry::SetText(WithBars(sFills));
     ExpectSilent();
-    OwnRegistry::SetValue(REG_SZ, wstring(260, L'x').data(), 520);
+    LoaderRegistry::SetValue(REG_SZ, wstring(260, L'x').data(), 520);
     ExpectSilent();
-    OwnRegistry::SetText(wstring(100000, L'x'));
+    LoaderRegistry::SetText(wstring(100000, L'x'));
     ExpectSilent();
 }
 
 TEST_F(LogLoaderTest, ValuesOfOtherTypes)
 {
     const DWORD dwValue = 0x00410041;
-    OwnRegistry::SetValue(REG_DWORD, &dwValue, sizeof(dwValue));
+    LoaderRegistry::SetValue(REG_DWORD, &dwValue, sizeof(dwValue));
     ExpectSilent();
-    OwnRegistry::SetValue(REG_BINARY, "\x01\x02\x03", 3);
+    LoaderRegistry::SetValue(REG_BINARY, "\x01\x02\x03", 3);
     ExpectSilent();
 }
 
@@ -303,7 +286,7 @@ TEST_F(LogLoaderTest, AModuleWithoutALogIsSilentButReports)
     EXPECT_TRUE(log.Lines().empty());
 
     // A log DLL that is named later is not seen until the module is loaded afresh.
-    OwnRegistry::SetText(WithBars(Folder() + L"qxtestlog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxtestlog.dll"));
     probe.pfnTrace(2, L"nobody listens yet");
     EXPECT_TRUE(log.Lines().empty());
 }
@@ -316,7 +299,7 @@ TEST_F(LogLoaderTest, AModuleAttachesWhenItIsLoadedAndDetachesWhenItGoes)
     const int nClients = pfnGetClients();
     EXPECT_GE(nClients, 1); // the test program itself
 
-    OwnRegistry::SetText(WithBars(Folder() + L"qxtestlog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxtestlog.dll"));
     LogCapture log;
     for (int i = 0; i < 3; i++)
     {
@@ -338,7 +321,7 @@ TEST_F(LogLoaderTest, AModuleAttachesWhenItIsLoadedAndDetachesWhenItGoes)
 
 TEST_F(LogLoaderTest, TheBufferOfALineStartsWithItsLevelPlusOne)
 {
-    OwnRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxscriptlog.dll"));
     const Probe probe;
     for (const UINT nLevel : {0u, 1u, 2u, 4u, 8u})
     {

@@ -6,6 +6,7 @@
 #include "qxlog/LogFiles.h"
 
 #include "dstl/dshowx/QXLog.h"
+#include "support/OwnRegistry.h"
 
 #include <gtest/gtest.h>
 
@@ -21,24 +22,9 @@ namespace fs = std::filesystem;
 using std::string;
 using std::wstring;
 
-/// Puts an empty key in the place of HKEY_CURRENT_USER for this process.
 class LogKeyTest : public testing::Test
 {
 protected:
-    LogKeyTest()
-    {
-        swprintf(m_szPath, 100, L"Software\\QxLogKeyTest-%lu", GetCurrentProcessId());
-        RegCreateKeyExW(HKEY_CURRENT_USER, m_szPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hRoot,
-                        nullptr);
-        EXPECT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, m_hRoot), ERROR_SUCCESS);
-    }
-    ~LogKeyTest()
-    {
-        EXPECT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, nullptr), ERROR_SUCCESS);
-        RegCloseKey(m_hRoot);
-        EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, m_szPath), ERROR_SUCCESS);
-    }
-
     static void SetValue(const wchar_t* pszName, DWORD dwType, const void* pv, DWORD cb)
     {
         ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, szQXLogKey, pszName, dwType, pv, cb), ERROR_SUCCESS);
@@ -53,8 +39,7 @@ protected:
     }
 
 private:
-    wchar_t m_szPath[100];
-    HKEY m_hRoot = nullptr;
+    OwnRegistry m_registry;
 };
 
 TEST_F(LogKeyTest, IsWrittenWithBarsAndReadWithBackslashes)

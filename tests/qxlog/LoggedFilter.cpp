@@ -1,6 +1,7 @@
 #include "qxlog/LoggedFilter.h"
 
 #include "dstl/dshowx/QXLog.h"
+#include "support/OwnRegistry.h"
 
 #include <gtest/gtest.h>
 
@@ -10,15 +11,11 @@ namespace
 {
 
 /// Names qxlog64.dll in the registry, for this process and as long as the scope lasts.
-class OwnLogKey
+class OwnLogKey : public OwnRegistry
 {
 public:
     OwnLogKey()
     {
-        swprintf(m_szPath, 100, L"Software\\QxLoggedFilter-%lu", GetCurrentProcessId());
-        RegCreateKeyExW(HKEY_CURRENT_USER, m_szPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hRoot,
-                        nullptr);
-        EXPECT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, m_hRoot), ERROR_SUCCESS);
         wchar_t szProgram[MAX_PATH] = {};
         GetModuleFileNameW(nullptr, szProgram, MAX_PATH);
         std::wstring sDll = (std::filesystem::path(szProgram).parent_path() / L"qxlog64.dll").wstring();
@@ -27,18 +24,6 @@ public:
                                   static_cast<DWORD>((sDll.size() + 1) * sizeof(wchar_t))),
                   ERROR_SUCCESS);
     }
-    ~OwnLogKey()
-    {
-        EXPECT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, nullptr), ERROR_SUCCESS);
-        RegCloseKey(m_hRoot);
-        EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, m_szPath), ERROR_SUCCESS);
-    }
-    OwnLogKey(const OwnLogKey&) = delete;
-    OwnLogKey& operator=(const OwnLogKey&) = delete;
-
-private:
-    wchar_t m_szPath[100];
-    HKEY m_hRoot = nullptr;
 };
 
 } // namespace
