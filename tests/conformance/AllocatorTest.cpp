@@ -1,6 +1,7 @@
 // The filter's own allocator and its samples, as a peer meets them through the connection.
 #include "Conformance.h"
 
+#include "support/CountedNotify.h"
 #include "support/FakeSample.h"
 
 #include <algorithm>
@@ -250,27 +251,9 @@ TEST_F(Allocator, WaitingForABuffer)
     }
 }
 
-class Notified : public IMemAllocatorNotifyCallbackTemp
-{
-public:
-    STDMETHOD(QueryInterface)(REFIID, void** ppv) override
-    {
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++m_nRefs); }
-    STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--m_nRefs); }
-    STDMETHOD(NotifyRelease)() override
-    {
-        ++m_nCalls;
-        return S_OK;
-    }
-    int m_nRefs = 0, m_nCalls = 0;
-};
-
 TEST_F(Allocator, TellsOfSamplesThatComeBack)
 {
-    Notified notified;
+    CountedNotify notified;
     EXPECT_EQ(m_spAllocator->SetNotify(&notified), S_OK);
     EXPECT_EQ(notified.m_nRefs, 1);
     CComPtr<IMediaSample> sp1, sp2;

@@ -4,10 +4,10 @@
 #include "dstl/dshowx/GreedAllocator.h"
 #include "memory/MemoryCalls.h"
 #include "memory/TraceTap.h"
+#include "support/CountedNotify.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -21,25 +21,6 @@ inline PropsTuple AsTuple(const ALLOCATOR_PROPERTIES& rg)
 {
     return {rg.cBuffers, rg.cbBuffer, rg.cbAlign, rg.cbPrefix};
 }
-
-/// A callback that counts its calls. The test owns it.
-class CountedNotify final : public IMemAllocatorNotifyCallbackTemp
-{
-public:
-    STDMETHOD(QueryInterface)(REFIID, void** ppv) override
-    {
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++m_nRefs); }
-    STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--m_nRefs); }
-    STDMETHOD(NotifyRelease)() override
-    {
-        ++m_nCalls;
-        return S_OK;
-    }
-    std::atomic<long> m_nRefs = 0, m_nCalls = 0;
-};
 
 /// One allocator. At the end nothing of it is left.
 class AllocatorFixture : public testing::Test

@@ -1,0 +1,27 @@
+#pragma once
+/// A client of an allocator that counts what it is told.
+
+#include "dstl/WinAPI/Platform.h"
+
+#include <strmif.h>
+
+#include <atomic>
+
+/// A callback that counts its calls. The test owns it.
+class CountedNotify final : public IMemAllocatorNotifyCallbackTemp
+{
+public:
+    STDMETHOD(QueryInterface)(REFIID, void** ppv) override
+    {
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHOD_(ULONG, AddRef)() override { return static_cast<ULONG>(++m_nRefs); }
+    STDMETHOD_(ULONG, Release)() override { return static_cast<ULONG>(--m_nRefs); }
+    STDMETHOD(NotifyRelease)() override
+    {
+        ++m_nCalls;
+        return S_OK;
+    }
+    std::atomic<long> m_nRefs = 0, m_nCalls = 0;
+};
