@@ -66,63 +66,34 @@ ULONG CCoQXStillSource::InternalRelease() noexcept
 
 // --- IMediaFilter
 
-CCoQXStillSource::CWorkerLock::CWorkerLock(CCoQXStillSource& filter) noexcept
-{
-    const CCoQXStillSourceOut* const pOut = filter.OutPin();
-    if (pOut == nullptr || !pOut->m_Thread.IsCurrent())
-        return;
-    while (!filter.m_lock.TryLock())
-    {
-        if (pOut->m_bStopping)
-        {
-            m_bRefused = true;
-            return;
-        }
-        Sleep(1); // another operation elsewhere: it ends, or it is a stop that is about to say so
-    }
-    m_pLock = &filter.m_lock;
-}
-
-CCoQXStillSource::CWorkerLock::~CWorkerLock()
-{
-    if (m_pLock != nullptr)
-        m_pLock->Unlock();
-}
-
 STDMETHODIMP CCoQXStillSource::Stop() noexcept
 {
-    const CWorkerLock worker(*this);
-    if (worker.IsRefused())
-        return S_OK; // the stop is under way
-    CScopedLock lock(&m_lock);
-    if (!m_apOut)
-        return IBaseFilterImpl::Stop();
-    // From here on, and not from the wait on: the peer's allocator may wait for the worker in its Decommit.
-    const bool bWasStopping = m_apOut->m_bStopping.exchange(true);
+    CStateChange change(*this, State_Stopped);
+    if (change.IsRefused())
+        return change.Refusal();
     const HRESULT hr = IBaseFilterImpl::Stop();
     // Whatever came of it: the allocator may be gone already, and the worker has to rest all the same.
-    m_apOut->StreamStop();
-    m_apOut->m_bStopping = bWasStopping;
-    return hr;
+    if (m_apOut)
+        m_apOut->StreamStop();
+    return change.Stopped(hr);
 }
 
 STDMETHODIMP CCoQXStillSource::Pause() noexcept
 {
-    const CWorkerLock worker(*this);
-    if (worker.IsRefused())
-        return VFW_E_STATE_CHANGED;
-    CScopedLock lock(&m_lock);
+    CStateChange change(*this, State_Paused);
+    if (change.IsRefused())
+        return change.Refusal();
     const bool bWasStopped = m_eState == State_Stopped;
     HRESULT hr = IBaseFilterImpl::Pause();
-    if (hr == S_OK && bWasStopped)
+    if (hr == S_OK && bWasStopped && !change.IsStopWanted())
         hr = m_apOut->StreamStart();
-    return hr;
+    return change.Started(hr);
 }
 
-STDMETHODIMP CCoQXStillSource::Run(REFERENCE_TIME tStart) noexcept
+QG_VID_PROPS CCoQXStillSource::GetProps() const noexcept
 {
-    const CWorkerLock worker(*this);
-    return worker.IsRefused() ? VFW_E_STATE_CHANGED : IBaseFilterImpl::Run(tStart);
+    CScopedLock crs(&m_crsNames);
+    return m_VidProps;
 }
 
 // --- IFileSourceFilter
@@ -155,27 +126,33 @@ STDMETHODIMP CCoQXStillSource::SetOutputFormat(BSTR _bsFourcc, int _nWidth, int 
     if (FilterState() != State_Stopped)
         return VFW_E_NOT_STOPPED;
     const bool bDefault = _bsFourcc == nullptr || *_bsFourcc == 0;
-    m_VidProps.fccType = bDefault ? eQGFCC_Default : static_cast<eQGFCC>(FourccFromName(_bsFourcc));
-    m_VidProps.nWidth = _nWidth;
-    m_VidProps.nHeight = _nHeight;
+    const eQGFCC fccType = bDefault ? eQGFCC_Default : static_cast<eQGFCC>(FourccFromName(_bsFourcc));
+    ChangeProps(
+        [=](QG_VID_PROPS& props)
+        {
+            props.fccType = fccType;
+            props.nWidth = _nWidth;
+            props.nHeight = _nHeight;
+        });
     return UpdateOutputType();
 }
 
 STDMETHODIMP CCoQXStillSource::GetOutputFormat(BSTR* _pbsFourcc, int* _pnWidth, int* _pnHeight) noexcept
 {
+    const QG_VID_PROPS props = GetProps();
     if (_pbsFourcc != nullptr)
     {
         wchar_t szName[cchFourccName] = L"";
-        if (m_VidProps.fccType != eQGFCC_Default)
-            Fourcc2Name(m_VidProps.fccType, szName);
+        if (props.fccType != eQGFCC_Default)
+            Fourcc2Name(props.fccType, szName);
         *_pbsFourcc = SysAllocString(szName);
         if (*_pbsFourcc == nullptr)
             return E_OUTOFMEMORY;
     }
     if (_pnWidth != nullptr)
-        *_pnWidth = m_VidProps.nWidth;
+        *_pnWidth = props.nWidth;
     if (_pnHeight != nullptr)
-        *_pnHeight = m_VidProps.nHeight;
+        *_pnHeight = props.nHeight;
     return S_OK;
 }
 
@@ -183,7 +160,7 @@ STDMETHODIMP CCoQXStillSource::SetFrameRate(double _dblFrameRate) noexcept
 {
     if (FilterState() != State_Stopped)
         return VFW_E_NOT_STOPPED;
-    m_VidProps.dblRate = _dblFrameRate;
+    ChangeProps([=](QG_VID_PROPS& props) { props.dblRate = _dblFrameRate; });
     return UpdateOutputType();
 }
 
@@ -191,7 +168,7 @@ STDMETHODIMP CCoQXStillSource::GetFrameRate(double* _pdblFrameRate) noexcept
 {
     if (_pdblFrameRate == nullptr)
         return E_POINTER;
-    *_pdblFrameRate = m_VidProps.dblRate;
+    *_pdblFrameRate = GetProps().dblRate;
     return S_OK;
 }
 
@@ -200,7 +177,7 @@ STDMETHODIMP CCoQXStillSource::SetOutputProps(QG_VID_PROPS* _pVidProps) noexcept
     if (_pVidProps == nullptr)
         return E_POINTER;
     // Deliberately without a test of the state: a running graph goes on in its type.
-    m_VidProps = *_pVidProps;
+    ChangeProps([propsNew = *_pVidProps](QG_VID_PROPS& props) { props = propsNew; });
     return UpdateOutputType();
 }
 
@@ -208,6 +185,6 @@ STDMETHODIMP CCoQXStillSource::GetOutputProps(QG_VID_PROPS* _pVidProps) noexcept
 {
     if (_pVidProps == nullptr)
         return E_POINTER;
-    *_pVidProps = m_VidProps;
+    *_pVidProps = GetProps();
     return S_OK;
 }

@@ -11,8 +11,9 @@
 #include "dstl/Old/FileList.h"
 #include "dstl/dshowx/DSFilters.h"
 
-/// The filter. Locks, always in this order: this object's m_lock, the pin's m_lock, m_crsPosition,
-/// m_crsPicture. The worker of the pin never takes the first one.
+/// The filter. Locks that a thread waits for, always in this order: this object's m_lock, the pin's m_lock,
+/// m_crsSeek, m_crsPosition, m_crsPicture. A thread within a call of the filter or its pin, the worker above all,
+/// waits for none of the first three.
 class ATL_NO_VTABLE CCoQXStillSource : public CComObjectRootEx<CComMultiThreadModel>,
                                        public CComCoClass<CCoQXStillSource, &CLSID_CoQXStillSource>,
                                        public CSourceFilter<CCoQXStillSource, CCoQXStillSourceOut>,
@@ -44,12 +45,9 @@ public:
 
     LPCWSTR GetClassName() const noexcept override { return L"CCoQXStillSource"; }
 
-    // IMediaFilter: the base's operations with the pump around them. From within a call of the worker they
-    // come through as well; while another thread is in Stop, which waits for the worker, Stop there has
-    // nothing left to do, and Pause and Run answer VFW_E_STATE_CHANGED.
+    // IMediaFilter: the base's operations with the pump around them. See CStateChange.
     STDMETHOD(Stop)() noexcept override;
     STDMETHOD(Pause)() noexcept override;
-    STDMETHOD(Run)(REFERENCE_TIME tStart) noexcept override;
 
     // IFileSourceFilter
     STDMETHOD(Load)(LPCOLESTR pszFileName, const AM_MEDIA_TYPE* pmt) noexcept override;
@@ -71,7 +69,12 @@ public:
     /// Builds the type that m_VidProps and the picture ask for, and brings it to the pin: at once when it is
     /// not connected, through the graph when it is and the filter is stopped, not at all in a running graph.
     /// No lock is held when the graph is called.
+    /// \return S_OK, what Reconnect returns, or VFW_E_STATE_CHANGED within a call of the pin while another
+    /// thread makes or breaks the connection
     HRESULT UpdateOutputType() noexcept;
+    /// Lets the graph connect the pin anew with a type. Does nothing unless the filter is stopped, nor within a
+    /// call of the filter or its pin: the graph may be waiting for that call.
+    HRESULT Reconnect(const AM_MEDIA_TYPE* pmt) noexcept;
 
     /// Makes the type that m_VidProps asks for.
     /// \param mt out: unchanged on failure \param picBase gives what m_VidProps leaves open
@@ -83,7 +86,17 @@ public:
     /// Name number nFrame of a list of several, counted round. \return false for a list of one or none
     bool GetListEntry(LONGLONG nFrame, CComBSTR& bsName) noexcept;
 
-    /// What was asked for. It starts with eQGKA_Crop, deliberately not with the default. No lock of its own.
+    /// A copy of what was asked for; any thread.
+    QG_VID_PROPS GetProps() const noexcept;
+    /// Changes what was asked for in one step. \param fnChange gets the record
+    template <class TChange>
+    void ChangeProps(TChange fnChange) noexcept
+    {
+        CScopedLock crs(&m_crsNames);
+        fnChange(m_VidProps);
+    }
+
+    /// What was asked for. It starts with eQGKA_Crop, deliberately not with the default. Guarded by m_crsNames.
     QG_VID_PROPS m_VidProps{};
     CComBSTR m_bsFileName; ///< the name last accepted, whole; guarded by m_crsNames
     CFileNames m_arrFiles; ///< the names that it stands for; guarded by the pin's m_crsPicture
@@ -92,25 +105,5 @@ public:
     CSimpleArray2<CMType> m_arrSupport;
 
 private:
-    /// All of UpdateOutputType that stays within filter and pin.
-    /// \param mt receives the type \return whether the graph has to connect the pin anew with it
-    bool RenewOutputType(CMType& mt) noexcept;
-    /// Lets the worker take m_lock within its calls downstream, where a peer may change the state: it is
-    /// refused while another thread has the lock in a Stop, which waits for the worker. Other threads pass
-    /// without a lock.
-    class CWorkerLock
-    {
-    public:
-        explicit CWorkerLock(CCoQXStillSource& filter) noexcept;
-        ~CWorkerLock();
-        CWorkerLock(const CWorkerLock&) = delete;
-        CWorkerLock& operator=(const CWorkerLock&) = delete;
-        bool IsRefused() const noexcept { return m_bRefused; }
-
-    private:
-        CCritSec* m_pLock = nullptr;
-        bool m_bRefused = false;
-    };
-
-    CCritSec m_crsNames; ///< leaf, held to exchange or copy a value
+    mutable CCritSec m_crsNames; ///< leaf, held to exchange or copy a value
 };

@@ -9,27 +9,25 @@ HRESULT CCoQXStillSourceOut::FinalConstruct() noexcept
     GdiPlusStart(&m_nGdiPlusToken);
     InitTimeFormats();
     trace(atlTraceGeneral, eTL_Error, L"CCoQXStillSourceOut::FinalConstruct\n");
-    const HRESULT hr = m_Thread.InitThread(this, &ThreadProc, 0);
+    const HRESULT hr = m_pump.Init(this, &ThreadProc);
     DSASSERT(hr == S_OK);
-    if (!m_evStopped.Create(false))
-        m_Thread.Stop(INFINITE, false, false); // nobody could wait for the worker: the pin stands without
-    return S_OK;
+    return S_OK; // also without a worker
 }
 
 void CCoQXStillSourceOut::FinalRelease() noexcept
 {
     GdiPlusStop(m_nGdiPlusToken);
     trace(atlTraceGeneral, eTL_Error, L"CCoQXStillSourceOut::FinalRelease\n");
-    m_Thread.Stop(INFINITE, false, false);
+    m_pump.End();
 }
 
 ULONG CCoQXStillSourceOut::InternalRelease() noexcept
 {
     const ULONG nRefs = CComObjectRootEx::InternalRelease();
-    if (nRefs != 0 || m_bWorkerLeaves || !m_Thread.IsCurrent())
+    if (nRefs != 0 || m_bWorkerLeaves || !m_pump.IsCurrent())
         return nRefs;
     m_bWorkerOwns = true;
-    m_Thread.m_bRun = false;
+    m_pump.Leave();
     return InternalAddRef();
 }
 
@@ -47,15 +45,17 @@ void CCoQXStillSourceOut::ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept
     m_picOutput = GetPicProps();
 }
 
-bool CCoQXStillSourceOut::ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept
+HRESULT CCoQXStillSourceOut::ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept
 {
     if (IsConnected())
-        return false; // without the lock, which a connection holds while it asks its peer
-    CScopedLock lock(&m_lock);
+        return S_FALSE; // without the lock, which a connection holds while it asks its peer
+    const CScopedTryLock lock(&m_lock, !IsInCall());
+    if (!lock.IsHeld())
+        return VFW_E_STATE_CHANGED;
     if (IsConnected())
-        return false;
+        return S_FALSE;
     ApplyOutputType(pmt);
-    return true;
+    return S_OK;
 }
 
 REFERENCE_TIME CCoQXStillSourceOut::GetFrameTime() const noexcept

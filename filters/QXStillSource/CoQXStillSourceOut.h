@@ -10,11 +10,11 @@
 
 #include "Common/Common.h"
 #include "PictureNames.h"
+#include "PumpThread.h"
 #include "QXStillSource.h"
 #include "StreamConfig.h"
 #include "dstl/Old/GDIPlusHelpers.h"
 #include "dstl/WinAPI/Blob.h"
-#include "dstl/WinAPI/Threads.h"
 #include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSPins.h"
 #include "dstl/dshowx/DSQuality.h"
@@ -65,7 +65,9 @@ public:
 
     /// Time of the last frame; a frame length of 0 gives 0. Takes no lock.
     STDMETHOD(GetDuration)(LONGLONG* pDuration) noexcept override;
-    /// Sets the next and the last frame, flushes the peer, and begins a segment. Takes m_crsPosition.
+    /// Flushes the peer, sets the next and the last frame, and begins a segment. Takes m_crsSeek for all of it,
+    /// m_crsPosition for the numbers.
+    /// \return S_OK; VFW_E_STATE_CHANGED within a call of the pin while another seek, or this one, flushes
     /// \param pCurrent,pStop null for a position that stays; times are cut to frames toward zero
     /// \param dwCurrentFlags,dwStopFlags only absolute and relative positioning have an effect
     STDMETHOD(SetPositions)
@@ -73,8 +75,8 @@ public:
     /// Times of the next and of the last frame; each pointer may be null. Takes m_crsPosition.
     STDMETHOD(GetPositions)(LONGLONG* pCurrent, LONGLONG* pStop) noexcept override;
 
-    /// The worker's questions go without m_lock: a Stop that waits for them may hold it.
-    bool HookIsWorker() const noexcept override { return m_Thread.IsCurrent(); }
+    /// Within a call of the worker, or of a seek that flushes.
+    bool HookIsStreamCall() const noexcept override { return m_pump.IsCurrent() || m_crsSeek.IsMine(); }
 
     // --- Picture selection
 
@@ -92,8 +94,10 @@ public:
     /// Called by a control thread and by the worker. Takes m_crsPicture: a frame that is being composed keeps
     /// its size.
     void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept;
-    /// The same under m_lock, unless the pin is connected. \return whether it was done
-    bool ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept;
+    /// The same under m_lock, unless the pin is connected.
+    /// \return S_OK; S_FALSE for a connected pin; VFW_E_STATE_CHANGED within a call of the pin while another
+    /// thread has m_lock
+    HRESULT ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept;
 
     // --- Composition
 
@@ -105,10 +109,11 @@ public:
 
     /// Called on the way from stopped to paused: a new segment begins, the frame number goes on.
     HRESULT StreamStart() noexcept;
-    /// Waits without a limit until the worker has finished its step. Without a worker it returns at once.
+    /// Waits without a limit until the worker has finished its step. Without a worker it returns at once, and
+    /// so it does within a call of the pin: the worker then rests when its step is over.
     void StreamStop() noexcept;
     /// Ends what is left of the pump when the filter goes without having been stopped. Within a call of the
-    /// worker it only says so, as the worker cannot wait for itself; so does StreamStop.
+    /// worker it only says so, as the worker cannot wait for itself.
     void StreamAbandon() noexcept;
 
     /// One step of the pump. \return milliseconds until the next one: 0 or INFINITE
@@ -141,15 +146,12 @@ public:
     /// 90000 times the highest 32-bit count.
     static constexpr LONGLONG nNoStopFrame = 90000LL * 2147483647LL;
 
-    std::atomic<bool> m_bStreaming = false; ///< the pump should run; changed under m_lock but for StreamStart
-    std::atomic<bool> m_bSending = false;   ///< the worker is in Send; set under m_lock
-    std::atomic<bool> m_bStopping = false;  ///< a thread is in Stop, and is going to wait for the worker
-    CEvent m_evStopped;                     ///< the worker has seen the end of streaming
-    CSimpleThread m_Thread;                 ///< the worker
+    CCritSec m_crsSeek; ///< held by a seek while it flushes the peer; taken before m_crsPosition
+    CPumpThread m_pump; ///< the worker
 
 private:
     static DWORD ThreadProc(void* pv) noexcept;
-    void Pump() noexcept;
+    static DWORD Step(void* pv) noexcept;
 
     HRESULT ComposeFrame() noexcept;
     HRESULT MakeSolidPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept;

@@ -75,7 +75,7 @@ HRESULT CCoQXStillSourceOut::ComposeFrame() noexcept
     const CCoQXStillSource* const pFilter = m_pFilter;
     if (pFilter == nullptr)
         return E_UNEXPECTED;
-    const QG_VID_PROPS props = pFilter->m_VidProps;
+    const QG_VID_PROPS props = pFilter->GetProps();
 
     // A colour or a built-in picture leaves its format in m_picSource, from where the next default type
     // comes.

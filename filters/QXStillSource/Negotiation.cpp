@@ -105,7 +105,7 @@ SHORT ClampToShort(LONGLONG n) noexcept
 
 HRESULT CCoQXStillSource::BuildOutputType(CMType& mt, const PicProps& picBase) noexcept
 {
-    const QG_VID_PROPS props = m_VidProps;
+    const QG_VID_PROPS props = GetProps();
     const DWORD fccType =
         props.fccType != eQGFCC_Default ? static_cast<DWORD>(props.fccType) : picBase.fccType;
     const LONG nWidth = props.nWidth != 0 ? props.nWidth : picBase.nWidth;
@@ -152,7 +152,7 @@ void CCoQXStillSource::RebuildSupportedTypes(const AM_MEDIA_TYPE* mt) noexcept
         PicProps picBase{};
         const int nIndex = MTGetPicProps(mt, &picBase);
         DSASSERT(nIndex != -1);
-        const DWORD fccWanted = static_cast<DWORD>(m_VidProps.fccType);
+        const DWORD fccWanted = static_cast<DWORD>(GetProps().fccType);
         for (int i = 0; nIndex >= 0 && i < nVideoFormats; i++)
         {
             const DWORD fcc = rgFormat[i].Code();
@@ -190,20 +190,18 @@ HRESULT CCoQXStillSource::UpdateOutputType() noexcept
     CCoQXStillSourceOut* const pOut = OutPin();
     if (pOut == nullptr)
         return E_UNEXPECTED;
+    // A type that cannot be built stays empty: the pin then has none, and connecting it fails.
     CMType mt;
-    return RenewOutputType(mt) ? MakeReconnect(&mt, pOut) : S_OK;
+    BuildOutputType(mt, pOut->GetSourceProps());
+    RebuildSupportedTypes(&mt);
+    const HRESULT hr = pOut->ApplyUnconnected(&mt);
+    // Not stored before the graph has connected the pin anew: a refusal leaves the old type.
+    return hr == S_FALSE ? Reconnect(&mt) : hr;
 }
 
-bool CCoQXStillSource::RenewOutputType(CMType& mt) noexcept
+HRESULT CCoQXStillSource::Reconnect(const AM_MEDIA_TYPE* pmt) noexcept
 {
-    CCoQXStillSourceOut& out = *OutPin();
-    // A type that cannot be built stays empty: the pin then has none, and connecting it fails.
-    BuildOutputType(mt, out.GetSourceProps());
-    RebuildSupportedTypes(&mt);
-    if (out.ApplyUnconnected(&mt))
-        return false;
-    // Not stored before the graph has connected the pin anew: a refusal leaves the old type.
-    return FilterState() == State_Stopped;
+    return FilterState() == State_Stopped && !IsInCall() ? MakeReconnect(pmt, OutPin()) : S_OK;
 }
 
 HRESULT ConvertVideoType(CMType& mtNew, const AM_MEDIA_TYPE* mtBase, const GUID& formatType, DWORD fcc,

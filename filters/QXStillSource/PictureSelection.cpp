@@ -117,7 +117,7 @@ HRESULT CCoQXStillSourceOut::SelectPictureByName(const CCoQXStillSource* pFilter
         return S_OK;
     }
 
-    const bool bAlpha = pFilter->m_VidProps.fccType == eQGFCC_ARGB32;
+    const bool bAlpha = pFilter->GetProps().fccType == eQGFCC_ARGB32;
     const HRESULT hr = CPicturePersist::LoadPicture(pszPicture, nullptr, bAlpha, m_blobSource, m_picSource);
     if (FAILED(hr))
         return hr;
@@ -160,7 +160,8 @@ STDMETHODIMP CCoQXStillSource::SetPicture(BSTR _bsFileName) noexcept
         return hr;
     if (nEntries > 1)
     {
-        CScopedLock crs(&pOut->m_crsPosition);
+        // Within a call of the pin perhaps without the lock: the worker, which has it then, only reads the number.
+        const CScopedTryLock crs(&pOut->m_crsPosition, !pOut->IsInCall());
         pOut->m_nStopFrame = nEntries;
     }
     {
@@ -212,19 +213,14 @@ STDMETHODIMP CCoQXStillSource::SetPictureHandle(int _hBitmap) noexcept
             return hr;
     }
 
-    CScopedLock lock(&pOut->m_lock); // before the picture's, as storing the type takes it
-    CScopedLock crs(&pOut->m_crsPicture);
-    const int nFormat = MTGetPicProps(&mtTemp, &pOut->m_picSource);
-    DSASSERT(nFormat != -1);
-    if (nFormat < 0)
-        return E_INVALIDARG;
-    pOut->m_blobFrame.SetSize(0);
-    pOut->m_blobSource = std::move(blobImage);
-    CMType mt;
-    const bool bReconnect = RenewOutputType(mt);
-    // The graph has a lock of its own, which it also holds when it stops the filter and so waits for the
-    // worker, and the worker needs the picture.
-    crs.Unlock();
-    lock.Unlock();
-    return bReconnect ? MakeReconnect(&mt, pOut) : S_OK;
+    {
+        CScopedLock crs(&pOut->m_crsPicture);
+        const int nFormat = MTGetPicProps(&mtTemp, &pOut->m_picSource);
+        DSASSERT(nFormat != -1);
+        if (nFormat < 0)
+            return E_INVALIDARG;
+        pOut->m_blobFrame.SetSize(0);
+        pOut->m_blobSource = std::move(blobImage);
+    }
+    return UpdateOutputType();
 }

@@ -10,7 +10,7 @@ DWORD CCoQXStillSourceOut::ThreadProc(void* pv) noexcept
     const HRESULT hr = CoInitializeEx(NULL, 0); // the multithreaded apartment
     DSASSERT(hr == S_OK);
     auto* const pPin = static_cast<CCoQXStillSourceOut*>(pv);
-    pPin->Pump();
+    pPin->m_pump.Loop(pPin, &Step);
     const bool bOwns = pPin->m_bWorkerOwns;
     if (bOwns)
     {
@@ -25,32 +25,9 @@ DWORD CCoQXStillSourceOut::ThreadProc(void* pv) noexcept
     return 0;
 }
 
-void CCoQXStillSourceOut::Pump() noexcept
+DWORD CCoQXStillSourceOut::Step(void* pv) noexcept
 {
-    DWORD dwTimeout = INFINITE;
-    while (m_Thread.m_bRun)
-    {
-        const DWORD dwRet = WaitForSingleObject(m_Thread.m_hEvent, dwTimeout);
-        if (!m_Thread.m_bRun)
-            break;
-        DSASSERT(dwRet == WAIT_OBJECT_0 || dwRet == WAIT_TIMEOUT);
-        if (dwRet == WAIT_FAILED)
-            break; // it would fail for ever; whoever waits for this thread sees its end
-
-        CScopedLock lock(&m_lock);
-        m_bSending = m_bStreaming.load();
-        if (m_bSending)
-        {
-            lock.Unlock();
-            dwTimeout = Send();
-            m_bSending = false;
-        }
-        else
-        {
-            dwTimeout = INFINITE;
-            m_evStopped.Set();
-        }
-    }
+    return static_cast<CCoQXStillSourceOut*>(pv)->Send();
 }
 
 DWORD CCoQXStillSourceOut::Send() noexcept
@@ -69,6 +46,7 @@ DWORD CCoQXStillSourceOut::Send() noexcept
         return INFINITE;
     }
 
+    m_pump.PassHolds(); // a seek that flushes lands before this frame
     CScopedLock lock(&m_crsPosition);
     if (m_rtCurrent == 0)
     {
@@ -165,39 +143,28 @@ HRESULT CCoQXStillSourceOut::StreamStart() noexcept
     m_rtCurrent = 0; // a new segment; the frame number goes on
     if (!IsConnected())
         return VFW_E_NOT_CONNECTED;
-    m_bStreaming = true;
-    m_Thread.Wake();
+    m_pump.Start();
     return S_OK;
 }
 
 void CCoQXStillSourceOut::StreamStop() noexcept
 {
-    {
-        CScopedLock lock(&m_lock);
-        m_evStopped.Reset();
-        m_bStreaming = false;
-    }
-    if (!m_Thread.Wake())
-        return; // the worker could not be started, and nobody would answer
-    if (m_Thread.IsCurrent())
-        return; // a call of the worker has come back to us: it rests when that has returned
-    const HANDLE arrWait[] = {m_evStopped, m_Thread.m_hThread}; // or its end, should it have failed
-    const DWORD dwRet = WaitForMultipleObjects(2, arrWait, FALSE, INFINITE);
-    DSASSERT(dwRet == WAIT_OBJECT_0);
+    // Within a call of ours the worker may be waiting for the very thread that stops: it rests when its
+    // current call has returned.
+    m_pump.Stop(!IsInCall());
 }
 
 void CCoQXStillSourceOut::StreamAbandon() noexcept
 {
-    if (!m_bStreaming && !m_bSending)
+    if (!m_pump.IsBusy())
         return;
-    if (m_Thread.IsCurrent())
+    if (m_pump.IsCurrent())
     {
-        // The worker may hold m_crsPosition here, so that m_lock is not to be taken.
-        m_bStreaming = false;
+        m_pump.Stop(false);
         if (const CComPtr<IMemAllocator> spAllocator = GetAllocator())
             spAllocator->Decommit();
         return;
     }
     AllocatorActivate(false);
-    StreamStop();
+    m_pump.Stop(true); // the step uses the filter, which ends with this call
 }

@@ -35,30 +35,39 @@ STDMETHODIMP CCoQXStillSourceOut::SetPositions(LONGLONG* pCurrent, DWORD dwCurre
                                                DWORD dwStopFlags) noexcept
 {
     TraceSeeking(eTL_Main, L"%s: IMediaSeekingImpl::SetPositions\n");
+    if (m_crsSeek.IsMine())
+        return VFW_E_STATE_CHANGED; // the peer seeks from within the flush of a seek
+    const bool bMayWait = !IsInCall();
+    const CScopedTryLock seek(&m_crsSeek, bMayWait);
+    if (!seek.IsHeld())
+        return VFW_E_STATE_CHANGED; // the other seek may be waiting for the call that this one comes from
     {
-        CScopedLock crs(&m_crsPosition);
+        // The position is free while the peer flushes, which may need the worker's step to end.
+        const CPumpThread::CHold hold(m_pump);
         // Always flushed, deliberately: no flag of a seek but the two of positioning is looked at.
         if (const CComPtr<IPin> spPeer = GetPeer())
         {
             spPeer->BeginFlush();
             spPeer->EndFlush();
         }
+        const CScopedTryLock crs(&m_crsPosition, bMayWait);
+        if (!crs.IsHeld())
+            return VFW_E_STATE_CHANGED; // so may the worker, within a call for the frame that it prepares
         const REFERENCE_TIME rtFrame = GetFrameTime();
         m_nFrame = MovedFrame(m_nFrame, pCurrent, dwCurrentFlags, rtFrame);
         m_nStopFrame = MovedFrame(m_nStopFrame, pStop, dwStopFlags, rtFrame);
         m_rtCurrent = 0; // also when nothing moved: the next sample begins a segment
     }
-    if (m_Thread.m_bRun)
-        m_Thread.Wake();
+    m_pump.Wake();
     return S_OK;
 }
 
 STDMETHODIMP CCoQXStillSourceOut::GetPositions(LONGLONG* pCurrent, LONGLONG* pStop) noexcept
 {
     TraceSeeking(eTL_Frame, L"%s: IMediaSeekingImpl::GetPositions\n");
-    // The worker alone goes without the lock: a peer may ask from within its Receive, whose end the flush of
-    // a seek waits for, and the seek has the lock. It finds the frames from before the seek or from after it.
-    CScopedLock crs(m_Thread.IsCurrent() ? nullptr : &m_crsPosition);
+    // Within a call of the pin without the lock, which the worker holds while it prepares a frame. The frames
+    // are those from before a seek or from after it.
+    CScopedLock crs(IsInCall() ? nullptr : &m_crsPosition);
     const LONGLONG nFrame = m_nFrame;
     const LONGLONG nStopFrame = m_nStopFrame;
     const REFERENCE_TIME rtFrame = FrameTime();

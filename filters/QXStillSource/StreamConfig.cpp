@@ -61,15 +61,12 @@ STDMETHODIMP IAMStreamConfigWrapper<T>::SetFormat(AM_MEDIA_TYPE* pmt) noexcept
     if (MTGetPicProps(pmt, &picSet) < 0 || !Img_CheckProps(&picSet, false))
         return VFW_E_INVALIDMEDIATYPE;
 
-    PropsFromMediaType(pmt, &pFilter->m_VidProps);
+    pFilter->ChangeProps([=](QG_VID_PROPS& props) { PropsFromMediaType(pmt, &props); });
     CMType mtTemp;
     pFilter->BuildOutputType(mtTemp, pin.GetSourceProps());
     pFilter->RebuildSupportedTypes(&mtTemp);
-    if (pin.ApplyUnconnected(pmt)) // the caller's type with all that it says, not the one built from it
-        return S_OK;
-    if (pFilter->FilterState() == State_Stopped)
-        return pFilter->MakeReconnect(pmt, &pin);
-    return S_OK;
+    const HRESULT hr = pin.ApplyUnconnected(pmt); // with all that it says, not the one built from it
+    return hr == S_FALSE ? pFilter->Reconnect(pmt) : hr;
 }
 
 template <class T>

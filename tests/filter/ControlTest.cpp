@@ -33,7 +33,7 @@ TEST_F(FilterControl, StartValues)
     EXPECT_EQ(Out().m_rtCurrent, 0);
     EXPECT_EQ(Out().m_nFrame, 0);
     EXPECT_EQ(Out().m_nStopFrame, 193273528230000);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     EXPECT_TRUE(m_trace.Has(2, "CCoQXStillSource::FinalConstruct\n"));
     EXPECT_TRUE(m_trace.Has(2, "CCoQXStillSourceOut::FinalConstruct\n"));
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});

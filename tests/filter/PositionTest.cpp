@@ -447,7 +447,7 @@ TEST_F(Position, DurationNeedsNoLock)
 
 TEST_F(Position, WorkerThatIsMissing)
 {
-    Out().m_Thread.Stop(INFINITE, false, false);
+    Out().m_pump.End();
     SeekTo(400000);
     EXPECT_EQ(Out().m_nFrame, 1);
 }

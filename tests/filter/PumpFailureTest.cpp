@@ -20,10 +20,10 @@ protected:
     /// The worker is asleep: another wake gives one more step that fails alike, and no sample comes.
     void ExpectAsleep(const std::string& sLine)
     {
-        EXPECT_TRUE(Out().m_bStreaming);
+        EXPECT_TRUE(Out().m_pump.IsStreaming());
         EXPECT_EQ(m_log.Count("in.EndOfStream"), 0);
         const int nBefore = m_trace.Count(2, sLine);
-        EXPECT_TRUE(Out().m_Thread.Wake());
+        EXPECT_TRUE(Out().m_pump.Wake());
         for (int i = 0; i < nTestLimitMs && m_trace.Count(2, sLine) == nBefore; i++)
             Sleep(1);
         EXPECT_EQ(m_trace.Count(2, sLine), nBefore + 1);
@@ -140,9 +140,9 @@ TEST_P(PumpReceive, AnythingButSuccessEndsInSleep)
     ASSERT_EQ(Connect(), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_trace.WaitFor(static_cast<int>(GetParam().nLevel), GetParam().pszLine));
-    EXPECT_TRUE(Out().m_bStreaming);
+    EXPECT_TRUE(Out().m_pump.IsStreaming());
     // A wake gives one more frame, which counts on.
-    EXPECT_TRUE(Out().m_Thread.Wake());
+    EXPECT_TRUE(Out().m_pump.Wake());
     ASSERT_TRUE(m_log.WaitFor("in.Receive", 2));
     ASSERT_EQ(Filter().Stop(), S_OK);
     const auto samples = m_sink.m_pin.Samples();

@@ -181,6 +181,77 @@ TEST_F(PumpLock, ATypeIsNotStoredWhileTheConnectionIsAtWork)
     EXPECT_EQ(Out().m_picOutput.nWidth, 640);
 }
 
+TEST_F(PumpLock, NoneIsHeldWhileTheGraphIsDescribedInTheLog)
+{
+    // The graph has a lock of its own, which it holds when it stops its filters on another thread.
+    ShowSmall();
+    std::string sTaken = "never asked";
+    HRESULT hrStop = E_UNEXPECTED;
+    bool bStopped = false;
+    m_graph.m_onEnumFilters = [&]
+    {
+        sTaken = FirstTakenOfAll();
+        bStopped = EndsInTime([&] { hrStop = Filter().Stop(); });
+    };
+    ASSERT_EQ(Connect(), S_OK);
+    EXPECT_EQ(Filter().Pause(), S_OK);
+    EXPECT_EQ(sTaken, "");
+    EXPECT_TRUE(bStopped) << "the stop waits for the description";
+    EXPECT_EQ(hrStop, S_OK);
+    EXPECT_EQ(Filter().FilterState(), State_Stopped);
+}
+
+TEST_F(PumpLock, AStartAndADisconnectionExcludeEachOther)
+{
+    ShowSmall();
+    HRESULT hrPause = E_UNEXPECTED, hrDisconnect = E_UNEXPECTED;
+    ASSERT_EQ(Connect(), S_OK);
+    m_sink.m_pin.m_onDisconnect = [&]
+    { EXPECT_TRUE(EndsInTime([&] { hrPause = Filter().Pause(); })) << "the start waits"; };
+    EXPECT_EQ(Out().Disconnect(), S_OK);
+    EXPECT_EQ(hrPause, VFW_E_WRONG_STATE);
+    EXPECT_EQ(Filter().FilterState(), State_Stopped);
+
+    m_sink.m_pin.m_onDisconnect = nullptr;
+    m_alloc.m_onCommit = [&]
+    { EXPECT_TRUE(EndsInTime([&] { hrDisconnect = Out().Disconnect(); })) << "the disconnection waits"; };
+    ASSERT_EQ(Out().Connect(&m_sink.m_pin, nullptr), S_OK);
+    EXPECT_EQ(Filter().Pause(), S_OK);
+    EXPECT_EQ(hrDisconnect, VFW_E_NOT_STOPPED);
+    EXPECT_TRUE(Out().IsConnected());
+    EXPECT_EQ(Filter().FilterState(), State_Paused);
+}
+
+TEST_F(PumpLock, OutputPropertiesAreReadWhole)
+{
+    QG_VID_PROPS one{}, two{};
+    one.nAspectX = one.nAspectY = one.nWidth = one.nHeight = 4;
+    two.nAspectX = two.nAspectY = two.nWidth = two.nHeight = 16;
+    ASSERT_EQ(Connect(), S_OK); // so that a change does no more than store them
+    ASSERT_EQ(Control().SetOutputProps(&one), S_OK);
+    m_sink.m_pin.m_gate.Close();
+    ASSERT_EQ(Filter().Pause(), S_OK);
+    std::atomic<bool> bEnd = false;
+    std::thread writer(
+        [&]
+        {
+            for (int i = 0; !bEnd; i++)
+                Control().SetOutputProps(i % 2 == 0 ? &two : &one);
+        });
+    int nMixed = 0;
+    for (int i = 0; i < 200000; i++)
+    {
+        const QG_VID_PROPS props = Filter().GetProps();
+        nMixed += props.nAspectX == props.nHeight && props.nAspectY == props.nWidth &&
+                          props.nWidth == props.nHeight
+                      ? 0
+                      : 1;
+    }
+    bEnd = true;
+    writer.join();
+    EXPECT_EQ(nMixed, 0);
+}
+
 TEST_F(PumpLock, NewListsInARunningGraph)
 {
     for (int i = 0; i < 3; i++)
@@ -202,7 +273,7 @@ TEST_F(PumpLock, NewListsInARunningGraph)
                     CScopedLock lock(&Out().m_crsPosition);
                     Out().m_nStopFrame = 0;
                 }
-                Out().m_Thread.Wake(); // should it have come to the end of a list meanwhile
+                Out().m_pump.Wake(); // should it have come to the end of a list meanwhile
             }
         },
         120000);

@@ -13,18 +13,18 @@ class PumpState : public FilterTest
 TEST_F(PumpState, UnconnectedFilterDoesNotStart)
 {
     EXPECT_EQ(Filter().Pause(), VFW_E_WRONG_STATE);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     EXPECT_EQ(Filter().Run(0), VFW_E_WRONG_STATE);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
     EXPECT_EQ(Out().StreamStart(), VFW_E_NOT_CONNECTED);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
 }
 
 TEST_F(PumpState, StopOfAnUnconnectedFilter)
 {
     EXPECT_EQ(Filter().Stop(), VFW_E_NOT_CONNECTED);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
 }
 
 TEST_F(PumpState, StreamStartLeavesTheFrameNumber)
@@ -36,9 +36,9 @@ TEST_F(PumpState, StreamStartLeavesTheFrameNumber)
     EXPECT_EQ(Out().StreamStart(), S_OK); // the filter is stopped: the worker finds nothing to do
     EXPECT_EQ(Out().m_rtCurrent, 0);
     EXPECT_EQ(Out().m_nFrame, 45);
-    EXPECT_TRUE(Out().m_bStreaming);
+    EXPECT_TRUE(Out().m_pump.IsStreaming());
     Out().StreamStop();
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     EXPECT_EQ(m_log.Count("alloc.GetBuffer"), 0);
 }
 
@@ -48,7 +48,7 @@ TEST_F(PumpState, RunGoesThroughPause)
     ASSERT_EQ(Connect(), S_OK);
     EXPECT_EQ(Filter().Run(77), S_OK);
     EXPECT_EQ(Filter().FilterState(), State_Running);
-    EXPECT_TRUE(Out().m_bStreaming);
+    EXPECT_TRUE(Out().m_pump.IsStreaming());
     ASSERT_TRUE(m_log.WaitFor("in.Receive"));
     EXPECT_TRUE(m_trace.Has(
         4, "WARNING. CCoQXStillSource IBaseFilterImpl::Run(): current state is State_Stopped, call "
@@ -62,7 +62,7 @@ TEST_F(PumpState, StopOfARunningFilterGoesThroughPause)
     ASSERT_EQ(Filter().Run(0), S_OK);
     EXPECT_EQ(Filter().Stop(), S_OK);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     EXPECT_FALSE(m_alloc.IsCommitted());
     EXPECT_TRUE(m_trace.Has(
         4, "WARNING. CCoQXStillSource IBaseFilterImpl::Stop(): current state is State_Running, call "
@@ -91,7 +91,7 @@ TEST_F(PumpState, FailedCommitDoesNotStart)
     m_alloc.m_hrCommit = E_OUTOFMEMORY;
     EXPECT_EQ(Filter().Pause(), E_OUTOFMEMORY);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
 }
 
 TEST_F(PumpState, FailedDecommitStopsThePumpAllTheSame)
@@ -103,10 +103,10 @@ TEST_F(PumpState, FailedDecommitStopsThePumpAllTheSame)
     m_alloc.m_hrDecommit = E_FAIL;
     EXPECT_EQ(Filter().Stop(), E_FAIL); // the result of the base
     EXPECT_EQ(Filter().FilterState(), State_Paused);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     const int nReceived = m_log.Count("in.Receive");
-    EXPECT_TRUE(Out().m_Thread.Wake());
-    EXPECT_EQ(WaitForSingleObject(Out().m_evStopped, nTestLimitMs), WAIT_OBJECT_0); // idle
+    EXPECT_TRUE(Out().m_pump.Wake());
+    EXPECT_EQ(WaitForSingleObject(Out().m_pump.m_evStopped, nTestLimitMs), WAIT_OBJECT_0); // idle
     EXPECT_EQ(m_log.Count("in.Receive"), nReceived);
     m_alloc.m_hrDecommit.reset();
     EXPECT_EQ(Filter().Stop(), S_OK);
@@ -127,9 +127,9 @@ TEST_F(PumpState, StopWaitsForABlockedReceive)
             bStopped = true;
         });
     // The stop has come as far as the wait.
-    for (int i = 0; i < nTestLimitMs && Out().m_bStreaming; i++)
+    for (int i = 0; i < nTestLimitMs && Out().m_pump.IsStreaming(); i++)
         Sleep(1);
-    EXPECT_FALSE(Out().m_bStreaming);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
     EXPECT_FALSE(bStopped);
     m_sink.m_pin.m_gate.Open();
@@ -156,7 +156,7 @@ TEST_F(PumpState, WorkerThatIsMissing)
 {
     ShowSmall();
     ASSERT_EQ(Connect(), S_OK);
-    Out().m_Thread.Stop(INFINITE, false, false);
+    Out().m_pump.End();
     EXPECT_EQ(Filter().Pause(), S_OK);
     EXPECT_TRUE(EndsInTime([&] { EXPECT_EQ(Filter().Stop(), S_OK); })); // nobody would answer
     EXPECT_EQ(m_log.Count("in.Receive"), 0);
@@ -174,7 +174,7 @@ TEST_F(PumpState, ReleaseWithoutAStop)
     m_asserts.Clear();
     EXPECT_TRUE(EndsInTime([&] { m_spFilter.Release(); }));
     EXPECT_EQ(m_asserts.Count("m_eState == State_Stopped"), 1);
-    EXPECT_FALSE(pOut->m_bStreaming);
+    EXPECT_FALSE(pOut->m_pump.IsStreaming());
     // The pin outlives its filter and stays usable.
     EXPECT_EQ(pOut->Send(), INFINITE);
     EXPECT_EQ(spPin->Disconnect(), S_OK);

@@ -220,14 +220,14 @@ TEST_F(Pump, SleepsAfterTheEndUntilWoken)
     Out().m_nStopFrame = 1;
     ASSERT_EQ(Connect(), S_OK);
     RunToTheEnd();
-    EXPECT_TRUE(Out().m_bStreaming);
+    EXPECT_TRUE(Out().m_pump.IsStreaming());
     // What a seek does: another position, a new segment, a wake.
     {
         CScopedLock lock(&Out().m_crsPosition);
         Out().m_nFrame = 0;
         Out().m_rtCurrent = 0;
     }
-    EXPECT_TRUE(Out().m_Thread.Wake());
+    EXPECT_TRUE(Out().m_pump.Wake());
     ASSERT_TRUE(m_log.WaitFor("in.EndOfStream", 2));
     const auto samples = m_sink.m_pin.Samples();
     ASSERT_EQ(samples.size(), 4u);

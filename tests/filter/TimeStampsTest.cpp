@@ -217,7 +217,7 @@ protected:
         else
         {
             // The worker has seen the wake: a later one would be tried as a step of its own.
-            ASSERT_EQ(WaitForSingleObject(Out().m_evStopped, nTestLimitMs), WAIT_OBJECT_0);
+            ASSERT_EQ(WaitForSingleObject(Out().m_pump.m_evStopped, nTestLimitMs), WAIT_OBJECT_0);
         }
         LONGLONG llDuration = 0;
         ASSERT_EQ(Out().GetPositions(&llCurrent, &llStop), S_OK);

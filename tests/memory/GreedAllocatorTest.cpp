@@ -215,6 +215,22 @@ TEST_F(GreedAllocatorTest, TheTypeRidesOnOneSample)
     EXPECT_EQ(Alloc().Decommit(), S_OK);
 }
 
+TEST_F(GreedAllocatorTest, NoLockIsHeldWhileTheClientIsNotified)
+{
+    // The client may wait for a thread that stops the stream, which decommits the allocator.
+    CountedNotify notify;
+    CommitWith({2, 64, 1, 0});
+    ASSERT_EQ(Alloc().SetNotify(&notify), S_OK);
+    CComPtr<IMediaSample> spSample;
+    ASSERT_EQ(Get(spSample), S_OK);
+    bool bFree = false;
+    notify.m_onRelease = [&] { bFree = EndsInTime([&] { EXPECT_EQ(Alloc().Decommit(), S_OK); }); };
+    spSample.Release();
+    EXPECT_EQ(notify.m_nCalls, 1);
+    EXPECT_TRUE(bFree) << "the client is notified under the allocator's lock";
+    EXPECT_EQ(Alloc().SetNotify(nullptr), S_OK);
+}
+
 TEST_F(GreedAllocatorTest, Notification)
 {
     CountedNotify notify1, notify2;

@@ -6,6 +6,7 @@
 #include <strmif.h>
 
 #include <atomic>
+#include <functional>
 
 /// A callback that counts its calls. The test owns it.
 class CountedNotify final : public IMemAllocatorNotifyCallbackTemp
@@ -21,7 +22,10 @@ public:
     STDMETHOD(NotifyRelease)() override
     {
         ++m_nCalls;
+        if (m_onRelease)
+            m_onRelease();
         return S_OK;
     }
+    std::function<void()> m_onRelease; ///< called within NotifyRelease
     std::atomic<long> m_nRefs = 0, m_nCalls = 0;
 };

@@ -33,6 +33,8 @@ public:
     bool m_bReallyReconnect = false;
     /// Called within a reconnection, before it is done.
     std::function<void(IPin*)> m_onReconnect;
+    /// Called within EnumFilters, which has none to give.
+    std::function<void()> m_onEnumFilters;
 
     struct Reconnection
     {
@@ -50,7 +52,12 @@ public:
     // IFilterGraph
     STDMETHOD(AddFilter)(IBaseFilter* pFilter, LPCWSTR pName) override;
     STDMETHOD(RemoveFilter)(IBaseFilter* pFilter) override;
-    STDMETHOD(EnumFilters)(IEnumFilters**) override { return E_NOTIMPL; }
+    STDMETHOD(EnumFilters)(IEnumFilters**) override
+    {
+        if (m_onEnumFilters)
+            m_onEnumFilters();
+        return E_NOTIMPL;
+    }
     STDMETHOD(FindFilterByName)(LPCWSTR, IBaseFilter**) override { return E_NOTIMPL; }
     STDMETHOD(ConnectDirect)(IPin* ppinOut, IPin* ppinIn, const AM_MEDIA_TYPE* pmt) override;
     STDMETHOD(Reconnect)(IPin* ppin) override;

@@ -30,6 +30,32 @@ private:
     TLock* m_pLock;
 };
 
+/// Holds a lock for a scope; where it must not wait, only if the lock is free or the caller's own.
+template <class TLock>
+class CScopedTryLock
+{
+public:
+    CScopedTryLock(TLock* pLock, bool bMayWait) noexcept : m_pLock(pLock)
+    {
+        if (bMayWait)
+            m_pLock->Lock();
+        else if (!m_pLock->TryLock())
+            m_pLock = nullptr;
+    }
+    ~CScopedTryLock()
+    {
+        if (m_pLock != nullptr)
+            m_pLock->Unlock();
+    }
+    CScopedTryLock(const CScopedTryLock&) = delete;
+    CScopedTryLock& operator=(const CScopedTryLock&) = delete;
+
+    bool IsHeld() const noexcept { return m_pLock != nullptr; }
+
+private:
+    TLock* m_pLock;
+};
+
 #ifndef QX_NATIVE
 
 #include "dstl/WinAPI/Threads.h"
@@ -48,6 +74,11 @@ public:
     /// \return false when another thread has it
     bool TryLock() noexcept { return TryEnterCriticalSection(&m_crs) != FALSE; }
     void Unlock() noexcept { LeaveCriticalSection(&m_crs); }
+    /// Whether the calling thread has it.
+    bool IsMine() const noexcept
+    {
+        return HandleToULong(m_crs.OwningThread) == GetCurrentThreadId();
+    }
 
 private:
     CRITICAL_SECTION m_crs;

@@ -106,27 +106,37 @@ HRESULT CAllocatorMatchBase::Activate(CPin& pin, bool bActivate) noexcept
     if (!pin.IsConnected())
         return VFW_E_NOT_CONNECTED;
     DSASSERT(m_spAllocOut != NULL);
-    CScopedLock lock(&pin.m_lock);
-    if (!m_spAllocOut)
-        return VFW_E_NO_ALLOCATOR;
-    if (m_bActive == bActivate)
-        return S_OK;
-
-    HRESULT hr = S_OK;
-    if (bActivate)
+    CComPtr<IMemAllocator> spAllocator;
     {
-        hr = m_spAllocOut->Commit();
-        if (hr == S_OK)
+        CScopedLock lock(&pin.m_crsLink);
+        if (!m_spAllocOut)
+            return VFW_E_NO_ALLOCATOR;
+        if (m_bActive == bActivate)
+            return S_OK;
+        spAllocator = m_spAllocOut;
+    }
+
+    // Without a lock of the pin: an allocator may wait for the worker, or stop the filter. The filter changes
+    // its state on one thread at a time, and no connection is made or broken while it is not stopped.
+    ALLOCATOR_PROPERTIES rgProps{};
+    HRESULT hr = S_OK;
+    {
+        const CPin::CStateCall call(pin);
+        hr = bActivate ? spAllocator->Commit() : spAllocator->Decommit();
+        if (hr == S_OK && bActivate)
         {
-            m_rgPropsOut = {}; // the final values
-            const HRESULT hrProps = m_spAllocOut->GetProperties(&m_rgPropsOut);
+            const HRESULT hrProps = spAllocator->GetProperties(&rgProps); // the final values
             DSASSERT_TEXT(hrProps == S_OK, "CAllocatorMatch::AllocatorActivate(): GetProperties() != S_OK");
         }
     }
-    else
-        hr = m_spAllocOut->Decommit();
     if (hr != S_OK)
         return DSTLFailure(hr);
+
+    CScopedLock lock(&pin.m_crsLink);
+    if (m_spAllocOut != spAllocator)
+        return S_OK; // the connection has gone within the call
+    if (bActivate)
+        m_rgPropsOut = rgProps;
     m_bActive = bActivate;
     return S_OK;
 }

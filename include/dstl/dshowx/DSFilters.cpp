@@ -50,10 +50,7 @@ HRESULT CFilterCore::FilterGetState(FILTER_STATE* State) noexcept
 HRESULT CFilterCore::PauseBeforeStop(IBaseFilter* pThis) noexcept
 {
     trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Stop\n", GetClassName());
-    CScopedLock lock(&m_lock);
-    const FILTER_STATE eState = m_eState;
-    lock.Unlock();
-    if (eState != State_Running)
+    if (m_eState != State_Running)
         return S_OK;
     trace(atlTraceGeneral, eTL_Warning,
           L"WARNING. %s IBaseFilterImpl::Stop(): current state is State_Running, call Pause() command\n",
@@ -73,10 +70,7 @@ HRESULT CFilterCore::PauseBeforeRun(IBaseFilter* pThis, REFERENCE_TIME tStart) n
 {
     trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Run( %s )\n", GetClassName(),
           RefTimeText(tStart, CTimeText().sz));
-    CScopedLock lock(&m_lock);
-    const FILTER_STATE eState = m_eState;
-    lock.Unlock();
-    if (eState != State_Stopped)
+    if (m_eState != State_Stopped)
         return S_OK;
     trace(atlTraceGeneral, eTL_Warning,
           L"WARNING. %s IBaseFilterImpl::Run(): current state is State_Stopped, call Pause() command\n",
@@ -108,7 +102,6 @@ HRESULT CFilterCore::FilterSetSyncSource(IReferenceClock* pClock) noexcept
 {
     CComPtr<IReferenceClock> spClock(pClock); // the old clock is released outside the lock
     {
-        CScopedLock lock(&m_lock);
         CScopedLock crs(&m_crsJoin);
         std::swap(m_spClock.p, spClock.p);
     }
@@ -188,34 +181,43 @@ HRESULT CFilterCore::FilterJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) 
 {
     trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::JoinFilterGraph( 0x%08X, '%s' )\n", GetClassName(),
           TracePtr(pGraph), pName != nullptr ? pName : L"");
-    CScopedLock lock(&m_lock);
-    DSASSERT_TEXT(m_pFilterGraphJoin == nullptr || pGraph == nullptr,
-                  "pT->m_pFilterGraphJoin == NULL || pGraph == NULL");
-    if (m_pFilterGraphJoin != nullptr && pGraph != nullptr)
+    // The pointer is not counted: the graph holds the filter and outlives its membership. It is stored before
+    // the graph is asked, so that no other thread joins meanwhile, and no lock is held while it is asked.
+    const bool bJoins = SetGraph(pGraph, pName);
+    DSASSERT_TEXT(bJoins, "pT->m_pFilterGraphJoin == NULL || pGraph == NULL");
+    if (!bJoins)
         return E_FAIL;
-    SetGraph(nullptr, nullptr, nullptr);
     if (pGraph == nullptr)
         return S_OK;
-
-    // Neither is counted: the graph holds the filter and outlives its membership.
-    SetGraph(pGraph, nullptr, nullptr);
     CComPtr<IMediaEventSink> spEventSink;
     const HRESULT hr = pGraph->QueryInterface(IID_IMediaEventSink, reinterpret_cast<void**>(&spEventSink));
-    if (FAILED(hr))
-    {
-        SetGraph(nullptr, nullptr, nullptr);
-        return hr;
-    }
-    SetGraph(pGraph, spEventSink, pName);
-    return S_OK;
+    CScopedLock crs(&m_crsJoin);
+    if (m_pFilterGraphJoin != pGraph)
+        return FAILED(hr) ? hr : VFW_E_STATE_CHANGED; // the graph has taken the filter out within its answer
+    if (SUCCEEDED(hr))
+        m_pEventSink = spEventSink; // not counted either
+    else
+        ClearGraph();
+    return FAILED(hr) ? hr : S_OK;
 }
 
-void CFilterCore::SetGraph(IFilterGraph* pGraph, IMediaEventSink* pEventSink, LPCWSTR pName) noexcept
+bool CFilterCore::SetGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept
 {
     CScopedLock crs(&m_crsJoin);
+    if (m_pFilterGraphJoin != nullptr && pGraph != nullptr)
+        return false;
+    ClearGraph();
     m_pFilterGraphJoin = pGraph;
-    m_pEventSink = pEventSink;
-    CopyDSName(m_szName, pName);
+    if (pGraph != nullptr)
+        CopyDSName(m_szName, pName);
+    return true;
+}
+
+void CFilterCore::ClearGraph() noexcept
+{
+    m_pFilterGraphJoin = nullptr;
+    m_pEventSink = nullptr;
+    CopyDSName(m_szName, nullptr);
 }
 
 bool CFilterCore::IsInGraph() const noexcept
@@ -291,9 +293,7 @@ void CFilterCore::FilterParseGraph() noexcept
 {
     if (!IsTraced(eTL_Error))
         return; // nobody would read what the walk costs
-    CScopedLock lock(&m_lock);
-    const CComPtr<IFilterGraph> spGraph(m_pFilterGraphJoin);
-    lock.Unlock();
+    const CComPtr<IFilterGraph> spGraph = GetGraph();
     if (!spGraph)
     {
         trace(atlTraceGeneral, eTL_Error,

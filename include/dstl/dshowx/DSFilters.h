@@ -7,8 +7,11 @@
 ///  - its class identifier through CComCoClass
 ///  - `FinalConstruct` and `FinalRelease` that call those of CSourceFilter
 /// It may hide the hooks of CSourceFilter and CBaseFilter with its own of the same name, override CreatePin,
-/// and override Stop and Pause around those of IBaseFilterImpl (holding m_lock, which is recursive). What the
-/// output pin TOut supplies: see DSPins.h.
+/// and override Stop and Pause around those of IBaseFilterImpl (within a CStateChange). What the output pin TOut
+/// supplies: see DSPins.h.
+///
+/// m_lock is the turn to change the state. A thread that is within a call of the filter or its pin does not wait
+/// for its turn: see CStateChange.
 
 #include "dstl/WinAPI/Atl.h"
 
@@ -44,10 +47,10 @@ public:
     CComPtr<IReferenceClock> m_spClock;                 ///< stored and handed out; nothing reads it
     std::atomic<FILTER_STATE> m_eState = State_Stopped; ///< written under m_lock
     REFERENCE_TIME m_tStart = 0;                        ///< start time given to Run; stored only
-    bool m_bGraphDumpDue = true;                        ///< write the graph to the log at the next start
-    mutable CCritSec m_lock;                            ///< guards all of the above
-    /// Leaf; with m_lock it guards writes of the names, the graph and the clock, and alone their copies: who
-    /// asks for them may be the peer within a Receive that a Stop, holding m_lock, waits for.
+    bool m_bGraphDumpDue = true; ///< write the graph to the log at the next start; written under m_lock
+    mutable CCritSec m_lock;     ///< the turn to change the state; held by a Stop that waits for the worker
+    /// Leaf; guards the name, the graph and the clock: who asks for them or sets them may be the peer within a
+    /// Receive that a Stop, holding m_lock, waits for.
     mutable CCritSec m_crsJoin;
 
     /// Hands a new type to the graph, which connects the pin anew, unless pin and type need nothing.
@@ -76,12 +79,19 @@ protected:
     CFilterCore() noexcept = default;
     ~CFilterCore();
 
+    int m_nStateChanges = 0;                   ///< depth of CStateChange; guarded by m_lock
+    bool m_bDumpNow = false;                   ///< behind the change of state; guarded by m_lock
+    std::atomic<bool> m_bStopWanted = false;   ///< a Stop was left to the thread that has m_lock
+
     /// A counted copy of the graph, for any thread; null when in none.
     CComPtr<IFilterGraph> GetGraph() const noexcept;
 
 private:
     bool IsInGraph() const noexcept;
-    void SetGraph(IFilterGraph* pGraph, IMediaEventSink* pEventSink, LPCWSTR pName) noexcept;
+    /// Stores a graph and the name in it, or null. \return false for a second graph, which changes nothing
+    bool SetGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept;
+    /// With m_crsJoin held.
+    void ClearGraph() noexcept;
 };
 
 /// State changes. \tparam T the filter
@@ -89,29 +99,124 @@ template <class T>
 class CBaseFilter : public CFilterCore
 {
 public:
+    /// One change of the state, or a part of one: holds m_lock.
+    ///
+    /// A thread that is within a call of the filter or its pin does not wait for the lock, whose owner may be
+    /// waiting for that call. Its Stop is left to the owner, who stops before the lock goes; its Pause and Run
+    /// are refused. The graph is written to the log behind the outermost change, without the lock.
+    class CStateChange
+    {
+    public:
+        CStateChange(CBaseFilter& filter, FILTER_STATE eTo) noexcept : m_filter(filter)
+        {
+            auto* const pOut = filter.Filter().OutPin();
+            const bool bInCall = filter.IsInCall();
+            if (!bInCall)
+                filter.m_lock.Lock();
+            else if ((pOut != nullptr && pOut->IsInStateCall()) || !filter.m_lock.TryLock())
+            {
+                m_bRefused = true;
+                if (eTo == State_Stopped)
+                {
+                    filter.m_bStopWanted = true;
+                    StopIfLeftOver(); // the owner may just have looked for the last time
+                }
+                else
+                    m_hrRefused = VFW_E_STATE_CHANGED;
+                return;
+            }
+            ++filter.m_nStateChanges;
+        }
+        ~CStateChange()
+        {
+            if (m_bRefused)
+                return;
+            const bool bOutermost = --m_filter.m_nStateChanges == 0;
+            const bool bDump = bOutermost && m_filter.m_bDumpNow;
+            if (bDump)
+                m_filter.m_bDumpNow = false;
+            m_filter.m_lock.Unlock();
+            if (bOutermost)
+                StopIfLeftOver();
+            if (bDump)
+                m_filter.Filter().ParseGraphToLogFile();
+        }
+        CStateChange(const CStateChange&) = delete;
+        CStateChange& operator=(const CStateChange&) = delete;
+
+        bool IsRefused() const noexcept { return m_bRefused; }
+        /// S_OK for a Stop, which is left to another thread; VFW_E_STATE_CHANGED.
+        HRESULT Refusal() const noexcept { return m_hrRefused; }
+        /// Whether a Stop has been left to this change.
+        bool IsStopWanted() const noexcept { return m_filter.m_bStopWanted; }
+        /// The end of a change to State_Stopped. \param hr its result, which is returned
+        HRESULT Stopped(HRESULT hr) noexcept
+        {
+            m_filter.m_bStopWanted = false;
+            return hr;
+        }
+        /// The end of a start, which stops again if a Stop has been left to it.
+        /// \param hr its result \return hr, or VFW_E_STATE_CHANGED for a success that did not last
+        HRESULT Started(HRESULT hr) noexcept
+        {
+            if (m_filter.m_nStateChanges > 1 || !m_filter.m_bStopWanted)
+                return hr;
+            m_filter.Filter().Stop();
+            return FAILED(hr) ? hr : VFW_E_STATE_CHANGED;
+        }
+
+    private:
+        void StopIfLeftOver() noexcept
+        {
+            if (!m_filter.m_bStopWanted || !m_filter.m_lock.TryLock())
+                return; // or the new owner looks for it
+            if (m_filter.m_nStateChanges == 0)
+                m_filter.Filter().Stop();
+            m_filter.m_lock.Unlock();
+        }
+
+        CBaseFilter& m_filter;
+        bool m_bRefused = false;
+        HRESULT m_hrRefused = S_OK;
+    };
+
+    /// Whether the caller is within a call of the filter or its pin to somebody else.
+    bool IsInCall() noexcept
+    {
+        auto* const pOut = Filter().OutPin();
+        return m_crsJoin.IsMine() || (pOut != nullptr && pOut->IsInCall());
+    }
+
     /// Changes the state with the lock held: the allocator of the pin first, then the state.
-    /// \return VFW_E_WRONG_STATE when there is no connected pin to start
+    /// \return VFW_E_WRONG_STATE when there is no connected pin to start, or while its connection is being
+    /// made or broken
     HRESULT ChangeState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept
     {
         auto* const pOut = Filter().OutPin();
-        if (eNew != State_Stopped && (pOut == nullptr || !pOut->IsConnected()))
+        const bool bStart = eNew != State_Stopped;
+        if (bStart && (pOut == nullptr || !pOut->BeginStart()))
         {
             SetState(State_Stopped, 0);
             return VFW_E_WRONG_STATE;
         }
-        const HRESULT hr =
-            pOut != nullptr ? pOut->AllocatorActivate(eNew != State_Stopped) : VFW_E_NOT_CONNECTED;
-        if (hr != S_OK)
-            return hr;
-        SetState(eNew, tStart);
-        return S_OK;
+        const HRESULT hr = pOut != nullptr ? pOut->AllocatorActivate(bStart) : VFW_E_NOT_CONNECTED;
+        if (hr == S_OK)
+            SetState(eNew, tStart);
+        if (bStart)
+            pOut->EndStart();
+        return hr;
     }
-    /// Stores a state; the first start after a stop writes the graph to the log.
+    /// Stores a state; the first start after a stop writes the graph to the log. One within a call of the
+    /// filter leaves that to the next: the graph may be waiting for that call.
     void SetState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept
     {
-        if (eNew != State_Stopped && m_bGraphDumpDue)
-            Filter().ParseGraphToLogFile();
-        m_bGraphDumpDue = eNew == State_Stopped;
+        if (eNew == State_Stopped)
+            m_bGraphDumpDue = true;
+        else if (m_bGraphDumpDue && !IsInCall())
+        {
+            m_bGraphDumpDue = false;
+            m_bDumpNow = true;
+        }
         m_eState = eNew;
         if (eNew == State_Running)
             m_tStart = tStart;
@@ -134,25 +239,31 @@ public:
     }
     STDMETHOD(Stop)() noexcept override
     {
+        typename CBaseFilter<T>::CStateChange change(Filter(), State_Stopped);
+        if (change.IsRefused())
+            return change.Refusal();
         const HRESULT hr = Filter().PauseBeforeStop(this);
-        if (FAILED(hr))
-            return hr;
-        CScopedLock lock(&Filter().m_lock);
-        return Filter().ChangeState(State_Stopped, 0);
+        return change.Stopped(FAILED(hr) ? hr : Filter().ChangeState(State_Stopped, 0));
     }
     STDMETHOD(Pause)() noexcept override
     {
         trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Pause\n", GetClassName());
-        CScopedLock lock(&Filter().m_lock);
-        return Filter().ChangeState(State_Paused, 0);
+        typename CBaseFilter<T>::CStateChange change(Filter(), State_Paused);
+        if (change.IsRefused())
+            return change.Refusal();
+        return change.Started(Filter().ChangeState(State_Paused, 0));
     }
     STDMETHOD(Run)(REFERENCE_TIME tStart) noexcept override
     {
         const HRESULT hr = Filter().PauseBeforeRun(this, tStart);
         if (FAILED(hr))
             return hr;
-        CScopedLock lock(&Filter().m_lock);
-        return Filter().ChangeState(State_Running, tStart);
+        typename CBaseFilter<T>::CStateChange change(Filter(), State_Running);
+        if (change.IsRefused())
+            return change.Refusal();
+        if (Filter().FilterState() == State_Stopped)
+            return VFW_E_STATE_CHANGED; // another thread has stopped the filter since
+        return change.Started(Filter().ChangeState(State_Running, tStart));
     }
     STDMETHOD(GetState)(DWORD, FILTER_STATE* State) noexcept override
     {

@@ -32,6 +32,19 @@ void CPin::SetPeer(IPin* pPeer) noexcept
     std::swap(m_spConnected.p, spPeer.p);
 }
 
+bool CPin::BeginStart() noexcept
+{
+    CScopedLock lock(&m_crsLink);
+    m_bStarting = m_spConnected && !m_bLinking;
+    return m_bStarting;
+}
+
+void CPin::EndStart() noexcept
+{
+    CScopedLock lock(&m_crsLink);
+    m_bStarting = false;
+}
+
 bool CPin::CheckDirection(IPin* pPeer) const noexcept
 {
     const int ePinDirection = QueryPinDirection(pPeer);
@@ -97,7 +110,8 @@ HRESULT COutputPinBase::PinConnectionMediaType(AM_MEDIA_TYPE* pmt) noexcept
     DSASSERT(pmt != NULL);
     if (pmt == nullptr)
         return E_POINTER;
-    CScopedLock lock(HookIsWorker() ? nullptr : &m_lock);
+    // Within a call of ours the type as it is now: the connection may be waiting for that call.
+    const CScopedTryLock lock(&m_lock, !IsInCall());
     return IsConnected() ? HookMediaType().CopyMediaType(pmt) : VFW_E_NOT_CONNECTED;
 }
 
@@ -155,6 +169,44 @@ HRESULT COutputPinBase::PinQueryInternalConnections() noexcept
 
 // --- Connection
 
+/// Keeps the state of the filter at Stopped, and other connections out, while one is made or broken.
+class COutputPinBase::CLinkChange
+{
+public:
+    explicit CLinkChange(COutputPinBase& pin) noexcept : m_pin(pin), m_hr(pin.BeginLink()) {}
+    ~CLinkChange()
+    {
+        if (m_hr == S_OK)
+            m_pin.EndLink();
+    }
+    CLinkChange(const CLinkChange&) = delete;
+    CLinkChange& operator=(const CLinkChange&) = delete;
+
+    /// S_OK; VFW_E_NOT_STOPPED; VFW_E_STATE_CHANGED within a call of another change, on the same thread.
+    HRESULT Result() const noexcept { return m_hr; }
+
+private:
+    COutputPinBase& m_pin;
+    const HRESULT m_hr;
+};
+
+HRESULT COutputPinBase::BeginLink() noexcept
+{
+    CScopedLock lock(&m_crsLink);
+    if (m_bStarting || HookFilterState() != State_Stopped)
+        return VFW_E_NOT_STOPPED;
+    if (m_bLinking)
+        return VFW_E_STATE_CHANGED;
+    m_bLinking = true;
+    return S_OK;
+}
+
+void COutputPinBase::EndLink() noexcept
+{
+    CScopedLock lock(&m_crsLink);
+    m_bLinking = false;
+}
+
 HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) noexcept
 {
     trace(atlTraceGeneral, eTL_Main, L"*************** %s start of connection to ", GetClassName());
@@ -172,13 +224,16 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
     if (pReceivePin == nullptr)
         return E_POINTER;
 
-    CScopedLock lock(&m_lock);
+    const CScopedTryLock lock(&m_lock, !IsInCall());
+    if (!lock.IsHeld())
+        return VFW_E_STATE_CHANGED;
     if (IsConnected())
         return VFW_E_ALREADY_CONNECTED;
     if (!CheckDirection(pReceivePin))
         return VFW_E_INVALID_DIRECTION;
-    if (HookFilterState() != State_Stopped)
-        return VFW_E_NOT_STOPPED;
+    const CLinkChange change(*this);
+    if (change.Result() != S_OK)
+        return change.Result();
 
     HRESULT hr = S_OK;
     if (MTIsSet(pmt))
@@ -192,6 +247,8 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
     if (hr == S_OK)
     {
         hr = AgreeAllocator();
+        if (hr == S_OK && !IsConnected())
+            hr = VFW_E_NOT_CONNECTED; // the peer has disconnected the pin within a call of the agreement
         if (hr == S_OK)
         {
             trace(atlTraceGeneral, eTL_Main, L"*************** %s connection established\n", GetClassName());
@@ -199,6 +256,7 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
         }
         HookDisconnect();
         BreakConnection();
+        DropAllocator(); // what was agreed behind a disconnection
     }
     trace(atlTraceGeneral, eTL_Main, L"*** WARNING *** %s connection not accepted, hr=0x%X\n", GetClassName(),
           Hr(hr));
@@ -208,11 +266,15 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
 HRESULT COutputPinBase::PinDisconnect() noexcept
 {
     TracePin(eTL_Main, L"%s IPinImpl::Disconnect() [%s]\n");
-    CScopedLock lock(&m_lock);
+    const CScopedTryLock lock(&m_lock, !IsInCall());
+    if (!lock.IsHeld())
+        return VFW_E_STATE_CHANGED;
     if (!IsConnected())
         return S_FALSE;
-    if (HookFilterState() != State_Stopped)
+    const CLinkChange change(*this);
+    if (change.Result() == VFW_E_NOT_STOPPED)
         return VFW_E_NOT_STOPPED;
+    // Also within the connection that is being made: it then reports that it has failed.
     BreakConnection();
     return S_OK;
 }
@@ -334,7 +396,13 @@ HRESULT COutputPinBase::ExecConnection(IPin* pReceivePin) noexcept
         Debug_MediaType(atlTraceGeneral, eTL_Main, &mt, L"");
         hr = HookCompleteConnect(pReceivePin);
         if (hr == S_OK)
+        {
+            // A peer that has disconnected the pin within ReceiveConnection: it is told, and the agreement on an
+            // allocator fails.
+            if (!IsConnected())
+                pReceivePin->Disconnect();
             return S_OK;
+        }
         trace(atlTraceGeneral, eTL_Main, L"%s ExecConnection(): m_pFilter->Filter_CompleteConnect()=0x%X\n",
               GetClassName(), Hr(hr));
         pReceivePin->Disconnect();
@@ -369,9 +437,20 @@ void COutputPinBase::BreakConnection() noexcept
 {
     if (!IsConnected())
         return;
+    DropAllocator();
+    CComPtr<IPin> spPeer;
+    {
+        CScopedLock lock(&m_crsLink);
+        std::swap(m_spConnected.p, spPeer.p);
+    }
+    if (spPeer)
+        spPeer->Disconnect();
+}
+
+void COutputPinBase::DropAllocator() noexcept
+{
     CComPtr<IMemAllocator> spAllocator;
     CComPtr<IMemInputPin> spMemInput;
-    CComPtr<IPin> spPeer;
     {
         CScopedLock lock(&m_crsLink);
         HookAllocator().TakeOut(spAllocator);
@@ -380,12 +459,4 @@ void COutputPinBase::BreakConnection() noexcept
     // Outside the leaf lock, as an allocator has locks of its own.
     if (spAllocator)
         spAllocator->Decommit();
-    spAllocator.Release();
-    spMemInput.Release();
-    {
-        CScopedLock lock(&m_crsLink);
-        std::swap(m_spConnected.p, spPeer.p);
-    }
-    if (spPeer)
-        spPeer->Disconnect();
 }

@@ -12,8 +12,11 @@
 ///  - `bool QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept`
 ///  - FilterState(), IBaseFilter and the hooks of CSourceFilter (DSFilters.h)
 ///
-/// Locks, in this order: the filter's m_lock, the pin's m_lock. m_crsLink is a leaf: it is held for counted
-/// copies and for stores of the link's pointers only.
+/// Locks: m_lock is held across the whole of Connect and Disconnect, and nobody takes it within a change of
+/// state. m_crsLink is a leaf: it is held for counted copies and for stores of the link's pointers only.
+///
+/// Calls from within calls: a thread that is within a call of the pin to somebody else never waits for another
+/// thread, which may be waiting for that call. It asks IsInCall, and what it cannot have at once is refused.
 
 #include "dstl/WinAPI/Atl.h"
 
@@ -58,6 +61,26 @@ public:
         trace(atlTraceGeneral, nLevel, pszFormat, GetClassName(), DirectionName());
     }
 
+    /// Marks the calling thread for a scope as one that is within a call of its filter's change of state.
+    class CStateCall
+    {
+    public:
+        explicit CStateCall(CPin& pin) noexcept : m_pin(pin) { m_pin.m_nStateThread = GetCurrentThreadId(); }
+        ~CStateCall() { m_pin.m_nStateThread = 0; }
+        CStateCall(const CStateCall&) = delete;
+        CStateCall& operator=(const CStateCall&) = delete;
+
+    private:
+        CPin& m_pin;
+    };
+    /// Whether the caller is within a call of the filter's change of state.
+    bool IsInStateCall() const noexcept { return m_nStateThread == GetCurrentThreadId(); }
+
+    /// Begins a start of the filter, which excludes a connection or disconnection until EndStart.
+    /// \return false without a connection, or while one is being made or broken
+    bool BeginStart() noexcept;
+    void EndStart() noexcept;
+
     PIN_DIRECTION m_ePinDir = PINDIR_OUTPUT;
     wchar_t m_szName[cchDSName] = {}; ///< name and identifier
     CComPtr<IPin> m_spConnected;      ///< the peer; written under m_lock and m_crsLink
@@ -67,6 +90,12 @@ public:
 protected:
     /// Stores or drops the peer. The old one is released outside the leaf lock.
     void SetPeer(IPin* pPeer) noexcept;
+
+    bool m_bStarting = false; ///< the filter is about to leave State_Stopped; guarded by m_crsLink
+    bool m_bLinking = false;  ///< a connection is being made or broken; guarded by m_crsLink
+
+private:
+    std::atomic<DWORD> m_nStateThread = 0; ///< the thread within a CStateCall
 };
 
 /// A pin's only media type. Copies may be taken on any thread while the worker stores a new type.
@@ -108,9 +137,8 @@ public:
     virtual CComPtr<IBaseFilter> HookFilter() const noexcept = 0;
     /// State_Stopped without a filter.
     virtual FILTER_STATE HookFilterState() const noexcept = 0;
-    /// Whether the caller is the thread that sends the samples. Its questions take no lock that is held while
-    /// somebody waits for it.
-    virtual bool HookIsWorker() const noexcept { return false; }
+    /// Whether the caller is within a call of the stream: of the thread that sends, or of a flush.
+    virtual bool HookIsStreamCall() const noexcept { return false; }
     virtual bool HookQueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept = 0;
     virtual void HookApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept = 0;
     virtual HRESULT HookAllocatorAgree(IMemInputPin* pMemInput) noexcept = 0;
@@ -147,6 +175,11 @@ public:
     /// refusal
     HRESULT SetMediaTypeFromSample(IMediaSample* pSample) noexcept;
 
+    /// Whether the caller is within a call of the pin, or of its filter's change of state, to somebody else.
+    bool IsInCall() const noexcept
+    {
+        return HookIsStreamCall() || m_lock.IsMine() || m_crsLink.IsMine() || IsInStateCall();
+    }
     /// Whether an allocator has been agreed; any thread.
     bool HasAllocator() noexcept { return GetAllocator() != nullptr; }
     /// A counted copy of the agreed allocator, for any thread.
@@ -163,6 +196,12 @@ protected:
     HRESULT ExecConnection(IPin* pReceivePin) noexcept;
     HRESULT AgreeAllocator() noexcept;
     void BreakConnection() noexcept;
+
+private:
+    class CLinkChange;
+    HRESULT BeginLink() noexcept;
+    void EndLink() noexcept;
+    void DropAllocator() noexcept;
 };
 
 /// The link to the owning filter. \tparam T the pin \tparam TFilter the filter
@@ -281,7 +320,8 @@ public:
     STDMETHOD(EnumMediaTypes)(IEnumMediaTypes** ppEnum) noexcept override
     {
         Pin().TracePin(eTL_Frame, L"%s IPinImpl::EnumMediaTypes() [%s]\n");
-        CScopedLock lock(Pin().HookIsWorker() ? nullptr : &Pin().m_lock);
+        // Within a call of ours the type as it is now: the connection may be waiting for that call.
+        const CScopedTryLock lock(&Pin().m_lock, !Pin().IsInCall());
         return CComDSEnum<CMediaTypesAccessor<T>, IEnumMediaTypes>::Create(ppEnum, &Pin(), 0);
     }
     STDMETHOD(QueryInternalConnections)(IPin**, ULONG*) noexcept override

@@ -32,7 +32,8 @@ public:
 
 /// The complete object, as CComObject is for objects of the heap.
 /// \tparam TAlloc the allocator: a COM object with Lock, Unlock,
-///   `void ReturnBuffer(IMediaSample*)` and `void ReturnBlock(void*)`
+///   `void ReturnBuffer(IMediaSample*)`, `void ReturnBlock(void*)` and
+///   `void TakeNotify(CComPtr<IMemAllocatorNotifyCallbackTemp>&)`
 /// \tparam TSample the sample's class
 template <class TAlloc, class TSample>
 class CComSampleObject final : public TSample
@@ -85,10 +86,14 @@ public:
         }
         // The return of the last buffer may end a decommit, and with it the allocator's reference on itself.
         const CComPtr<TAlloc> spAlloc(pAlloc);
+        CComPtr<IMemAllocatorNotifyCallbackTemp> spNotify;
         CScopedLock lock(pAlloc);
         this->~CComSampleObject();
         pAlloc->ReturnBlock(this);
+        pAlloc->TakeNotify(spNotify);
         lock.Unlock();
+        if (spNotify)
+            spNotify->NotifyRelease();
         return 0;
     }
     STDMETHOD(QueryInterface)(REFIID riid, void** ppv) noexcept override

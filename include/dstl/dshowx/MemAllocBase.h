@@ -2,6 +2,8 @@
 /// What stands behind an allocator: a buffer store, the pool of blocks for samples, and the making and the
 /// return of a sample.
 
+#include <utility>
+
 #include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/MediaSample.h"
 #include "dstl/dshowx/MemAllocator.h"
@@ -69,7 +71,7 @@ public:
         return hr;
     }
 
-    // What a sample calls at its end, with the lock held.
+    // What a sample calls at its end, the first two with the lock held.
     /// Takes the sample's buffer back.
     void ReturnBuffer(IMediaSample* pSample) noexcept
     {
@@ -79,7 +81,7 @@ public:
             m_buffers.Push(pBuffer);
         else
             DSASSERT_TEXT(false, "pSample->GetPointer() != S_OK");
-        if (This()->ReleaseBuffer(pSample) != S_OK)
+        if (this->EndUse(pSample, m_spNotifyDue) != S_OK)
             DSASSERT_TEXT(false, "ReleaseBuffer() != S_OK");
     }
     /// Takes the sample's block back and wakes who waits for a buffer.
@@ -91,6 +93,11 @@ public:
             this->FreeMemory();
         this->WakeWaiters();
     }
+    /// Takes out who is to be notified of the return, behind the lock.
+    void TakeNotify(CComPtr<IMemAllocatorNotifyCallbackTemp>& spNotify) noexcept
+    {
+        std::swap(spNotify.p, m_spNotifyDue.p);
+    }
 
     TBuffers m_buffers;
     CSampleArray m_samples{sizeof(SampleObject)};
@@ -98,4 +105,6 @@ public:
 
 private:
     T* This() noexcept { return static_cast<T*>(this); }
+
+    CComPtr<IMemAllocatorNotifyCallbackTemp> m_spNotifyDue; ///< between ReturnBuffer and TakeNotify
 };

@@ -133,33 +133,15 @@ public:
             trace(atlTraceGeneral, eTL_Frame, L"[Allocator] Wait period ended\n");
         }
     }
-    /// Moves the state and notifies. Buffer and block come back with the sample's last Release, which calls
-    /// this on the way and wakes the waiters afterwards.
+    /// Moves the state and notifies. Buffer and block come back with the sample's last Release, which does the
+    /// same and wakes the waiters afterwards.
     STDMETHOD(ReleaseBuffer)(IMediaSample* pSample) noexcept override
     {
-        trace(atlTraceGeneral, eTL_Frame, L"%s: IMemAllocator::ReleaseBuffer\n", GetClassName());
-        DSASSERT(pSample != NULL);
-        if (pSample == nullptr)
-            return E_POINTER;
         CComPtr<IMemAllocatorNotifyCallbackTemp> spNotify;
-        CScopedLock lock(This());
-        const HRESULT hr = Result(eAO_ReleaseBuffer);
-        if (hr != S_OK)
-            return hr;
-        if (m_eState == AS_Committed)
-        {
-            DSASSERT_TEXT(This()->IsAllReturn(), "pT->IsAllReturn()");
-            return S_OK;
-        }
-        if (m_eState == AS_Decommitting)
-            EndDecommit(); // deliberately keeps the memory until the next commit
-        else
-            m_eState = This()->IsAllReturn() ? AS_Committed : AS_Partial;
-        spNotify = m_spNotify;
-        lock.Unlock();
+        const HRESULT hr = EndUse(pSample, spNotify);
         if (spNotify)
             spNotify->NotifyRelease();
-        return S_OK;
+        return hr;
     }
     // IMemAllocatorCallbackTemp
     STDMETHOD(SetNotify)(IMemAllocatorNotifyCallbackTemp* pNotify) noexcept override
@@ -197,6 +179,32 @@ public:
     CComPtr<IMemAllocatorNotifyCallbackTemp> m_spNotify;
 
 protected:
+    /// ReleaseBuffer but for the notification, which belongs behind the last lock: who is notified may wait for
+    /// a thread that needs the allocator.
+    /// \param spNotify receives who is to be notified
+    HRESULT EndUse(IMediaSample* pSample, CComPtr<IMemAllocatorNotifyCallbackTemp>& spNotify) noexcept
+    {
+        trace(atlTraceGeneral, eTL_Frame, L"%s: IMemAllocator::ReleaseBuffer\n", GetClassName());
+        DSASSERT(pSample != NULL);
+        if (pSample == nullptr)
+            return E_POINTER;
+        CScopedLock lock(This());
+        const HRESULT hr = Result(eAO_ReleaseBuffer);
+        if (hr != S_OK)
+            return hr;
+        if (m_eState == AS_Committed)
+        {
+            DSASSERT_TEXT(This()->IsAllReturn(), "pT->IsAllReturn()");
+            return S_OK;
+        }
+        if (m_eState == AS_Decommitting)
+            EndDecommit(); // deliberately keeps the memory until the next commit
+        else
+            m_eState = This()->IsAllReturn() ? AS_Committed : AS_Partial;
+        spNotify = m_spNotify;
+        return S_OK;
+    }
+
     /// Makes the semaphore. \return E_OUTOFMEMORY without one
     HRESULT Construct() noexcept
     {

@@ -1,0 +1,118 @@
+#include "PumpThread.h"
+
+namespace
+{
+
+/// Holds the leaf lock for a scope.
+class CStateLock
+{
+public:
+    explicit CStateLock(SRWLOCK& lock) noexcept : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
+    ~CStateLock() { ReleaseSRWLockExclusive(&m_lock); }
+    CStateLock(const CStateLock&) = delete;
+    CStateLock& operator=(const CStateLock&) = delete;
+
+private:
+    SRWLOCK& m_lock;
+};
+
+} // namespace
+
+HRESULT CPumpThread::Init(void* pObject, PFNTHREADPROC pfnThreadProc) noexcept
+{
+    const HRESULT hr = m_Thread.InitThread(pObject, pfnThreadProc, 0);
+    if (FAILED(hr))
+        return hr;
+    if (!m_evStopped.Create(false))
+        End(); // nobody could wait for the worker
+    return S_OK;
+}
+
+void CPumpThread::Loop(void* pObject, PFNSTEP pfnStep) noexcept
+{
+    DWORD dwTimeout = INFINITE;
+    while (m_Thread.m_bRun)
+    {
+        const DWORD dwRet = WaitForSingleObject(m_Thread.m_hEvent, dwTimeout);
+        if (!m_Thread.m_bRun)
+            break;
+        DSASSERT(dwRet == WAIT_OBJECT_0 || dwRet == WAIT_TIMEOUT);
+        if (dwRet == WAIT_FAILED)
+            break; // it would fail for ever; whoever waits for this thread sees its end
+        {
+            CStateLock lock(m_lockState);
+            if (m_eState == ePump_Stopping)
+                m_eState = ePump_Idle;
+            if (m_eState == ePump_Idle)
+                m_evStopped.Set();
+        }
+        dwTimeout = m_eState == ePump_Sending ? pfnStep(pObject) : INFINITE;
+    }
+}
+
+void CPumpThread::Start() noexcept
+{
+    {
+        CStateLock lock(m_lockState);
+        if (m_eState != ePump_Leaving)
+            m_eState = ePump_Sending;
+    }
+    Wake();
+}
+
+void CPumpThread::Stop(bool bWait) noexcept
+{
+    {
+        CStateLock lock(m_lockState);
+        if (!IsBusy())
+            return;
+        if (m_eState == ePump_Sending)
+            m_evStopped.Reset();
+        m_eState = ePump_Stopping;
+    }
+    WakeAllConditionVariable(&m_cvHolds);
+    if (!Wake())
+    {
+        CStateLock lock(m_lockState);
+        m_eState = ePump_Idle; // the worker could not be started, and nobody would answer
+        return;
+    }
+    if (!bWait || IsCurrent())
+        return;
+    const HANDLE arrWait[] = {m_evStopped, m_Thread.m_hThread}; // or its end, should it have failed
+    const DWORD dwRet = WaitForMultipleObjects(2, arrWait, FALSE, INFINITE);
+    DSASSERT(dwRet == WAIT_OBJECT_0);
+}
+
+void CPumpThread::Leave() noexcept
+{
+    {
+        CStateLock lock(m_lockState);
+        m_eState = ePump_Leaving;
+    }
+    m_Thread.m_bRun = false;
+}
+
+CPumpThread::CHold::CHold(CPumpThread& pump) noexcept : m_pump(pump)
+{
+    CStateLock lock(m_pump.m_lockState);
+    ++m_pump.m_nHolds;
+}
+
+CPumpThread::CHold::~CHold()
+{
+    {
+        CStateLock lock(m_pump.m_lockState);
+        --m_pump.m_nHolds;
+    }
+    WakeAllConditionVariable(&m_pump.m_cvHolds);
+}
+
+void CPumpThread::PassHolds() noexcept
+{
+    if (m_nHolds == 0)
+        return;
+    CStateLock lock(m_lockState);
+    while (m_nHolds != 0 && m_eState == ePump_Sending)
+        SleepConditionVariableSRW(&m_cvHolds, &m_lockState, INFINITE, 0);
+}
