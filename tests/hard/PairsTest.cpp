@@ -6,9 +6,10 @@
 
 #include <vfwmsgs.h>
 
-#include <array>
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -39,12 +40,13 @@ enum eStage
 /// Where the results of a call within it are the same.
 enum eGroup
 {
-    eG_Free,       ///< nothing of the filter's is under way on this thread
-    eG_Choosing,   ///< Connect, before the peer has been asked
-    eG_Connecting, ///< Connect, from ReceiveConnection on
-    eG_Starting,   ///< Pause or Run, in the allocator
-    eG_Worker,
-    eG_Flushing,
+    eG_Unconnected,   ///< no connection, and no call of the filter is under way on this thread
+    eG_Choosing,      ///< Connect, before ReceiveConnection
+    eG_Connecting,    ///< Connect, from ReceiveConnection on
+    eG_Reconnecting,  ///< the graph, which has been asked for a reconnection
+    eG_Starting,      ///< Pause or Run, in the allocator
+    eG_Worker,        ///< the worker, in the peer, its allocator or its sample
+    eG_Flushing,      ///< SetPositions, in the peer
     eG_Stopping,      ///< Stop, in the allocator
     eG_Disconnecting, ///< Disconnect, in the allocator
     eG_Disconnected,  ///< Disconnect, in the peer
@@ -59,8 +61,8 @@ struct CallRow
 };
 
 constexpr CallRow arrCalls[] = {
-    {"graph.QueryInterface", eSt_Join, eG_Free},
-    {"clock.QueryInterface", eSt_Clock, eG_Free},
+    {"graph.QueryInterface", eSt_Join, eG_Unconnected},
+    {"clock.QueryInterface", eSt_Clock, eG_Unconnected},
     {"pin.QueryDirection", eSt_Connect, eG_Choosing},
     {"pin.EnumMediaTypes", eSt_Connect, eG_Choosing},
     {"pin.ReceiveConnection", eSt_Connect, eG_Connecting},
@@ -70,13 +72,13 @@ constexpr CallRow arrCalls[] = {
     {"alloc.SetProperties", eSt_Connect, eG_Connecting},
     {"pin.NotifyAllocator", eSt_Connect, eG_Connecting},
     {"alloc.GetProperties", eSt_Connect, eG_Connecting},
-    {"graph.ReconnectEx", eSt_Reconnect, eG_Free},
+    {"graph.ReconnectEx", eSt_Reconnect, eG_Reconnecting},
     {"alloc.Commit", eSt_Start, eG_Starting},
     {"alloc.GetProperties", eSt_Start, eG_Starting},
     {"alloc.GetBuffer", eSt_Stream, eG_Worker},
     {"pin.NewSegment", eSt_Stream, eG_Worker},
     {"sample.GetMediaType", eSt_Stream, eG_Worker},
-    {"sample.SetProperties", eSt_Stream, eG_Worker},
+    {"sample.GetPointer", eSt_Stream, eG_Worker},
     {"pin.Receive", eSt_Stream, eG_Worker},
     {"pin.EndOfStream", eSt_Stream, eG_Worker},
     {"pin.BeginFlush", eSt_Seek, eG_Flushing},
@@ -124,10 +126,10 @@ public:
         m_tap.Call("sample.GetMediaType");
         return FakeSample::GetMediaType(ppmt);
     }
-    STDMETHOD(SetProperties)(DWORD cb, const BYTE* pb) override
+    STDMETHOD(GetPointer)(BYTE** ppBuffer) override
     {
-        m_tap.Call("sample.SetProperties");
-        return FakeSample::SetProperties(cb, pb);
+        m_tap.Call("sample.GetPointer");
+        return FakeSample::GetPointer(ppBuffer);
     }
 
 private:
@@ -312,12 +314,23 @@ struct Life
     CComPtr<IQualityControl> spQuality;
 };
 
+/// The results of the calls of one life.
+struct Results
+{
+    HRESULT hrOperation = E_UNEXPECTED; ///< of the operation within the call
+    HRESULT hrConnect = E_UNEXPECTED, hrRun = E_UNEXPECTED;
+    FILTER_STATE eBehindRun = State_Stopped; ///< state when Run has returned
+    bool bConnected = false;                 ///< when Connect has returned
+};
+
 // --- The operations
 
 struct Operation
 {
     const char* pszName;
     HRESULT (*pfn)(Life&);
+    HRESULT arrAlone[eG_Count];           ///< the result, by group
+    std::initializer_list<HRESULT> beside; ///< those that are possible as well beside a Stop, by its progress
 };
 
 HRESULT SetOwnFormat(Life& life)
@@ -329,6 +342,26 @@ HRESULT SetOwnFormat(Life& life)
     const HRESULT hrSet = life.spConfig->SetFormat(pmt);
     MTDelete(pmt);
     return hrSet;
+}
+
+HRESULT SetOtherRate(Life& life)
+{
+    QG_VID_PROPS props{};
+    life.source.spControl->GetOutputProps(&props);
+    props.dblRate = 30;
+    return life.source.spControl->SetOutputProps(&props);
+}
+
+HRESULT SetSmallBitmap(Life& life)
+{
+    const HardBitmap bitmap(16, 16, 24, 0x55);
+    return life.source.spControl->SetPictureHandle(bitmap.Handle());
+}
+
+HRESULT SeekToBegin(Life& life)
+{
+    LONGLONG ll = 0;
+    return life.spSeeking->SetPositions(&ll, AM_SEEKING_AbsolutePositioning, nullptr, 0);
 }
 
 HRESULT AskEverything(Life& life)
@@ -367,57 +400,47 @@ HRESULT AskEverything(Life& life)
     return life.spSeeking->GetPositions(&llStart, &llEnd);
 }
 
+constexpr HRESULT hrNoConn = VFW_E_NOT_CONNECTED, hrNoAlloc = VFW_E_NO_ALLOCATOR, hrWrong = VFW_E_WRONG_STATE,
+                  hrChanged = VFW_E_STATE_CHANGED, hrTaken = VFW_E_ALREADY_CONNECTED,
+                  hrRuns = VFW_E_NOT_STOPPED;
+
+// clang-format off
 const Operation arrOperations[] = {
-    {"Stop", [](Life& life) { return life.source.spFilter->Stop(); }},
-    {"Pause", [](Life& life) { return life.source.spFilter->Pause(); }},
-    {"Run", [](Life& life) { return life.source.spFilter->Run(0); }},
-    {"SetSyncSource", [](Life& life) { return life.source.spFilter->SetSyncSource(nullptr); }},
-    {"JoinFilterGraph", [](Life& life) { return life.source.spFilter->JoinFilterGraph(nullptr, nullptr); }},
-    {"Connect", [](Life& life) { return life.source.spPin->Connect(&life.pin, nullptr); }},
-    {"Disconnect", [](Life& life) { return life.source.spPin->Disconnect(); }},
-    {"SetFormat", &SetOwnFormat},
-    {"SetOutputFormat", [](Life& life) { return life.source.SetFormat(L"RGB32", 16, 16); }},
-    {"SetFrameRate", [](Life& life) { return life.source.spControl->SetFrameRate(50); }},
-    {"SetOutputProps",
-     [](Life& life)
-     {
-         QG_VID_PROPS props{};
-         life.source.spControl->GetOutputProps(&props);
-         props.dblRate = 30;
-         return life.source.spControl->SetOutputProps(&props);
-     }},
-    {"SetPicture", [](Life& life) { return life.source.SetPicture(L"blue|green"); }},
-    {"SetPictureHandle",
-     [](Life& life)
-     {
-         const HardBitmap bitmap(16, 16, 24, 0x55);
-         return life.source.spControl->SetPictureHandle(bitmap.Handle());
-     }},
-    {"SetPositions",
-     [](Life& life)
-     {
-         LONGLONG ll = 0;
-         return life.spSeeking->SetPositions(&ll, AM_SEEKING_AbsolutePositioning, nullptr, 0);
-     }},
-    {"queries", &AskEverything},
+    // columns: Unconnected, Choosing, Connecting, Reconnecting, Starting, Worker, Flushing, Stopping, Disconnecting, Disconnected
+    {"Stop", [](Life& life) { return life.source.spFilter->Stop(); },
+     {hrNoConn, hrNoConn, hrNoAlloc, S_OK, S_OK, S_OK, S_OK, S_OK, hrNoAlloc, hrNoConn}, {}},
+    {"Pause", [](Life& life) { return life.source.spFilter->Pause(); },
+     {hrWrong, hrWrong, hrWrong, S_OK, hrChanged, S_OK, S_OK, hrChanged, hrWrong, hrWrong}, {hrChanged}},
+    {"Run", [](Life& life) { return life.source.spFilter->Run(0); },
+     {hrWrong, hrWrong, hrWrong, S_OK, hrChanged, S_OK, S_OK, hrChanged, hrWrong, hrWrong}, {hrChanged}},
+    {"SetSyncSource", [](Life& life) { return life.source.spFilter->SetSyncSource(nullptr); }, {}, {}},
+    {"JoinFilterGraph", [](Life& life) { return life.source.spFilter->JoinFilterGraph(nullptr, nullptr); }, {}, {}},
+    {"Connect", [](Life& life) { return life.source.spPin->Connect(&life.pin, nullptr); },
+     {S_OK, hrChanged, hrTaken, hrTaken, hrTaken, hrTaken, hrTaken, hrTaken, hrTaken, hrChanged}, {}},
+    {"Disconnect", [](Life& life) { return life.source.spPin->Disconnect(); },
+     {S_FALSE, S_FALSE, S_OK, S_OK, hrRuns, hrRuns, hrRuns, hrRuns, S_OK, S_FALSE}, {S_OK}},
+    {"SetFormat", &SetOwnFormat,
+     {S_OK, S_OK, S_OK, S_OK, S_OK, hrRuns, hrRuns, hrRuns, S_OK, S_OK}, {S_OK}},
+    {"SetOutputFormat", [](Life& life) { return life.source.SetFormat(L"RGB32", 16, 16); },
+     {S_OK, S_OK, S_OK, S_OK, S_OK, hrRuns, hrRuns, hrRuns, S_OK, S_OK}, {S_OK}},
+    {"SetFrameRate", [](Life& life) { return life.source.spControl->SetFrameRate(50); },
+     {S_OK, S_OK, S_OK, S_OK, S_OK, hrRuns, hrRuns, hrRuns, S_OK, S_OK}, {S_OK}},
+    {"SetOutputProps", &SetOtherRate, {}, {}},
+    {"SetPicture", [](Life& life) { return life.source.SetPicture(L"blue|green"); }, {}, {}},
+    {"SetPictureHandle", &SetSmallBitmap, {}, {}},
+    {"SetPositions", &SeekToBegin,
+     {S_OK, S_OK, S_OK, S_OK, S_OK, S_OK, hrChanged, S_OK, S_OK, S_OK}, {hrChanged}},
+    {"queries", &AskEverything, {}, {}},
 };
+// clang-format on
 
-/// Waits for a moment that has to come.
-template <class TCondition>
-void WaitFor(TCondition condition)
+/// A whole life, with the operation within the call.
+Results Live(const LoadedModule& module, const CallRow& row, const Operation& operation, bool bStopBeside)
 {
-    while (!condition())
-        Sleep(1);
-}
-
-/// A whole life, with the operation within the call. \return its result
-HRESULT Live(const LoadedModule& module, const CallRow& row, const Operation& operation, bool bStopBeside)
-{
+    Results results;
     Life life(module);
-    CEvent evDone, evStop;
-    evDone.Create(true);
-    evStop.Create(true);
-    HRESULT hr = E_UNEXPECTED;
+    CEvent evDone, evStop, evRan;
+    EXPECT_TRUE(evDone.Create(true) && evStop.Create(true) && evRan.Create(true));
     std::atomic<bool> bStopped = !bStopBeside;
     std::thread stopper;
     if (bStopBeside)
@@ -431,44 +454,48 @@ HRESULT Live(const LoadedModule& module, const CallRow& row, const Operation& op
     life.tap.Arm(row,
                  [&]
                  {
+                     if (row.stage == eSt_Stream)
+                         WaitForSingleObject(evRan, INFINITE); // the host's Run has had its turn
                      evStop.Set();
-                     // Until the other thread waits in its Stop, or is through. Nobody can see that it waits;
-                     // a pair that comes too early is one without it.
+                     // Until the other thread waits in its Stop, or is through. Nobody can see that it waits: a
+                     // pair that comes too early has the result of one without it.
                      for (int i = 0; i < 10 && !bStopped; i++)
                          Sleep(1);
-                     hr = operation.pfn(life);
+                     results.hrOperation = operation.pfn(life);
                      evDone.Set();
                  });
-    const bool bEndOfStream = std::string_view(row.pszName) == "pin.EndOfStream";
     const auto stage = [&](eStage eNow)
     {
         life.tap.m_stage = eNow;
         return row.stage >= eNow;
     };
 
-    life.source.SetPicture(bEndOfStream ? L"red|red" : L"red");
+    life.source.SetPicture(std::string_view(row.pszName) == "pin.EndOfStream" ? L"red|red" : L"red");
     life.source.SetFormat(L"RGB32", 16, 16);
     stage(eSt_Join);
     life.source.spFilter->JoinFilterGraph(life.graph.Graph(), L"source");
     stage(eSt_Clock);
     life.source.spFilter->SetSyncSource(&life.clock);
     if (stage(eSt_Connect))
-        life.source.spPin->Connect(&life.pin, nullptr);
+    {
+        results.hrConnect = life.source.spPin->Connect(&life.pin, nullptr);
+        CComPtr<IPin> spPeer;
+        results.bConnected = life.source.spPin->ConnectedTo(&spPeer) == S_OK;
+    }
     if (row.stage == eSt_Reconnect && stage(eSt_Reconnect))
         life.source.spControl->SetFrameRate(24);
     if (stage(eSt_Start))
     {
         if (row.stage == eSt_Stream)
             life.tap.m_stage = eSt_Stream;
-        life.source.spFilter->Run(0);
+        results.hrRun = life.source.spFilter->Run(0);
+        results.eBehindRun = life.State();
+        evRan.Set();
     }
     if (row.stage == eSt_Stream)
-        WaitFor([&] { return life.tap.IsDone() && WaitForSingleObject(evDone, 0) == WAIT_OBJECT_0; });
+        WaitForSingleObject(evDone, INFINITE);
     if (stage(eSt_Seek))
-    {
-        LONGLONG ll = 400000;
-        life.spSeeking->SetPositions(&ll, AM_SEEKING_AbsolutePositioning, nullptr, 0);
-    }
+        SeekToBegin(life);
     stage(eSt_Stop);
     life.source.spFilter->Stop();
     stage(eSt_Disconnect);
@@ -476,6 +503,7 @@ HRESULT Live(const LoadedModule& module, const CallRow& row, const Operation& op
     evStop.Set();
     if (stopper.joinable())
         stopper.join();
+    EXPECT_TRUE(life.tap.IsDone()) << "the call never came";
 
     // Whatever the operation has left.
     life.source.spFilter->Stop();
@@ -483,7 +511,6 @@ HRESULT Live(const LoadedModule& module, const CallRow& row, const Operation& op
     life.source.spFilter->SetSyncSource(nullptr);
     life.source.spFilter->JoinFilterGraph(nullptr, nullptr);
     EXPECT_EQ(life.State(), State_Stopped);
-    EXPECT_TRUE(life.tap.IsDone()) << "the call never came";
     life.spSeeking.Release();
     life.spConfig.Release();
     life.spQuality.Release();
@@ -492,40 +519,82 @@ HRESULT Live(const LoadedModule& module, const CallRow& row, const Operation& op
     EXPECT_EQ(life.alloc.Refs(), 0);
     EXPECT_EQ(life.graph.Refs(), 0);
     EXPECT_EQ(life.clock.m_nRefs, 0);
-    return hr;
+    return results;
 }
 
 std::string Hex(HRESULT hr)
 {
     char sz[16];
-    snprintf(sz, sizeof(sz), "%08X", static_cast<unsigned>(hr));
+    snprintf(sz, sizeof(sz), "0x%08X", static_cast<unsigned>(hr));
     return sz;
 }
 
-TEST(Pairs, Print)
+/// What the operations that undo a connection or a start leave of it.
+void CheckOuterCalls(const CallRow& row, std::string_view sOperation, const Results& results)
 {
-    const HardCom com;
-    const LoadedModule module;
-    Watchdog watchdog(1, 30000);
-    static std::string sName;
-    for (const bool bBeside : {false, true})
+    if (row.stage == eSt_Connect)
     {
-        for (const CallRow& row : arrCalls)
+        EXPECT_EQ(results.bConnected, results.hrConnect == S_OK);
+        if (row.group == eG_Connecting && sOperation == "Disconnect")
         {
-            std::string sLine = std::string(bBeside ? "with " : "alone ") + row.pszName + ":";
-            for (const Operation& operation : arrOperations)
-            {
-                static char szStep[200];
-                snprintf(szStep, sizeof(szStep), "%s within %s of stage %d%s", operation.pszName, row.pszName,
-                         row.stage, bBeside ? " beside a Stop" : "");
-                watchdog.Step(0, szStep);
-                sLine += std::string(" ") + operation.pszName + "=" + Hex(Live(module, row, operation, bBeside));
-            }
-            printf("%s\n", sLine.c_str());
-            fflush(stdout);
+            EXPECT_EQ(Hex(results.hrConnect), Hex(VFW_E_NOT_CONNECTED));
         }
     }
-    EXPECT_TRUE(WaitUntilUnloadable(module));
+    if (row.group == eG_Starting && sOperation == "Stop")
+    {
+        EXPECT_EQ(Hex(results.hrRun), Hex(VFW_E_STATE_CHANGED));
+        EXPECT_EQ(results.eBehindRun, State_Stopped);
+    }
 }
+
+class Pairs : public testing::TestWithParam<CallRow>
+{
+protected:
+    void RunAll(bool bStopBeside)
+    {
+        const CallRow& row = GetParam();
+        for (const Operation& operation : arrOperations)
+        {
+            static char szStep[200];
+            snprintf(szStep, sizeof(szStep), "%s within %s%s", operation.pszName, row.pszName,
+                     bStopBeside ? " beside a Stop" : "");
+            SCOPED_TRACE(szStep);
+            m_watchdog.Step(row.stage, szStep);
+            const Results results = Live(m_module, row, operation, bStopBeside);
+            const HRESULT hr = results.hrOperation, hrAlone = operation.arrAlone[row.group];
+            const auto& beside = operation.beside;
+            if (!bStopBeside || std::find(beside.begin(), beside.end(), hr) == beside.end())
+            {
+                EXPECT_EQ(Hex(hr), Hex(hrAlone));
+            }
+            if (!bStopBeside)
+                CheckOuterCalls(row, operation.pszName, results);
+        }
+        m_watchdog.Step(0, nullptr);
+        EXPECT_TRUE(WaitUntilUnloadable(m_module));
+    }
+
+    const HardCom m_com;
+    const LoadedModule m_module;
+    Watchdog m_watchdog;
+};
+
+TEST_P(Pairs, Alone)
+{
+    RunAll(false);
+}
+
+TEST_P(Pairs, BesideAStop)
+{
+    RunAll(true);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, Pairs, testing::ValuesIn(arrCalls),
+                         [](const auto& info)
+                         {
+                             std::string s = std::to_string(info.index) + "_" + info.param.pszName;
+                             std::replace(s.begin(), s.end(), '.', '_');
+                             return s;
+                         });
 
 } // namespace

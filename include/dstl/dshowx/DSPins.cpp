@@ -229,9 +229,11 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
         return VFW_E_STATE_CHANGED;
     if (IsConnected())
         return VFW_E_ALREADY_CONNECTED;
+    const CLinkChange change(*this); // before the peer is asked, which may try to connect as well
+    if (change.Result() == VFW_E_STATE_CHANGED)
+        return VFW_E_STATE_CHANGED;
     if (!CheckDirection(pReceivePin))
         return VFW_E_INVALID_DIRECTION;
-    const CLinkChange change(*this);
     if (change.Result() != S_OK)
         return change.Result();
 
