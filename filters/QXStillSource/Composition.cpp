@@ -21,16 +21,11 @@ LONG AbsHeightLong(const PicProps& pic) noexcept
     return static_cast<LONG>(std::min<DWORD>(AbsHeight(pic.nHeight), INT_MAX));
 }
 
-/// Bytes of a picture; 0 for one that no sample can hold, as its length is a signed 32-bit number.
-DWORD PicBytes(const PicProps& pic) noexcept
+/// Bytes of a picture that is no frame yet; 0 for one that no block can hold.
+DWORD BlockBytes(const PicProps& pic) noexcept
 {
-    const LONG nRow = pic.nRowWidth != 0 ? pic.nRowWidth : pic.nWidth;
-    if (nRow <= 0)
-        return 0;
-    const ULONGLONG cbRow = static_cast<ULONGLONG>(nRow) * GetBitCount(pic.fccType) / 8;
-    if (cbRow * AbsHeight(pic.nHeight) > INT_MAX)
-        return 0;
-    return GetPicSize(&pic);
+    const uint64_t cbPicture = FrameBytes(pic);
+    return cbPicture <= MAXDWORD ? static_cast<DWORD>(cbPicture) : 0;
 }
 
 /// The bytes in use, or null.
@@ -49,6 +44,35 @@ void FillMargins(BYTE* pbFrame, const PicProps* picFrame, DWORD dwColor, const R
     const int nRects = MarginRects(picFrame->nWidth, AbsHeightLong(*picFrame), rcMargins, arrRects);
     for (int i = 0; i < nRects; i++)
         Img_Fill(pbFrame, picFrame, dwColor, &arrRects[i], nOpaque, nWholeFrame);
+}
+
+/// Whether every byte of a frame gets written when a picture is scaled into a rectangle of it and the margins
+/// are painted: the format can be scaled, its rows have no padding, and no chroma row lies in both.
+bool IsWhollyWritten(const PicProps& picFrame, const RECT& rcPicture) noexcept
+{
+    bool bPlanar = false;
+    DWORD dwBitCount = 0;
+    if (!Img_CheckProps(&picFrame, false) || !GetPicFormat(&picFrame, nullptr, &bPlanar, &dwBitCount))
+        return false;
+    const uint64_t nPixels = static_cast<uint64_t>(picFrame.nWidth) * AbsHeight(picFrame.nHeight);
+    const bool bEvenRows = rcPicture.top % 2 == 0 && rcPicture.bottom % 2 == 0;
+    return FrameBytes(picFrame) * 8 == nPixels * dwBitCount && (!bPlanar || bEvenRows);
+}
+
+/// Scales a picture into a rectangle of the frame. What is not written is zero, whatever the block held
+/// before.
+void ScaleIntoFrame(CBLOBHolder<CTaskMemory>& blobFrame, const PicProps& picFrame, const RECT& rcFrame,
+                    const BYTE* pbPicture, const PicProps& picPicture, const RECT& rcPicture,
+                    eImgResize eMode) noexcept
+{
+    const bool bNewBlock = blobFrame.Resize(static_cast<DWORD>(SampleBytes(picFrame))) == S_OK;
+    BYTE* const pbFrame = BlobData(blobFrame);
+    if (pbFrame != nullptr && (bNewBlock || !IsWhollyWritten(picFrame, rcFrame)))
+        blobFrame.Fill(0);
+    const HRESULT hr =
+        Img_ResizeFrame(pbPicture, pbFrame, &picPicture, &picFrame, &rcPicture, &rcFrame, eMode, nullptr, 0);
+    if (hr != S_OK && pbFrame != nullptr)
+        blobFrame.Fill(0);
 }
 
 } // namespace
@@ -94,7 +118,7 @@ HRESULT CCoQXStillSourceOut::ComposeFrame() noexcept
     // The format may claim more than the block holds, as after "transparent" over a 24-bit picture: what is
     // not there reads as zero.
     CBLOBHolder<CTaskMemory> blobPadded;
-    const DWORD cbSource = PicBytes(m_picSource);
+    const DWORD cbSource = BlockBytes(m_picSource);
     if (cbSource == 0)
     {
         pbSource = nullptr;
@@ -119,7 +143,7 @@ HRESULT CCoQXStillSourceOut::ComposeFrame() noexcept
         picImage.nHeight = AbsHeightLong(picImage) & ~1;
         picImage.nRowWidth = picImage.nWidth;
         rcConvertIn = {0, 0, picImage.nWidth, picImage.nHeight};
-        blobBuffer.Alloc(PicBytes(picImage), true, 0);
+        blobBuffer.Alloc(BlockBytes(picImage), true, 0);
         const HRESULT hr = Img_Convert(pbSource, BlobData(blobBuffer), &m_picSource, &picImage, &rcConvertIn,
                                        &rcConvertIn, true, nullptr);
         DSASSERT(hr == S_OK);
@@ -141,20 +165,16 @@ HRESULT CCoQXStillSourceOut::ComposeFrame() noexcept
                         &rcConvertIn, &rcConvertOut, 1.0, dblPixelAspect);
     }
 
-    // A new block is zeroed: where resizing fails, the frame shows no stranger's memory.
-    if (m_blobFrame.Resize(PicBytes(m_picOutput)) == S_OK)
-        m_blobFrame.Fill(0);
-    BYTE* const pbFrame = BlobData(m_blobFrame);
-    Img_ResizeFrame(pbSource, pbFrame, &picImage, &m_picOutput, &rcConvertIn, &rcConvertOut,
-                    bLoaded ? eIR_Cubic : eIR_Nearest, nullptr, 0);
-    FillMargins(pbFrame, &m_picOutput, 0, MarginsOfRect(rcConvertOut));
+    ScaleIntoFrame(m_blobFrame, m_picOutput, rcConvertOut, pbSource, picImage, rcConvertIn,
+                   bLoaded ? eIR_Cubic : eIR_Nearest);
+    FillMargins(BlobData(m_blobFrame), &m_picOutput, 0, MarginsOfRect(rcConvertOut));
     return S_OK;
 }
 
 HRESULT CCoQXStillSourceOut::MakeSolidPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept
 {
     m_picSource = m_picOutput;
-    blobImage.Alloc(PicBytes(m_picSource), true, 0);
+    blobImage.Alloc(static_cast<DWORD>(SampleBytes(m_picSource)), true, 0);
     BYTE* const pbImage = BlobData(blobImage);
     if (pbImage == nullptr)
         return S_OK; // the frame stays unfinished

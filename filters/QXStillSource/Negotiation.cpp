@@ -77,6 +77,8 @@ HRESULT CreateWithExtraData(CMType& mtNew, const AM_MEDIA_TYPE& mtBase, const Ba
 {
     if (mtBase.cbFormat <= base.cbHeader)
         return E_INVALIDARG; // nothing to keep
+    if (!FitsSample({fcc, base.pbmi->biWidth, nHeight, 0}))
+        return E_INVALIDARG;
     const size_t cbExtra = mtBase.cbFormat - base.cbHeader;
     const GUID guidSub = fcc == mtBase.subtype.Data1 ? mtBase.subtype : FourccSubtype(fcc);
     const HRESULT hr = MTCreate(&mtNew, MEDIATYPE_Video, guidSub, FORMAT_VideoInfo,

@@ -99,7 +99,7 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
     }
 
     const REFERENCE_TIME rtFrame = GetFrameTime();
-    const LONG cbSize = static_cast<LONG>(GetPicSize(&m_picOutput));
+    const LONG cbSize = SampleBytes(m_picOutput);
     DSASSERT(sample.m_pbBuf != NULL);
     DSASSERT(sample.m_cbBuf >= cbSize);
 

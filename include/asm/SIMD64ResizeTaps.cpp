@@ -100,7 +100,7 @@ bool FillWindows(const ResizeRowTaps& taps, eResizeWindows eWindows, ResizeWindo
         {
             HalfTaps of = {};
             of.nFirst = nGroup * nResizeGroupOutputs + (2 * nHalf + nInGroup % 2) * nOutputsHalf;
-            of.nLast = std::min(of.nFirst + nOutputsHalf, taps.nOutputs);
+            of.nLast = of.nFirst + std::min(nOutputsHalf, taps.nOutputs - of.nFirst);
             of.nTap = nInGroup / 2 * nResizeChunkTaps;
             of.nTaps = std::min<LONG>(taps.nTaps - of.nTap, nResizeChunkTaps);
             if (of.nFirst >= of.nLast)
@@ -152,7 +152,8 @@ ResizeRowTaps MakeResizeTaps(const int32_t* pStart, const int16_t* pWeights, LON
     taps.nTaps = nTaps;
     taps.nOutputs = nOutputs;
     taps.cbRow = cbRow;
-    taps.nGroups = static_cast<size_t>((nOutputs + nResizeGroupOutputs - 1) / nResizeGroupOutputs);
+    const auto nGroup = static_cast<size_t>(nResizeGroupOutputs);
+    taps.nGroups = (static_cast<size_t>(nOutputs) + nGroup - 1) / nGroup;
     taps.nChunks = (nTaps + nResizeChunkTaps - 1) / nResizeChunkTaps;
     return taps;
 }

@@ -1,6 +1,10 @@
 // From the picture to the frame.
 #include "FilterSupport.h"
 
+#include "support/GuardedPages.h"
+
+#include <random>
+
 namespace
 {
 
@@ -213,6 +217,117 @@ TEST_F(Composition, BlockThatIsTooSmallReadsAsZero)
     Bytes expected(128, 0);
     std::fill_n(expected.begin(), 96, BYTE{0x11});
     EXPECT_EQ(Fill(), expected);
+}
+
+/// A loaded block that ends at a page that nobody may touch.
+class GuardedSource
+{
+public:
+    GuardedSource(CBLOBHolder<CTaskMemory>& blobSource, const Bytes& pixels) : m_blobSource(blobSource)
+    {
+        DSTLBLOB blob = {static_cast<DWORD>(pixels.size()),
+                         m_pages.Place(pixels.size(), GuardedPages::AtEnd)};
+        memcpy(blob.pbData, pixels.data(), pixels.size());
+        m_blobSource.Detach(&m_blobOwn);
+        m_blobSource.Attach(&blob);
+    }
+    ~GuardedSource()
+    {
+        DSTLBLOB blob{};
+        m_blobSource.Detach(&blob);
+        m_blobSource.Attach(&m_blobOwn);
+    }
+    GuardedSource(const GuardedSource&) = delete;
+    GuardedSource& operator=(const GuardedSource&) = delete;
+
+private:
+    GuardedPages m_pages;
+    CBLOBHolder<CTaskMemory>& m_blobSource;
+    DSTLBLOB m_blobOwn{};
+};
+
+TEST_F(Composition, NothingIsReadBehindTheLoadedBlock)
+{
+    // "transparent" says of a 24-bit picture that it has 32: the block ends before the picture does.
+    const Bytes pixels = Pattern(8 * 4 * 3);
+    Show(FOURCC_RGB24, 8, 4, pixels);
+    ASSERT_EQ(Control().SetPicture(Text("transparent")), S_OK);
+    const GuardedSource source(Out().m_blobSource, pixels);
+    for (const char* pszFormat : {"ARGB32", "RGB32", "RGB24", "UYVY", "YUY2", "YV12"})
+    {
+        for (const LONG nHeight : {4, -4, 6})
+        {
+            SCOPED_TRACE(testing::Message() << pszFormat << ' ' << nHeight);
+            Out().m_picSource.fccType = FOURCC_ARGB32;
+            ASSERT_EQ(Control().SetOutputFormat(Text(pszFormat), 8, nHeight), S_OK);
+            const Bytes frame = Fill();
+            EXPECT_GT(frame.size(), 0u);
+            if (strcmp(pszFormat, "ARGB32") == 0 && nHeight == 4)
+            {
+                Bytes expected = pixels; // what the block lacks is zero
+                expected.resize(8 * 4 * 4, 0);
+                EXPECT_EQ(frame, expected);
+            }
+        }
+    }
+}
+
+TEST_F(Composition, FailedResizeShowsNothingOfTheLastPicture)
+{
+    Show(FOURCC_RGB32, 16, 16, Bytes(1024, 0x11)); // the block is used again
+    EXPECT_EQ(Fill(), Bytes(1024, 0x11));
+    Show(FOURCC_RGB32, 8, 4, Bytes(128, 0x22));
+    Out().m_picSource.nRowWidth = -1;
+    EXPECT_EQ(Fill(), Bytes(128, 0));
+}
+
+TEST_F(Composition, PaddingShowsNothingOfTheLastPicture)
+{
+    Show(FOURCC_RGB32, 16, 16, Bytes(1024, 0x11));
+    EXPECT_EQ(Fill(), Bytes(1024, 0x11));
+    Show(FOURCC_RGB24, 1, 2, {1, 2, 3, 9, 4, 5, 6, 9});
+    EXPECT_EQ(Fill(), (Bytes{1, 2, 3, 0, 4, 5, 6, 0}));
+}
+
+TEST_F(Composition, FrameDependsOnNothingThatTheBlockHeld)
+{
+    std::mt19937 random(1);
+    const auto pick = [&random](const auto& values) { return values[random() % std::size(values)]; };
+    constexpr DWORD arrSources[] = {FOURCC_RGB32, FOURCC_RGB24, FOURCC_ARGB32, FOURCC_UYVY, FOURCC_I420};
+    constexpr LONG arrSides[] = {1, 2, 3, 4, 6, 7, 8, 10, 16, 22};
+    for (int i = 0; i < 3000; i++)
+    {
+        const VideoFormat& format = pick(rgFormat);
+        const LONG nWidth = pick(arrSides) * format.nHorzYtoUV;
+        const LONG nHeight = pick(arrSides) * format.nVertYtoUV * (random() % 3 == 0 ? -1 : 1);
+        const LONG nRowWidth = nWidth + (random() % 4 == 0 ? 2 : 0);
+        const DWORD fccSource = random() % 4 == 0 ? format.Code() : pick(arrSources);
+        const bool bPairs = !IsRGBFormat(fccSource);
+        const PicProps picSource = {fccSource, pick(arrSides) * (bPairs ? 2 : 1),
+                                    pick(arrSides) * (bPairs ? 2 : 1), 0};
+        CMType mt;
+        ASSERT_EQ(MTCreateVideo(&mt, format.Code(), FORMAT_VideoInfo, nWidth, nHeight, nRowWidth), S_OK);
+        Out().ApplyOutputType(&mt);
+        const Bytes pixels = Pattern(GetPicSize(&picSource));
+        ASSERT_NE(Out().m_blobSource.Alloc(static_cast<DWORD>(pixels.size())), E_OUTOFMEMORY);
+        memcpy(Out().m_blobSource.GetPtr(), pixels.data(), pixels.size());
+        Filter().m_VidProps.eKeepAspect = static_cast<eQGKeepAspect>(random() % 4);
+        Filter().m_VidProps.nAspectX = static_cast<SHORT>(random() % 3);
+        Filter().m_VidProps.nAspectY = static_cast<SHORT>(random() % 3);
+        SCOPED_TRACE(testing::Message() << i << std::hex << ' ' << fccSource << " to " << format.Code()
+                                        << std::dec << ' ' << nWidth << '*' << nHeight << " row " << nRowWidth
+                                        << " from " << picSource.nWidth << '*' << picSource.nHeight);
+
+        Bytes arrFrames[2];
+        for (const BYTE byHeld : {BYTE{0}, BYTE{0xEE}})
+        {
+            Out().m_picSource = picSource;
+            ASSERT_NE(Out().m_blobFrame.Alloc(100000, true, byHeld), E_OUTOFMEMORY);
+            Out().m_blobFrame.SetSize(0);
+            arrFrames[byHeld != 0] = Fill();
+        }
+        ASSERT_EQ(arrFrames[0], arrFrames[1]);
+    }
 }
 
 TEST_F(Composition, NoTypeNoFrame)

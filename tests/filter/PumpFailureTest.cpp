@@ -122,6 +122,24 @@ TEST_F(PumpFailure, BufferSmallerThanTheFrame)
     EXPECT_TRUE(bIntact);
 }
 
+TEST_F(PumpFailure, NegativeBufferSize)
+{
+    ShowSmall(0x11);
+    for (const LONG cbBuffer : {LONG{-1}, LONG{-128}, LONG{INT_MIN}})
+    {
+        FakeSample sample(100); // fewer than the frame has
+        sample.AddRef();
+        sample.Script(eSC_GetSize, cbBuffer);
+        Filter().m_eState = State_Paused;
+        EXPECT_EQ(Out().PrepareSample(&sample), E_FAIL);
+        Filter().m_eState = State_Stopped;
+        EXPECT_EQ(Bytes(sample.Buffer(), sample.Buffer() + 100), Bytes(100, FakeSample::byFill));
+        EXPECT_TRUE(sample.GuardsIntact());
+        EXPECT_EQ(sample.Calls(eSC_SetActualDataLength), 0);
+    }
+    EXPECT_EQ(Out().m_nFrame, 0);
+}
+
 struct ReceiveRow
 {
     HRESULT hr;

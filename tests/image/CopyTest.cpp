@@ -3,6 +3,7 @@
 #include "ImageTest.h"
 #include "PictureBuffer.h"
 
+#include <algorithm>
 #include <climits>
 
 namespace
@@ -142,6 +143,79 @@ TEST(Copy, SameBufferWithOverlap)
     std::vector<BYTE> expected = before;
     std::copy(before.begin() + 16, before.begin() + 28, expected.begin() + 20);
     EXPECT_EQ(buffer.Bytes(), expected);
+}
+
+/// Two frames in one memory, which start that many bytes into it.
+struct SharedFrames
+{
+    PicProps picInput;
+    PicProps picOutput;
+    size_t nInput;
+    size_t nOutput;
+};
+
+/// The output has to be what a copy between two memories gives; nothing beside it may change.
+void ExpectSharedCopy(const SharedFrames& frames, const RECT* prcInput, const RECT* prcOutput)
+{
+    SCOPED_TRACE(Str(frames.picInput) + " at " + std::to_string(frames.nInput) + ", " +
+                 (prcInput ? Str(*prcInput) : "whole") + " to " + Str(frames.picOutput) + " at " +
+                 std::to_string(frames.nOutput) + ", " + (prcOutput ? Str(*prcOutput) : "whole"));
+    PictureBuffer memory(std::max(frames.nInput + GetPicSize(&frames.picInput),
+                                  frames.nOutput + GetPicSize(&frames.picOutput)));
+    std::vector<BYTE> expected = memory.Fill(4).Bytes();
+    const auto frame = [&expected](size_t nStart, const PicProps& pic)
+    { return std::vector<BYTE>(expected.data() + nStart, expected.data() + nStart + GetPicSize(&pic)); };
+    const CopyResult result =
+        ReferenceCopy(frame(frames.nInput, frames.picInput), frame(frames.nOutput, frames.picOutput),
+                      frames.picInput, frames.picOutput, prcInput, prcOutput);
+    std::copy(result.bytes.begin(), result.bytes.end(),
+              expected.begin() + static_cast<ptrdiff_t>(frames.nOutput));
+
+    EXPECT_EQ(Img_Copy(memory.Data() + frames.nInput, memory.Data() + frames.nOutput, &frames.picInput,
+                       &frames.picOutput, prcInput, prcOutput),
+              result.hr);
+    EXPECT_EQ(memory.Bytes(), expected);
+    EXPECT_TRUE(memory.IsGuardWhole());
+}
+
+TEST(Copy, WithinOnePicture)
+{
+    constexpr RECT arrRects[] = {{0, 0, 10, 8}, {0, 0, 8, 6}, {2, 2, 10, 8}, {0, 1, 10, 8}, {0, 0, 10, 7},
+                                 {2, 0, 10, 8}, {0, 0, 8, 8}, {4, 3, 6, 8},  {1, 1, 9, 4},  {0, 4, 10, 8}};
+    for (const DWORD fccType : arrUsableFormats)
+    {
+        for (const LONG nInputOrder : arrOrders)
+        {
+            for (const LONG nOutputOrder : arrOrders)
+            {
+                const SharedFrames frames = {
+                    {fccType, 10, nInputOrder * 8, 12}, {fccType, 10, nOutputOrder * 8, 12}, 0, 0};
+                for (const RECT& rcInput : arrRects)
+                {
+                    for (const RECT& rcOutput : arrRects)
+                        ExpectSharedCopy(frames, &rcInput, &rcOutput);
+                }
+            }
+        }
+    }
+}
+
+TEST(Copy, BetweenPicturesThatShareMemory)
+{
+    constexpr size_t arrStarts[][2] = {{0, 0}, {0, 4}, {4, 0}, {0, 60}, {60, 0}, {0, 132}, {132, 0}};
+    for (const DWORD fccType : arrUsableFormats)
+    {
+        const PicProps arrPics[] = {{fccType, 10, 8, 0},  {fccType, 10, -8, 0}, {fccType, 10, 8, 14},
+                                    {fccType, 10, -6, 0}, {fccType, 8, 8, 0},   {fccType, 16, 4, 0}};
+        for (const PicProps& picInput : arrPics)
+        {
+            for (const PicProps& picOutput : arrPics)
+            {
+                for (const auto& arrStart : arrStarts)
+                    ExpectSharedCopy({picInput, picOutput, arrStart[0], arrStart[1]}, nullptr, nullptr);
+            }
+        }
+    }
 }
 
 TEST(Copy, RefusedArguments)

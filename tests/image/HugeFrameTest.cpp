@@ -160,6 +160,51 @@ TEST(HugeFrames, QueriesThatTouchNoPixelAnswer)
     }
 }
 
+struct FrameSize
+{
+    PicProps pic;
+    uint64_t cbFrame;
+    bool bSample; ///< a sample can hold it
+};
+
+TEST(FrameSizes, ExactAndWhetherASampleHoldsThem)
+{
+    constexpr FrameSize arrSizes[] = {
+        {{FOURCC_UYVY, 720, 576, 0}, 829440, true},
+        {{FOURCC_UYVY, 40000, 40000, 0}, 3200000000, false},
+        {{FOURCC_RGB32, 30000, -30000, 30000}, 3600000000, false},
+        {{FOURCC_RGB32, 32768, 32768, 0}, 0x100000000, false},
+        {{FOURCC_RGB8, 0x7FFFFFFC, 1, 0}, 0x7FFFFFFC, true},
+        {{FOURCC_RGB8, 0x7FFFFFFD, 1, 0}, 0x80000000, false}, // with its padding
+        {{FOURCC_RGB32, 1, 0x1FFFFFFF, 0}, 0x7FFFFFFC, true},
+        {{FOURCC_RGB32, 1, 0x20000000, 0}, 0x80000000, false},
+        {{FOURCC_RGB32, 1, 0x10000000, 2}, 0x80000000, false}, // the row counts, not the width
+        {{FOURCC_I420, 2, 0x2AAAAAAA, 0}, 0x7FFFFFFE, true},
+        {{FOURCC_NV12, 2, 0x1FFFFFFF, 0}, 0x7FFFFFFC, true}, // at 16 bits a pixel
+        {{FOURCC_NV12, 2, 0x20000000, 0}, 0x80000000, false},
+        {{FOURCC_v210, 2, 0xFFFFFF, 0}, 0x7FFFFF80, true}, // blocks of 128 bytes
+        {{FOURCC_v210, 2, 0x1000000, 0}, 0x80000000, false},
+        {{FOURCC_v210, 6, 16800000, 6}, 2150400000, false},
+        {{FOURCC_r210, 1, 0x7FFFFF, 0}, 0x7FFFFF00, true}, // blocks of 256 bytes
+        {{FOURCC_r210, 1, 0x800000, 0}, 0x80000000, false},
+        {{FOURCC_RGB32, 1, INT_MIN, 0}, 0x200000000, false},
+        {{FOURCC_RGB32, INT_MAX, INT_MIN, 0}, 0xFFFFFFFE00000000, false},
+        {{FOURCC_r210, INT_MAX, INT_MIN, 0}, UINT64_MAX, false}, // 2^64, which 64 bits do not hold
+        {{FOURCC_RGB32, -8, 4, 0}, 0, false},
+        {{FOURCC_RGB32, 8, 4, INT_MIN}, 0, false},
+        {{FOURCC_RGB32, 8, 0, 0}, 0, true},
+        {{0x31313131, 8, INT_MIN, 0}, 0, true}, // an unknown format
+    };
+    for (const FrameSize& size : arrSizes)
+    {
+        SCOPED_TRACE(Str(size.pic));
+        EXPECT_EQ(FrameBytes(size.pic), size.cbFrame);
+        EXPECT_EQ(GetPicSize(&size.pic), static_cast<DWORD>(size.cbFrame));
+        EXPECT_EQ(FitsSample(size.pic), size.bSample);
+        EXPECT_EQ(SampleBytes(size.pic), size.bSample ? static_cast<LONG>(size.cbFrame) : 0);
+    }
+}
+
 /// The largest frames that an offset reaches all of.
 TEST(HugeFrames, OneByteLessIsTaken)
 {

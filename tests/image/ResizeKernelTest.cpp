@@ -3,11 +3,13 @@
 
 #include "asm/Cpu.h"
 #include "asm/SIMD64Resize.h"
+#include "imgconverter/ResizeScaler.h"
 #include "imgconverter/Sharpen.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <random>
 
 namespace
@@ -75,6 +77,19 @@ TEST(ResizeKernels, DivisorIsExact)
 }
 
 /// Every sum of every total that the narrow divisor takes.
+/// Planes of the largest side: neither counts nor places may wrap in 32 bits.
+TEST(ResizeKernels, TablesOfTheLargestPlane)
+{
+    static_assert(FirstWeight(0x20000000, 4) == 0x80000000);
+    static_assert(FirstWeight(0x40000001, 4) == 0x100000004);
+    static_assert(FirstWeight(std::numeric_limits<LONG>::max(), 8) == 0x3FFFFFFF8);
+    const LONG nMost = std::numeric_limits<LONG>::max();
+    for (const LONG nLess : {0, 1, 14, 15, 16})
+        EXPECT_EQ(ResizeWindowCount(4, nMost - nLess),
+                  nLess < 15 ? size_t{0x8000000} * 2 : size_t{0x7FFFFFF} * 2)
+            << nLess;
+}
+
 TEST(ResizeKernels, NarrowDivisorIsExact)
 {
     std::vector<Form> forms = Forms();

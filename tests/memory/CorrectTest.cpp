@@ -82,30 +82,40 @@ TEST(Correct, Table)
          {sBadAlign}},
         {"the lowest alignment",
          {2, 100, nLowest, 0},
-         S_OK,
-         {2, nLowest, nLowest, 0},
-         {sInput + "2, 100, -2147483648, 0 }, corrected size of buffer = -2147483648\n"},
-         {}},
-        {"the lowest alignment divides the lowest number",
+         VFW_E_SIZENOTSET,
+         {2, 100, nLowest, 0},
+         {},
+         {sBadSize}},
+        {"the lowest alignment and the lowest prefix",
          {2, 1, nLowest, nLowest},
-         S_OK,
-         {2, nLowest, nLowest, nLowest},
-         {sInput + "2, 1, -2147483648, -2147483648 }, corrected size of buffer = -2147483648\n"},
-         {}},
+         VFW_E_SIZENOTSET,
+         {2, 1, nLowest, nLowest},
+         {},
+         {sBadSize}},
         {"an alignment that grows to the lowest",
          {1, 1, 0x40000001, 0},
-         S_OK,
-         {1, nLowest, nLowest, 0},
-         {sPower + "0x40000001), corrected alignment = 0x80000000\n",
-          sInput + "1, 1, 1073741825, 0 }, corrected size of buffer = -2147483648\n"},
-         {}},
-        {"a size that wraps",
+         VFW_E_SIZENOTSET,
+         {1, 1, nLowest, 0},
+         {sPower + "0x40000001), corrected alignment = 0x80000000\n"},
+         {sBadSize}},
+        {"a size that would wrap",
          {1, INT_MAX, 16, 0},
+         VFW_E_SIZENOTSET,
+         {1, INT_MAX, 16, 0},
+         {},
+         {sBadSize}},
+        {"the largest size that the alignment leaves",
+         {1, INT_MAX - 16, 16, 0},
          S_OK,
-         {1, nLowest, 16, 0},
-         {sInput + "1, 2147483647, 16, 0 }, corrected size of buffer = -2147483648\n"},
+         {1, INT_MAX - 15, 16, 0},
+         {sInput + "1, 2147483631, 16, 0 }, corrected size of buffer = 2147483632\n"},
          {}},
-        {"sizes that wrap and come back", {1, INT_MAX, 1, INT_MAX}, S_OK, {1, INT_MAX, 1, INT_MAX}, {}, {}},
+        {"only the sum needs more than 32 bits",
+         {1, INT_MAX, 1, INT_MAX},
+         S_OK,
+         {1, INT_MAX, 1, INT_MAX},
+         {},
+         {}},
         {"negative prefix",
          {1, 10, 16, -20},
          S_OK,
@@ -150,7 +160,7 @@ LONG PowerAbove(LONG n)
     return Wrap(nPower);
 }
 
-/// The same rules, in 64 bits and with the wrap spelled out.
+/// The same rules.
 HRESULT Expect(const ALLOCATOR_PROPERTIES& rgGiven, ALLOCATOR_PROPERTIES& rg)
 {
     rg = rgGiven;
@@ -162,8 +172,11 @@ HRESULT Expect(const ALLOCATOR_PROPERTIES& rgGiven, ALLOCATOR_PROPERTIES& rg)
         return VFW_E_SIZENOTSET;
     if (rg.cbAlign == 0)
         rg.cbAlign = 1;
-    const int64_t nLast = Wrap(int64_t{rg.cbBuffer} + rg.cbPrefix - 1);
-    rg.cbBuffer = Wrap((nLast / rg.cbAlign + 1) * rg.cbAlign - rg.cbPrefix);
+    const int64_t nLast = int64_t{rg.cbBuffer} + rg.cbPrefix - 1;
+    const int64_t cbRounded = (nLast / rg.cbAlign + 1) * rg.cbAlign - rg.cbPrefix;
+    if (cbRounded < 1 || cbRounded > INT_MAX)
+        return VFW_E_SIZENOTSET;
+    rg.cbBuffer = static_cast<LONG>(cbRounded);
     return S_OK;
 }
 

@@ -201,6 +201,12 @@ TEST_F(TgaBmp, SaveArguments)
     bmiOut.biSizeImage = 1;
     EXPECT_EQ(SaveBmpToFile(name, bmiOut, nullptr), E_INVALIDARG);
     EXPECT_EQ(asserts.Texts(), (Texts{"pszBmpFile != NULL", "bmi.biSizeImage > 0", "pBmp != NULL"}));
+    for (const DWORD cbImage : {0xFFFFFFFFu, 0xFFFFFFFFu - 53}) // the header of the file counts 32 bits
+    {
+        bmiOut.biSizeImage = cbImage;
+        EXPECT_EQ(SaveBmpToFile(name, bmiOut, &by), E_INVALIDARG);
+    }
+    bmiOut.biSizeImage = 1;
     EXPECT_FALSE(folder.Has("out.bmp"));
     EXPECT_EQ(SaveBmpToFile(WideText(folder.Path()), bmiOut, &by), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
     EXPECT_EQ(SaveBmpToFile(WideText(folder.Path("none/out.bmp")), bmiOut, &by),

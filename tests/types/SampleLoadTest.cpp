@@ -450,6 +450,23 @@ TEST(LoadBuffer, SizeZero)
                 {});
 }
 
+TEST(LoadBuffer, NegativeSizeHoldsNoByte)
+{
+    for (const LONG cbBuffer : {LONG{-1}, LONG{-100}, LONG{INT_MIN}})
+    {
+        Diagnostics diag;
+        FakeSample sample;
+        sample.Script(eSC_GetSize, cbBuffer);
+        sample.m_lActual = 0;
+        CSampleT snapshot;
+        EXPECT_EQ(snapshot.Load(&sample, PM_BUFFER), E_FAIL);
+        EXPECT_EQ(snapshot.m_wProps, 0);
+        EXPECT_EQ(snapshot.m_pbBuf, nullptr);
+        EXPECT_EQ(snapshot.m_cbBuf, 0);
+        EXPECT_EQ(diag.asserts.Texts(), Texts{});
+    }
+}
+
 TEST(LoadBuffer, NullPointer)
 {
     FakeSample sample;

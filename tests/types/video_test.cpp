@@ -291,6 +291,38 @@ TEST(ImageSize, ExtremesAreDefined)
     EXPECT_EQ(ImageSize(Entry(FOURCC_RGB32), 1, nLowest), 0u);
 }
 
+TEST(ImageSizeOf, SizeBeyond32Bits)
+{
+    AssertCapture asserts;
+    const struct
+    {
+        DWORD dwCode;
+        LONG nWidth, nHeight;
+        DWORD cbImage; ///< 0: refused
+    } rgCases[] = {
+        {FOURCC_RGB32, 32768, 32767, 4294836224},
+        {FOURCC_RGB32, 32768, 32768, 0},
+        {FOURCC_RGB32, 1, nLowest, 0},
+        {FOURCC_r210, nHighest, nLowest, 0},
+        {FOURCC_I420, 2, 0x55555554, 4294967292},
+        {FOURCC_I420, 2, 0x55555556, 0},
+        {FOURCC_NV12, 2, 0x55555554, 4294967292},
+        {FOURCC_YV12, nHighest - 1, nLowest, 0},
+    };
+    for (const auto& row : rgCases)
+    {
+        SCOPED_TRACE(testing::Message() << std::hex << row.dwCode << std::dec << ' ' << row.nWidth);
+        DWORD cb = 77;
+        EXPECT_EQ(ImageSizeOf(row.dwCode, row.nWidth, row.nHeight, &cb), row.cbImage ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(cb, row.cbImage);
+        BITMAPINFOHEADER bmiHeader = {};
+        bmiHeader.biSizeImage = 77;
+        EXPECT_EQ(MakeBmpHeader(row.dwCode, row.nWidth, row.nHeight, &bmiHeader),
+                  row.cbImage ? S_OK : E_INVALIDARG);
+        EXPECT_EQ(bmiHeader.biSizeImage, row.cbImage ? row.cbImage : 77);
+    }
+}
+
 TEST(ImageSizeOf, Failures)
 {
     AssertCapture asserts;
@@ -446,12 +478,60 @@ TEST(MTCreateVideo, FailuresKeepTheOldType)
     EXPECT_TRUE(MTEqual(&mt, &mtBefore));
 }
 
-TEST(MTCreateVideo, LowestHeight)
+namespace
+{
+/// The greatest number of rows of a width that a sample can hold.
+LONG MostRows(const Row& row, LONG nWidth)
+{
+    // A sample of NV12 is as long as 16 bits a pixel make it.
+    const LONGLONG cbTwoRows = row.nPlanar ? LONGLONG{nWidth} * (row.dwCode == FOURCC_NV12 ? 4 : 3)
+                                           : LONGLONG{ExpectedRow(row, nWidth)} * 2;
+    const LONG nRows = static_cast<LONG>(nHighest * 2LL / cbTwoRows);
+    return nRows - nRows % row.nVert;
+}
+} // namespace
+
+TEST(MTCreateVideo, FrameThatFitsNoSample)
+{
+    for (const Row& row : rgRows)
+        for (const BothFormats& format : rgBothFormats)
+            for (const LONG nRowWidth : {2, 10, 720, 100000, 50000000})
+            {
+                const LONG nRows = MostRows(row, nRowWidth);
+                SCOPED_TRACE(testing::Message()
+                             << std::hex << row.dwCode << std::dec << ' ' << nRowWidth << ' ' << nRows);
+                CMType mt;
+                if (nRows != 0)
+                {
+                    ASSERT_EQ(MTCreateVideo(&mt, row.dwCode, format.guid, 2, nRows, nRowWidth), S_OK);
+                    EXPECT_EQ(mt.lSampleSize, ExpectedImage(row, nRowWidth, nRows));
+                    EXPECT_LE(mt.lSampleSize, static_cast<ULONG>(nHighest));
+                    EXPECT_EQ(MTGetFormat(&mt, nullptr, nullptr, nullptr), FindFormat(row.dwCode));
+                }
+                const CMType mtBefore = mt;
+                for (const LONG nHeight : {nRows + row.nVert, -nRows - row.nVert, nLowest})
+                {
+                    EXPECT_EQ(MTCreateVideo(&mt, row.dwCode, format.guid, 2, nHeight, nRowWidth),
+                              E_INVALIDARG);
+                    const TestType type(format.guid, format.cbBlock, row.guid, nRowWidth, nHeight,
+                                        {0, 0, 2, nHeight});
+                    PicProps pic = {1, nKept, nKept, nKept};
+                    EXPECT_EQ(MTGetFormat(&type.mt, nullptr, nullptr, nullptr), -1);
+                    EXPECT_EQ(MTGetPicProps(&type.mt, &pic), -1);
+                    EXPECT_EQ(pic.nWidth, nKept);
+                    EXPECT_EQ(MTGetVideoSize(&type.mt, &pic), VFW_E_INVALID_MEDIA_TYPE);
+                    EXPECT_EQ(pic.nWidth, 0);
+                }
+                EXPECT_TRUE(MTEqual(&mt, &mtBefore));
+            }
+}
+
+TEST(MTCreateVideo, NegativeWidthHasNoSize)
 {
     CMType mt;
-    ASSERT_EQ(MTCreateVideo(&mt, FOURCC_RGB32, FORMAT_VideoInfo, 1, nLowest, 2), S_OK);
-    EXPECT_EQ(mt.VideoInfo()->rcTarget.bottom, nLowest);
-    EXPECT_EQ(mt.VideoInfo()->bmiHeader.biHeight, nLowest);
+    EXPECT_EQ(MTCreateVideo(&mt, FOURCC_RGB32, FORMAT_VideoInfo, -8, 4, 0), E_INVALIDARG);
+    EXPECT_EQ(MTCreateVideo(&mt, FOURCC_RGB32, FORMAT_VideoInfo, nLowest, 4, nLowest), E_INVALIDARG);
+    EXPECT_FALSE(mt.IsDefined());
 }
 
 namespace
@@ -522,6 +602,37 @@ TEST(MTHelpCreateVideo, LongerHeader)
             std::vector<BYTE> arrExpected(format.cbBlock - 40);
             arrExpected.insert(arrExpected.end(), arrHeader.begin(), arrHeader.end());
             EXPECT_EQ(std::vector<BYTE>(mt.pbFormat, mt.pbFormat + mt.cbFormat), arrExpected);
+        }
+}
+
+TEST(MTHelpCreateVideo, FrameThatFitsNoSample)
+{
+    const struct
+    {
+        WORD nBits;
+        DWORD dwCompression;
+        LONG nWidth, nHeight;
+        HRESULT hr;
+    } rgCases[] = {
+        {32, BI_RGB, 30000, -30000, E_INVALIDARG},
+        {32, BI_RGB, 32768, 32768, E_INVALIDARG},
+        {32, BI_RGB, 1, 0x1FFFFFFF, S_OK},
+        {32, BI_RGB, 1, 0x20000000, E_INVALIDARG},
+        {24, BI_RGB, 1, nLowest, E_INVALIDARG},
+        {16, FOURCC_UYVY, 40000, 40000, E_INVALIDARG},
+        {20, FOURCC_v210, 6, 16800000, E_INVALIDARG},
+        {0, 0x44434241, 40000, 40000, S_OK}, // not in the table
+    };
+    for (const auto& row : rgCases)
+        for (const BothFormats& format : rgBothFormats)
+        {
+            BITMAPINFO rgInfo = Header(row.nBits, row.dwCompression);
+            rgInfo.bmiHeader.biWidth = row.nWidth;
+            rgInfo.bmiHeader.biHeight = row.nHeight;
+            CMType mt;
+            EXPECT_EQ(MTHelp::MTCreateVideo(&mt, format.guid, &rgInfo), row.hr)
+                << row.nWidth << ' ' << row.nHeight;
+            EXPECT_EQ(mt.IsDefined(), row.hr == S_OK);
         }
 }
 
@@ -621,8 +732,14 @@ const SizeCase rgSizeCases[] = {
     {FOURCC_YUY2, 720, 577, {}, 720, true},
     {FOURCC_I420, 720, 577, {}, 0, true},
     {FOURCC_I420, 720, -577, {}, 0, true},
-    {FOURCC_I420, 720, nLowest, {}, 0, true}, // no positive counterpart
-    {FOURCC_RGB24, 721, nLowest, {}, 721, true},
+    {FOURCC_I420, 720, nLowest, {}, 0, false}, // no positive counterpart
+    {FOURCC_RGB24, 721, nLowest, {}, 0, false},
+    {fccUnknown, 721, nLowest, {}, 0, true}, // nobody knows its size
+    {FOURCC_RGB24, -720, 576, {}, 0, false}, // no size at all
+    {FOURCC_UYVY, 40000, 40000, {}, 0, false},
+    {FOURCC_RGB32, 32768, 32768, {}, 0, false},
+    {FOURCC_RGB32, 0x20000000, 4, {0, 0, 8, 4}, 0, false}, // a small picture in rows that fit no sample
+    {FOURCC_RGB32, 0x2000000, 15, {0, 0, 8, 4}, 8, true},
     {FOURCC_RGB24, 721, 577, {0, 0, 1, 1}, 1, true},
     {fccUnknown, 720, 576, {}, 0, true},
     {FOURCC_RGB24, 720, 576, {nLowest, 0, nHighest, 0}, 0, false}, // wider than 32 bits

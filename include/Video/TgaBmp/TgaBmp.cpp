@@ -140,6 +140,8 @@ HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, co
     DSASSERT(pBmp != NULL);
     if (pBmp == NULL)
         return E_INVALIDARG;
+    if (bmi.biSizeImage > MAXDWORD - cbBmpHeaders)
+        return E_INVALIDARG; // bfSize does not hold the length of the file
 
     BITMAPFILEHEADER header{};
     header.bfType = wBmpType;

@@ -26,4 +26,5 @@ HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
 
 /// Writes a BMP file: 54 bytes of header, then bmi.biSizeImage bytes of pixels. A partial file stays on the
 /// disk.
+/// \return S_OK; E_INVALIDARG, also for a file of 4 GiB or more; the failure of the file
 HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept;

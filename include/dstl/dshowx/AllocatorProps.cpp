@@ -1,6 +1,7 @@
 #include "dstl/dshowx/AllocatorProps.h"
 
 #include <algorithm>
+#include <limits>
 #include <vfwmsgs.h>
 
 #include "dstl/dshowx/DSTrace.h"
@@ -17,15 +18,17 @@ LONG NextPowerOfTwo(LONG cbAlign) noexcept
     return static_cast<LONG>(dwPower);
 }
 
-/// The size at which prefix and buffer fill whole alignments, with 32 bits that wrap. cbAlign is not 0, and
-/// not -1 either, so the division is always defined.
-LONG RoundedBufferSize(const ALLOCATOR_PROPERTIES& rgProps) noexcept
+/// The size at which prefix and buffer fill whole alignments, exact. cbAlign is not 0.
+LONGLONG RoundedBufferSize(const ALLOCATOR_PROPERTIES& rgProps) noexcept
 {
-    const DWORD cbAlign = static_cast<DWORD>(rgProps.cbAlign);
-    const DWORD cbPrefix = static_cast<DWORD>(rgProps.cbPrefix);
-    const LONG cbLast = static_cast<LONG>(static_cast<DWORD>(rgProps.cbBuffer) + cbPrefix - 1);
-    const DWORD nAligns = static_cast<DWORD>(cbLast / rgProps.cbAlign) + 1;
-    return static_cast<LONG>(nAligns * cbAlign - cbPrefix);
+    const LONGLONG cbLast = LONGLONG{rgProps.cbBuffer} + rgProps.cbPrefix - 1;
+    return (cbLast / rgProps.cbAlign + 1) * rgProps.cbAlign - rgProps.cbPrefix;
+}
+
+HRESULT RefuseSize() noexcept
+{
+    DSASSERT_TEXT(false, "CAllocatorBuffers::Correct() : Invalid numbers of buffers or buffer size");
+    return VFW_E_SIZENOTSET;
 }
 } // namespace
 
@@ -84,10 +87,7 @@ HRESULT CorrectAllocatorProps(ALLOCATOR_PROPERTIES& rgProps,
     }
 
     if (rgProps.cBuffers < 1 || rgProps.cbBuffer <= 0)
-    {
-        DSASSERT_TEXT(false, "CAllocatorBuffers::Correct() : Invalid numbers of buffers or buffer size");
-        return VFW_E_SIZENOTSET;
-    }
+        return RefuseSize();
 
     if (rgProps.cbAlign == 0)
     {
@@ -95,7 +95,10 @@ HRESULT CorrectAllocatorProps(ALLOCATOR_PROPERTIES& rgProps,
         rgProps.cbAlign = 1;
     }
 
-    const LONG cbBuffer = RoundedBufferSize(rgProps);
+    const LONGLONG cbRounded = RoundedBufferSize(rgProps);
+    if (cbRounded <= 0 || cbRounded > std::numeric_limits<LONG>::max())
+        return RefuseSize();
+    const LONG cbBuffer = static_cast<LONG>(cbRounded);
     if (cbBuffer == rgProps.cbBuffer)
         return S_OK;
     trace(atlTraceGeneral, eTL_Warning,

@@ -32,10 +32,10 @@ HRESULT AllocatorTestProps(const ALLOCATOR_PROPERTIES& rgRequest,
 
 /// Makes of a request one that a buffer store can meet. The alignment becomes a power of two (3 becomes 4)
 /// and at least 1, the size grows until prefix and buffer together fill whole alignments; a change is traced.
-/// The number of buffers stays. Sizes are computed with 32 bits and wrap, deliberately: a size of nearly 2
-/// GiB may come out negative, and an alignment of 0x80000000 passes. \param pfnIsValidAlign the memory
-/// policy's opinion of the alignment, asked first \return S_OK; VFW_E_BADALIGN for a refused or a negative
-/// alignment; VFW_E_SIZENOTSET for less than one buffer or byte. On a failure rgProps may be changed in part
+/// The number of buffers stays.
+/// \param pfnIsValidAlign the memory policy's opinion of the alignment, asked first
+/// \return S_OK; VFW_E_BADALIGN for a refused or a negative alignment; VFW_E_SIZENOTSET for less than one
+/// buffer or byte, and for a size that grows beyond 31 bits. On a failure rgProps may be changed in part
 HRESULT CorrectAllocatorProps(ALLOCATOR_PROPERTIES& rgProps,
                               bool (*pfnIsValidAlign)(LONG cbAlign) noexcept) noexcept;
 

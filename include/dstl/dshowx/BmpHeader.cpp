@@ -21,9 +21,6 @@ constexpr BitCountCode rgBitCounts[] = {
     {16, FOURCC_RGB565}, // MEDIASUBTYPE_RGB565
 };
 
-/// Up to this width the bytes of a row of any format fit 32 bits.
-constexpr LONG nMaxWidth = 0x3FFFFF00;
-
 /// 0 where the header has no format code.
 DWORD FormatCode(const BITMAPINFOHEADER& bmi) noexcept
 {
@@ -36,21 +33,6 @@ DWORD FormatCode(const BITMAPINFOHEADER& bmi) noexcept
     }
     return 0;
 }
-
-/// The size by the format's rule; false when it does not fit the 32 bits in which ImageSize counts.
-bool FrameSize(const VideoFormat& format, LONG nWidth, LONG nHeight, DWORD* pcbImage) noexcept
-{
-    if (nWidth <= 0 || nWidth > nMaxWidth)
-        return false;
-    const ULONGLONG nRows = AbsHeight(nHeight);
-    ULONGLONG cb = nRows * RowBytes(format, nWidth);
-    if (format.bYUV && format.bPlanar)
-        cb += (nWidth / format.nHorzYtoUV) * (nRows / format.nVertYtoUV) * 2;
-    if (cb > MAXDWORD)
-        return false;
-    *pcbImage = ImageSize(format, nWidth, nHeight);
-    return true;
-}
 } // namespace
 
 bool TestAndCorrectBmpHeader(BITMAPINFOHEADER* pBmpHeader) noexcept
@@ -62,8 +44,7 @@ bool TestAndCorrectBmpHeader(BITMAPINFOHEADER* pBmpHeader) noexcept
         return false;
 
     const DWORD fccType = FormatCode(*pBmpHeader);
-    const int nFormat = FindFormat(fccType);
-    if (nFormat < 0)
+    if (FindFormat(fccType) < 0)
         return false;
     if (pBmpHeader->biPlanes != 1 || pBmpHeader->biWidth == 0 || pBmpHeader->biHeight == 0 ||
         pBmpHeader->biClrUsed != 0 || pBmpHeader->biClrImportant != 0)
@@ -72,7 +53,8 @@ bool TestAndCorrectBmpHeader(BITMAPINFOHEADER* pBmpHeader) noexcept
         return false;
 
     DWORD cbImage = 0;
-    if (!FrameSize(rgFormat[nFormat], pBmpHeader->biWidth, pBmpHeader->biHeight, &cbImage))
+    if (pBmpHeader->biWidth < 0 ||
+        FAILED(ImageSizeOf(fccType, pBmpHeader->biWidth, pBmpHeader->biHeight, &cbImage)))
         return false;
     if (pBmpHeader->biSizeImage != cbImage)
     {

@@ -76,9 +76,12 @@ HRESULT CAllocatorMatchBase::DecideProps(const CMType* pMediaType, const PicProp
                                          ALLOCATOR_PROPERTIES* pProps) noexcept
 {
     DSASSERT_TEXT(pMediaType->IsDefined(), "m_theMediaType.IsDefined()");
+    if (!FitsSample(*pPicture))
+        return E_INVALIDARG;
     const BITMAPINFOHEADER* pHeader = MTGetBmpHeader(pMediaType);
     const DWORD cbSize = pHeader != nullptr ? pHeader->biSizeImage : 0;
-    AdjustAllocatorProps(*pProps, cbSize, pMediaType->lSampleSize, GetPicSize(pPicture));
+    const auto cbFrame = static_cast<DWORD>(SampleBytes(*pPicture));
+    AdjustAllocatorProps(*pProps, cbSize, pMediaType->lSampleSize, cbFrame);
     return S_OK;
 }
 

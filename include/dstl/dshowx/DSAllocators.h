@@ -143,10 +143,13 @@ public:
         if (pMemInput == nullptr)
             return E_POINTER;
         ALLOCATOR_PROPERTIES rgAP{};
-        Pin().AllocatorGetProps(pMemInput, &rgAP);
-        HRESULT hr = this->MatchExternAllocator(pMemInput, &rgAP, bReadOnly);
-        if (FAILED(hr))
-            hr = this->MatchOurAllocator(pMemInput, &rgAP, bReadOnly);
+        HRESULT hr = Pin().AllocatorGetProps(pMemInput, &rgAP);
+        if (SUCCEEDED(hr))
+        {
+            hr = this->MatchExternAllocator(pMemInput, &rgAP, bReadOnly);
+            if (FAILED(hr))
+                hr = this->MatchOurAllocator(pMemInput, &rgAP, bReadOnly);
+        }
         if (FAILED(hr))
             this->TraceAgreementFailed(Pin(), hr);
         return hr;
@@ -159,6 +162,7 @@ public:
         return Pin().AllocatorDecideProps(pProps);
     }
     /// Raises a request to what the media type and the output picture need.
+    /// \return S_OK; E_INVALIDARG for a picture that no sample can hold
     HRESULT AllocatorDecideProps(ALLOCATOR_PROPERTIES* pProps) noexcept
     {
         CMType mt; // a copy, as the worker may be taking over another type

@@ -6,6 +6,7 @@
 
 #include <vfwmsgs.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -402,7 +403,7 @@ HRESULT CSampleT::LoadBuffer(IMediaSample* pSrc, WORD wMask) noexcept
         }
         else
         {
-            m_cbBuf = pSrc->GetSize();
+            m_cbBuf = std::max<LONG>(pSrc->GetSize(), 0); // a negative size holds no byte either
             if (m_cbBuf == 0)
             {
                 trace(atlTraceGeneral, eTL_Error,

@@ -27,8 +27,6 @@ const VideoFormat rgFormat[nVideoFormats] = {
 
 namespace
 {
-constexpr LONG nLowest = std::numeric_limits<LONG>::min(); ///< has no positive counterpart
-
 /// Aspect that a fresh VIDEOINFOHEADER2 gets, whatever the size: who needs another overwrites it.
 constexpr DWORD dwDefaultAspectX = 4;
 constexpr DWORD dwDefaultAspectY = 3;
@@ -42,6 +40,11 @@ static_assert(sizeof(BITMAPINFOHEADER) == 40);
 bool IsPlanarYUV(const VideoFormat& rgEntry) noexcept
 {
     return rgEntry.bYUV && rgEntry.bPlanar;
+}
+
+void CheckRowWidth(const VideoFormat& rgEntry, LONG nWidth) noexcept
+{
+    DSASSERT_TEXT(nWidth % rgEntry.nHorzYtoUV == 0, "nWidth % rgFormat.nHorzYtoUV == 0");
 }
 
 /// The subtype that a bitmap header stands for, or null.
@@ -120,7 +123,7 @@ bool SettleWidth(const BlockSize& rgSize, LONG* pnWidth) noexcept
     if (rgSize.nRowWidth == 0 || rgSize.nHeight == 0)
         return false;
     const LONGLONG nWidth = rgSize.nTargetWidth != 0 ? rgSize.nTargetWidth : rgSize.nRowWidth;
-    if (nWidth > rgSize.nRowWidth || nWidth < nLowest)
+    if (nWidth > rgSize.nRowWidth || nWidth < std::numeric_limits<LONG>::min())
         return false;
     *pnWidth = static_cast<LONG>(nWidth);
     return true;
@@ -162,7 +165,7 @@ int CheckSize(DWORD fccType, LONG nWidth, LONG nHeight, LONG nRowWidth) noexcept
 
 DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept
 {
-    DSASSERT_TEXT(nWidth % rgEntry.nHorzYtoUV == 0, "nWidth % rgFormat.nHorzYtoUV == 0");
+    CheckRowWidth(rgEntry, nWidth);
 
     if (IsPlanarYUV(rgEntry))
         return static_cast<DWORD>(nWidth);
@@ -185,15 +188,23 @@ DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept
     return static_cast<DWORD>((cbRow + 3) & ~3LL);
 }
 
-DWORD ImageSize(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
+ULONGLONG ImageBytes(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
 {
     DSASSERT_TEXT(nHeight % rgEntry.nVertYtoUV == 0, "nHeight % rgFormat.nVertYtoUV == 0");
+    CheckRowWidth(rgEntry, nWidth);
+    if (!IsPlanarYUV(rgEntry))
+        return FrameBytes({rgEntry.Code(), nWidth, nHeight, nWidth});
+    if (nWidth < 0)
+        return 0;
+    // What the planes need, which is less than FrameBytes for NV12.
+    const ULONGLONG nColumns = static_cast<ULONGLONG>(nWidth);
+    const ULONGLONG nRows = AbsHeight(nHeight);
+    return nColumns * nRows + (nColumns / rgEntry.nHorzYtoUV) * (nRows / rgEntry.nVertYtoUV) * 2;
+}
 
-    const DWORD nRows = AbsHeight(nHeight);
-    DWORD cbImage = nRows * RowBytes(rgEntry, nWidth);
-    if (IsPlanarYUV(rgEntry))
-        cbImage += static_cast<DWORD>(nWidth / rgEntry.nHorzYtoUV) * (nRows / rgEntry.nVertYtoUV) * 2;
-    return cbImage;
+DWORD ImageSize(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
+{
+    return static_cast<DWORD>(ImageBytes(rgEntry, nWidth, nHeight));
 }
 
 HRESULT ImageSizeOf(DWORD fccType, LONG nWidth, LONG nHeight, DWORD* pcbImageSize) noexcept
@@ -205,7 +216,10 @@ HRESULT ImageSizeOf(DWORD fccType, LONG nWidth, LONG nHeight, DWORD* pcbImageSiz
     const int nIndex = FindFormat(fccType);
     if (nIndex < 0)
         return E_INVALIDARG;
-    *pcbImageSize = ImageSize(rgFormat[nIndex], nWidth, nHeight);
+    const ULONGLONG cbImage = ImageBytes(rgFormat[nIndex], nWidth, nHeight);
+    if (cbImage > MAXDWORD)
+        return E_INVALIDARG;
+    *pcbImageSize = static_cast<DWORD>(cbImage);
     return S_OK;
 }
 
@@ -219,6 +233,9 @@ HRESULT MakeBmpHeader(DWORD fccType, LONG nWidth, LONG nHeight, BITMAPINFOHEADER
         return E_INVALIDARG;
 
     const VideoFormat& rgEntry = rgFormat[nIndex];
+    const ULONGLONG cbImage = ImageBytes(rgEntry, nWidth, nHeight);
+    if (cbImage > MAXDWORD)
+        return E_INVALIDARG;
     *pBmpHeader = {};
     pBmpHeader->biSize = sizeof(BITMAPINFOHEADER);
     pBmpHeader->biWidth = nWidth;
@@ -226,7 +243,7 @@ HRESULT MakeBmpHeader(DWORD fccType, LONG nWidth, LONG nHeight, BITMAPINFOHEADER
     pBmpHeader->biPlanes = 1;
     pBmpHeader->biBitCount = rgEntry.nBitCount;
     pBmpHeader->biCompression = rgEntry.bYUV ? fccType : static_cast<DWORD>(BI_RGB);
-    pBmpHeader->biSizeImage = ImageSize(rgEntry, nWidth, nHeight);
+    pBmpHeader->biSizeImage = static_cast<DWORD>(cbImage);
     return S_OK;
 }
 
@@ -259,7 +276,7 @@ HRESULT MTCreateVideo(CMType* pmt, DWORD fccType, const GUID& guidFormat, LONG n
     if (!bHeader2 && guidFormat != FORMAT_VideoInfo)
         return E_INVALIDARG;
     const int nIndex = CheckSize(fccType, nWidth, nHeight, nRowWidth);
-    if (nIndex < 0)
+    if (nIndex < 0 || !FitsSample({fccType, nWidth, nHeight, nRowWidth}))
         return E_INVALIDARG;
     if (nRowWidth == 0)
         nRowWidth = nWidth;
@@ -274,7 +291,6 @@ HRESULT MTCreateVideo(CMType* pmt, DWORD fccType, const GUID& guidFormat, LONG n
 
     if (nRowWidth != nWidth)
     {
-        // The lowest height stays.
         const RECT rcPicture = {0, 0, nWidth, static_cast<LONG>(AbsHeight(nHeight))};
         if (bHeader2)
             block.rgInfo2.rcSource = block.rgInfo2.rcTarget = rcPicture;
@@ -336,6 +352,9 @@ HRESULT MTHelp::MTCreateVideo(CMType* pmt, const GUID& guidFormat, const BITMAPI
         break;
     }
 
+    if (!FitsSample({guidSub.Data1, bmiHeader.biWidth, bmiHeader.biHeight, 0}))
+        return E_INVALIDARG;
+
     // The header may be longer than the plain one; a length that no block can hold has no memory either.
     const size_t nShift = bHeader2 ? nHeader2Shift : nHeaderShift;
     const ULONGLONG cbBlock = static_cast<ULONGLONG>(nShift) + bmiHeader.biSize;
@@ -366,12 +385,10 @@ int MTGetFormat(const AM_MEDIA_TYPE* pmt, LONG* pnWidth, LONG* pnHeight, LONG* p
 
     const VideoFormat& rgEntry = rgFormat[nIndex];
     LONG nHeight = rgSize.nHeight;
+    if (!FitsSample({rgEntry.Code(), nWidth, nHeight, rgSize.nRowWidth}))
+        return -1;
     if (nHeight < 0 && rgEntry.bYUV) // YUV pictures have no bottom-up form
-    {
-        if (nHeight == nLowest)
-            return -1;
-        nHeight = -nHeight;
-    }
+        nHeight = -nHeight;          // the lowest height, which has no positive counterpart, fits no sample
     if (nWidth % rgEntry.nHorzYtoUV != 0 || rgSize.nRowWidth % rgEntry.nHorzYtoUV != 0 ||
         nHeight % rgEntry.nVertYtoUV != 0)
         return -1;
@@ -416,10 +433,10 @@ HRESULT MTGetVideoSize(const AM_MEDIA_TYPE* pmt, PicProps* pPicProps) noexcept
     if (!SettleWidth(rgSize, &nWidth))
         return VFW_E_INVALID_MEDIA_TYPE;
 
-    pPicProps->fccType = pmt->subtype.Data1;
-    pPicProps->nWidth = nWidth;
-    pPicProps->nHeight = rgSize.nHeight;
-    pPicProps->nRowWidth = rgSize.nRowWidth;
+    const PicProps pic = {pmt->subtype.Data1, nWidth, rgSize.nHeight, rgSize.nRowWidth};
+    if (!FitsSample(pic))
+        return VFW_E_INVALID_MEDIA_TYPE;
+    *pPicProps = pic;
     return S_OK;
 }
 

@@ -97,19 +97,6 @@ constexpr int64_t RowBytes(const FormatFacts& facts, int64_t nRow) noexcept
     }
 }
 
-/// Frame size without a limit of 32 bits; 0 for a negative row length.
-constexpr uint64_t FrameBytes(const FormatFacts& facts, const PicProps& pic) noexcept
-{
-    if (PicRow(pic) < 0)
-        return 0;
-    const uint64_t nRows = AbsHeight(pic.nHeight);
-    if (!facts.bPlanar)
-        return static_cast<uint64_t>(RowBytes(facts, PicRow(pic))) * nRows;
-    // All planes together, divided first so that the largest descriptor does not wrap.
-    const uint64_t nPixels = static_cast<uint64_t>(PicRow(pic)) * nRows;
-    return nPixels / 8 * facts.nBits + nPixels % 8 * facts.nBits / 8;
-}
-
 } // namespace
 
 bool IsRGBFormat(DWORD fccType) noexcept
@@ -166,14 +153,42 @@ DWORD GetPicRowBytes10(const PicProps* _pProps) noexcept
     return _pProps ? static_cast<DWORD>(RowBytes(FindFacts(_pProps->fccType), _pProps->nRowWidth)) : 0;
 }
 
+uint64_t FrameBytes(const PicProps& pic) noexcept
+{
+    if (PicRow(pic) < 0)
+        return 0;
+    const FormatFacts& facts = FindFacts(pic.fccType);
+    const uint64_t nRows = AbsHeight(pic.nHeight);
+    if (!facts.bPlanar)
+    {
+        // Only r210 of the longest row and the lowest height reaches 2^64.
+        const auto cbRow = static_cast<uint64_t>(RowBytes(facts, PicRow(pic)));
+        return nRows == 0 || cbRow <= UINT64_MAX / nRows ? cbRow * nRows : UINT64_MAX;
+    }
+    // All planes together, divided first so that the largest descriptor does not wrap.
+    const uint64_t nPixels = static_cast<uint64_t>(PicRow(pic)) * nRows;
+    return nPixels / 8 * facts.nBits + nPixels % 8 * facts.nBits / 8;
+}
+
+bool FitsSample(const PicProps& pic) noexcept
+{
+    constexpr uint64_t cbLargest = INT32_MAX; // the length of a sample is a signed 32-bit number
+    return PicRow(pic) >= 0 && FrameBytes(pic) <= cbLargest;
+}
+
+LONG SampleBytes(const PicProps& pic) noexcept
+{
+    return FitsSample(pic) ? static_cast<LONG>(FrameBytes(pic)) : 0;
+}
+
 DWORD GetPicSize(const PicProps* _pProps) noexcept
 {
-    return _pProps ? static_cast<DWORD>(FrameBytes(FindFacts(_pProps->fccType), *_pProps)) : 0;
+    return _pProps ? static_cast<DWORD>(FrameBytes(*_pProps)) : 0;
 }
 
 bool IsPicTooLarge(const PicProps& pic) noexcept
 {
-    return FrameBytes(FindFacts(pic.fccType), pic) > UINT32_MAX;
+    return FrameBytes(pic) > UINT32_MAX;
 }
 
 bool GetPicPlanes(const PicProps* _pProps, DWORD arrShift[3], DWORD arrStep[3], bool* pbMirror,

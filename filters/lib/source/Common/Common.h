@@ -4,6 +4,8 @@
 
 #include "dstl/WinAPI/Platform.h"
 
+#include <cstdint>
+
 /// Format codes. YUV: the FOURCC. RGB: the first 32 bits of the DirectShow subtype GUID.
 enum eFourcc : DWORD
 {
@@ -68,12 +70,23 @@ DWORD GetPicRowBytes(const PicProps* _pProps) noexcept;
 /// Row pitch in bytes from nRowWidth as it stands, without falling back to nWidth; 0 for a null pointer.
 DWORD GetPicRowBytes10(const PicProps* _pProps) noexcept;
 
-/// Frame size in bytes; 0 for a null pointer, an unknown format or a negative row length. A frame of 4 GiB or
-/// more keeps the low 32 bits only; GetPicPlanes refuses such a picture, so that no function works on it.
+/// Exact frame size in bytes; 0 for an unknown format or a negative row length. A frame of 2^64 bytes, which
+/// only r210 can have, gives the largest number.
+uint64_t FrameBytes(const PicProps& pic) noexcept;
+
+/// True when a sample can hold a frame, whose size then fits a signed 32-bit number. A negative row length
+/// fits no sample; a frame of an unknown format has 0 bytes and fits.
+bool FitsSample(const PicProps& pic) noexcept;
+
+/// FrameBytes as a sample counts its length; 0 for a frame that fits none.
+LONG SampleBytes(const PicProps& pic) noexcept;
+
+/// The low 32 bits of FrameBytes; 0 for a null pointer. GetPicPlanes refuses a picture of 4 GiB or more, so
+/// that no function works on it.
 DWORD GetPicSize(const PicProps* _pProps) noexcept;
 
-/// True for a frame of 4 GiB or more, whose end no offset of 32 bits reaches: no function works on it, not even on a
-/// field of it, which can be smaller because it pads fewer rows.
+/// True for a frame of 4 GiB or more, whose end no offset of 32 bits reaches: no function works on it, not
+/// even on a field of it, which can be smaller because it pads fewer rows.
 bool IsPicTooLarge(const PicProps& pic) noexcept;
 
 /// Byte offset and row pitch of each plane (Y or the only one, U, V). With bPlanarYUV packed YUV is seen as

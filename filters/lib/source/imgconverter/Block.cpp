@@ -3,6 +3,7 @@
 #include "dstl/dshowx/DSTrace.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace
 {
@@ -38,6 +39,14 @@ void Place(PicBlock<TByte>& block, TByte* pbFrame, const Layout& layout) noexcep
 }
 
 } // namespace
+
+bool FramesOverlap(const BYTE* pbInput, const PicProps& picInput, const BYTE* pbOutput,
+                   const PicProps& picOutput) noexcept
+{
+    const auto nInput = reinterpret_cast<uintptr_t>(pbInput);
+    const auto nOutput = reinterpret_cast<uintptr_t>(pbOutput);
+    return nInput < nOutput + FrameBytes(picOutput) && nOutput < nInput + FrameBytes(picInput);
+}
 
 LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept
 {

@@ -31,6 +31,10 @@ struct BlockPair
     RoiSize roiInside;
 };
 
+/// True when two usable pictures share memory.
+bool FramesOverlap(const BYTE* pbInput, const PicProps& picInput, const BYTE* pbOutput,
+                   const PicProps& picOutput) noexcept;
+
 /// The memory row that a rectangle starts in: a bottom-up picture keeps the last row shown first.
 LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept;
 

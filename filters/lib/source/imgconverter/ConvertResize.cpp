@@ -1,6 +1,7 @@
 #include "imgconverter/ImgConverter.h"
 
 #include "dstl/dshowx/DSTrace.h"
+#include "imgconverter/Block.h"
 #include "imgconverter/ConvertedRows.h"
 #include "imgconverter/ResizeFrame.h"
 
@@ -49,21 +50,14 @@ struct FusedCall
     int nSharp;
 };
 
-bool DoOverlap(const FusedCall& call) noexcept
-{
-    const auto nInput = reinterpret_cast<uintptr_t>(call.pbInput);
-    const auto nOutput = reinterpret_cast<uintptr_t>(call.pbOutput);
-    return nInput < nOutput + GetPicSize(call.pOutputProps) &&
-           nOutput < nInput + GetPicSize(call.pInputProps);
-}
-
 /// Converts each row when the scaling asks for it, which gives the bytes of the two stages without ever
 /// writing the picture between them.
 /// \return false where the stages have to run one after the other; nothing is done then
 bool ConvertWhileScaling(const FusedCall& call, HRESULT& hr) noexcept
 {
     if (!TakesRows(call.pOutputProps->fccType) || !IsUsable(*call.pInputProps) ||
-        !IsUsable(*call.pOutputProps) || DoOverlap(call))
+        !IsUsable(*call.pOutputProps) ||
+        FramesOverlap(call.pbInput, *call.pInputProps, call.pbOutput, *call.pOutputProps))
         return false;
     const PicProps picBetween = {call.pOutputProps->fccType, call.pInputProps->nWidth,
                                  call.pInputProps->nHeight, 0};
@@ -154,7 +148,7 @@ HRESULT Img_ConvertResize(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInp
             pbResize = pbTarget = pTemp;
             // Behind the rounded frame of a small picture too little is left, or nothing: the scaling then
             // makes its own memory.
-            const size_t cbFrame = RoundUpFrame(GetPicSize(&picResize));
+            const size_t cbFrame = RoundUpFrame(FrameBytes(picResize));
             // Some conversions leave bytes out (an odd last row, an alpha, what pads a row), which the
             // scaling reads all the same: out of our memory they come as zeros.
             if (bOwnTemp)

@@ -3,6 +3,10 @@
 
 #include "dstl/dshowx/DSTrace.h"
 
+#include <cstdlib>
+#include <memory>
+#include <new>
+
 namespace
 {
 
@@ -52,6 +56,40 @@ ePrimitiveStatus CopyBlock(const FormatCopy& copy, const BlockPair& blocks) noex
     return eStatus;
 }
 
+/// True when rows may have been overwritten before they are read, in whichever order CopyRows takes them: two
+/// layouts in one memory. Within one picture every plane moves as a whole.
+bool LayoutsCollide(const FormatCopy& copy, const BlockPair& blocks, const PicProps& picInput,
+                    const PicProps& picOutput) noexcept
+{
+    if (!FramesOverlap(blocks.src.pbFrame, picInput, blocks.dst.pbFrame, picOutput))
+        return false;
+    const bool bSamePlanes = blocks.src.pbFrame == blocks.dst.pbFrame &&
+                             AbsHeight(picInput.nHeight) == AbsHeight(picOutput.nHeight);
+    return blocks.src.arrStep[0] != blocks.dst.arrStep[0] || (copy.bPlanar && !bSamePlanes);
+}
+
+/// Copies the rectangle by way of a block of our own. \return S_OK; E_OUTOFMEMORY
+HRESULT CopyThroughMemory(const FormatCopy& copy, const BlockPair& blocks) noexcept
+{
+    BlockPair blocksIn = blocks;
+    BlockPair blocksOut = blocks;
+    ptrdiff_t cbMemory = 0;
+    for (int nPlane = 0; nPlane < (copy.bPlanar ? 3 : 1); nPlane++)
+    {
+        const ptrdiff_t nStep = std::abs(blocks.src.arrStep[nPlane]);
+        blocksIn.dst.arrStart[nPlane] = blocksOut.src.arrStart[nPlane] = cbMemory;
+        blocksIn.dst.arrStep[nPlane] = blocksOut.src.arrStep[nPlane] = nStep;
+        cbMemory += nStep * blocks.roi.nHeight;
+    }
+    const std::unique_ptr<BYTE[]> spMemory(new (std::nothrow) BYTE[static_cast<size_t>(cbMemory)]);
+    if (!spMemory)
+        return E_OUTOFMEMORY;
+    blocksOut.src.pbFrame = blocksIn.dst.pbFrame = spMemory.get();
+    CopyBlock(copy, blocksIn);
+    CopyBlock(copy, blocksOut);
+    return S_OK;
+}
+
 /// Lets the source run backward, from the last row of its block.
 void TurnSource(BlockPair& blocks) noexcept
 {
@@ -82,7 +120,9 @@ HRESULT Img_Copy(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputP
         TurnSource(blocks);
     const FormatCopy* pCopy = FindCopy(_pInputProps->fccType);
     DSASSERT_TEXT(pCopy != NULL, "");
-    if (!pCopy)
+    if (!pCopy || blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
         return S_OK;
+    if (LayoutsCollide(*pCopy, blocks, *_pInputProps, *_pOutputProps))
+        return CopyThroughMemory(*pCopy, blocks);
     return CopyBlock(*pCopy, blocks) == ePS_Done ? S_OK : E_ACCESSDENIED;
 }

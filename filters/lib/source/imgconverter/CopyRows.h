@@ -23,8 +23,8 @@ enum ePrimitiveStatus : int
 };
 
 /// Copies rows of nWidth samples of cbSample bytes. A negative step walks upward in memory, so that a block
-/// can be turned without an extra pass. Source and destination may be the same memory. An empty block has no
-/// rows and is done at once. \param nSrcStep, nDstStep bytes from one row to the next
+/// can be turned without an extra pass. Source and destination may share memory where their steps are equal.
+/// An empty block has no rows and is done at once. \param nSrcStep, nDstStep bytes from one row to the next
 ePrimitiveStatus CopyRows(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize roi,
                           size_t cbSample) noexcept;
 

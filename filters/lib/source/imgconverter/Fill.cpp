@@ -140,7 +140,7 @@ HRESULT Img_Fill(BYTE* _pbOutput, const PicProps* _pOutputProps, DWORD dwColor, 
     DSASSERT(_pOutputProps != NULL);
     if (!_pbOutput || !_pOutputProps)
         return E_INVALIDARG;
-    const FillFrame frame = {_pbOutput, GetPicSize(_pOutputProps), *_pOutputProps};
+    const FillFrame frame = {_pbOutput, FrameBytes(*_pOutputProps), *_pOutputProps};
     return nField >= 0 ? FillField(frame, dwColor, _prcOutput, nOpacity, nField)
                        : FillRect(frame, dwColor, _prcOutput, nOpacity);
 }

@@ -56,8 +56,10 @@ size_t Img_GetBufferSize(const PicProps* _pInputProps, const PicProps* _pOutputP
 size_t Img_GetBufferSizeEx(const PicProps* _pInputProps, const PicProps* _pOutputProps) noexcept;
 
 /// Copies between two pictures of one format (E_NOTIMPL for two formats), turning rows where the row orders
-/// differ. Bytes outside the rectangle, row padding included, stay as they are. The buffers may be the same
-/// one. An empty rectangle copies nothing and answers S_OK.
+/// differ. Bytes outside the rectangle, row padding included, stay as they are. The two frames may share
+/// memory in any way: the output is what the input held before the call. Where row orders or row lengths
+/// differ within shared memory the rectangle is copied twice (E_OUTOFMEMORY without memory for it). An empty
+/// rectangle copies nothing and answers S_OK.
 HRESULT Img_Copy(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
                  const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput) noexcept;
 

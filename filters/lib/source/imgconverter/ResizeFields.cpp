@@ -14,7 +14,7 @@ bool PutSideBySide(PicProps& pic) noexcept
 {
     const int64_t nWidth = int64_t{pic.nWidth} + PicRow(pic);
     const int64_t nRowWidth = int64_t{pic.nRowWidth} * 2;
-    constexpr int64_t nLimit = std::numeric_limits<LONG>::max();
+    constexpr int64_t nLimit = std::numeric_limits<LONG>::max() - 1; // leaves room to round up to even
     if (IsPicTooLarge(pic) || nWidth > nLimit || nWidth < -nLimit || nRowWidth > nLimit ||
         nRowWidth < -nLimit)
         return false;

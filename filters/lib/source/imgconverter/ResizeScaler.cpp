@@ -153,6 +153,11 @@ size_t CPlaneScaler::Samples() const noexcept
     return static_cast<size_t>(m_scale.dstSize.nWidth) * m_nChannels;
 }
 
+const int16_t* CPlaneScaler::WeightsDown(LONG nRow) const noexcept
+{
+    return m_pWeightsDown + FirstWeight(nRow, m_nTapsDown);
+}
+
 size_t CPlaneScaler::WorkSize(const PlaneScale& scale, int nInterpolation, int nChannels) noexcept
 {
     CPlaneScaler scaler;
@@ -364,18 +369,18 @@ void CPlaneScaler::RowFilter(IRowSource& source, LONG nRow, BYTE* pDst) noexcept
     const int16_t* arrRows[4] = {};
     for (LONG k = 0; k < m_nTapsDown; k++)
         arrRows[k] = Across(source, m_pStartDown[nRow] + k, nRow, m_pKernels->arrRows[m_nChannels - 1]);
-    m_pKernels->pfnBlend(arrRows, m_pWeightsDown + static_cast<size_t>(nRow * m_nTapsDown), m_nTapsDown, pDst,
-                         Samples());
+    m_pKernels->pfnBlend(arrRows, WeightsDown(nRow), m_nTapsDown, pDst, Samples());
 }
 
 void CPlaneScaler::RowAreaNarrow(IRowSource& source, LONG nRow, BYTE* pDst) noexcept
 {
     const uint16_t* arrRows[nResizeNarrowRows] = {};
     int16_t arrWeights[nResizeNarrowRows] = {};
+    const int16_t* const pWeights = WeightsDown(nRow);
     LONG nRows = 0;
     for (LONG k = 0; k < m_nTapsDown; k++)
     {
-        const int16_t nWeight = m_pWeightsDown[static_cast<size_t>(nRow * m_nTapsDown + k)];
+        const int16_t nWeight = pWeights[k];
         if (nWeight == 0)
             continue;
         arrRows[nRows] = Across(source, m_pStartDown[nRow] + k, nRow, m_pKernels->arrNarrow[m_nChannels - 1]);
@@ -387,10 +392,11 @@ void CPlaneScaler::RowAreaNarrow(IRowSource& source, LONG nRow, BYTE* pDst) noex
 
 void CPlaneScaler::RowArea(IRowSource& source, LONG nRow, BYTE* pDst) noexcept
 {
+    const int16_t* const pWeights = WeightsDown(nRow);
     bool bFirst = true;
     for (LONG k = 0; k < m_nTapsDown; k++)
     {
-        const int16_t nWeight = m_pWeightsDown[static_cast<size_t>(nRow * m_nTapsDown + k)];
+        const int16_t nWeight = pWeights[k];
         if (nWeight == 0)
             continue;
         const int32_t* pSums =

@@ -25,6 +25,12 @@ struct PlaneScale
     ResizeFactor factorY;
 };
 
+/// Where the weights of an output row begin in a table that has nTaps of them for each row.
+constexpr size_t FirstWeight(LONG nRow, LONG nTaps) noexcept
+{
+    return static_cast<size_t>(nRow) * static_cast<size_t>(nTaps);
+}
+
 /// Alignment of the work memory.
 constexpr size_t cbWorkAlign = 64;
 
@@ -145,6 +151,8 @@ private:
     ResizeAxis AxisX() const noexcept;
     ResizeAxis AxisY() const noexcept;
     size_t Samples() const noexcept;
+    /// The weights of an output row, one for each tap down.
+    const int16_t* WeightsDown(LONG nRow) const noexcept;
 
     PlaneScale m_scale;
     eInterpolation m_eMode;

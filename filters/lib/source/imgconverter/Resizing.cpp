@@ -1,6 +1,7 @@
 #include "imgconverter/ImgConverter.h"
 
 #include "dstl/dshowx/DSTrace.h"
+#include "imgconverter/Block.h"
 #include "imgconverter/Flip.h"
 #include "imgconverter/ResizeFrame.h"
 #include "imgconverter/ResizePacked.h"
@@ -270,15 +271,6 @@ private:
     std::unique_ptr<BYTE[]> blobBuffer;
 };
 
-bool DoOverlap(const ResizeCall& call) noexcept
-{
-    if (call.pRows)
-        return false;
-    const auto nInput = reinterpret_cast<uintptr_t>(call.pbInput);
-    const auto nOutput = reinterpret_cast<uintptr_t>(call.pbOutput);
-    return nInput < nOutput + GetPicSize(&call.picOutput) && nOutput < nInput + GetPicSize(&call.picInput);
-}
-
 HRESULT RunBranch(ResizeCall& call, BYTE* pTemp) noexcept
 {
     const bool bPacked = call.branch.branch == eBranch::PackedYUV;
@@ -286,7 +278,7 @@ HRESULT RunBranch(ResizeCall& call, BYTE* pTemp) noexcept
         return S_OK; // clipped to nothing: there may be no memory where its first pixel would be
     // Packed and sharpened pictures may be scaled in place: the source is read from a copy then.
     const bool bCopy = call.bOverlap && (bPacked || call.luma.bSharpen);
-    const size_t cbCopy = bCopy ? GetPicSize(&call.picInput) : 0;
+    const size_t cbCopy = bCopy ? FrameBytes(call.picInput) : 0;
     const size_t cbWork = WorkSize(call);
     CCallMemory memory;
     BYTE* pWork = memory.Open(pTemp, Img_GetBufferSize(&call.picInput, &call.picOutput), cbWork + cbCopy);
@@ -344,7 +336,7 @@ HRESULT ResizeFrame(const BYTE* pbInput, IRowSource* pRows, BYTE* pbOutput, cons
         {},           pbInput,
         pRows,        pbOutput,
         false};
-    call.bOverlap = DoOverlap(call);
+    call.bOverlap = !pRows && FramesOverlap(pbInput, *pInputProps, pbOutput, *pOutputProps);
     SetScales(call);
     return RunBranch(call, pTemp);
 }
