@@ -47,17 +47,13 @@ void BlendSaturated(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
     Blend(pDst + cbGroups, pA + cbGroups, pB + cbGroups, cb - cbGroups, weights);
 }
 
-/// Whether limits of 65535 change a result: a product above is brought back by one below zero.
-bool HaveLimits(const BlendWeights& weights) noexcept
+/// Without a weight below zero, a limit of 65535 changes no result: whatever exceeds it becomes 255 anyway.
+bool HasNegative(const BlendWeights& weights) noexcept
 {
-    constexpr SHORT nLargest = 65535 / 255;
+    int nSigns = 0;
     for (int i = 0; i < 4; i++)
-    {
-        const auto [nLow, nHigh] = std::minmax(weights.arrA[i], weights.arrB[i]);
-        if (nLow < 0 && nHigh > nLargest)
-            return true;
-    }
-    return false;
+        nSigns |= weights.arrA[i] | weights.arrB[i];
+    return nSigns < 0;
 }
 
 int MixStraight(int nSrc, int nDst, int nAlpha) noexcept
@@ -208,7 +204,7 @@ void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHO
     constexpr BYTE arrCentre[4] = {0, 0, 0, 0};
     const BlendWeights weights = MakeWeights(wA, wB, arrCentre);
     const MixKernels& kernels = Kernels<MixKernels>();
-    const PFNBLEND pfnBlend = HaveLimits(weights) ? kernels.pfnBlendSaturated : kernels.pfnBlend;
+    const PFNBLEND pfnBlend = HasNegative(weights) ? kernels.pfnBlendSaturated : kernels.pfnBlend;
     pfnBlend(pDst, pA, pB, cb, weights);
 }
 
