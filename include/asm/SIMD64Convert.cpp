@@ -255,27 +255,6 @@ constexpr ConvertKernels kernelsScalar = {
     .Planar420ToRGB555 = PlanarToRgb<Rgb555>,
 };
 
-/// One table a level.
-struct Tables
-{
-    ConvertKernels arrKernels[eCPU_Count] = {kernelsScalar, kernelsScalar, kernelsScalar};
-
-    Tables() noexcept
-    {
-        AddConvertKernels_sse41(arrKernels[eCPU_SSE41]);
-        AddConvertKernels_avx2(arrKernels[eCPU_AVX2]);
-    }
-};
-
 } // namespace
 
-const ConvertKernels& GetConvertKernels() noexcept
-{
-    static const Tables tables;
-    return tables.arrKernels[CpuLevel()];
-}
-
-const ConvertKernels& GetScalarConvertKernels() noexcept
-{
-    return kernelsScalar;
-}
+constinit const ConvertKernels ConvertKernels::scalar = kernelsScalar;

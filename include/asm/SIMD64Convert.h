@@ -7,7 +7,7 @@
 /// columns and nothing beside them, at any alignment; source and destination must not overlap. Where a side
 /// is YUV, nPixels is even.
 
-#include "asm/Cpu.h"
+#include "asm/Kernels.h"
 
 #include <cstddef>
 
@@ -61,14 +61,8 @@ struct ConvertKernels
     PFNFROMPLANAR420 Planar420ToBGRA;
     PFNFROMPLANAR420 Planar420ToRGB565;
     PFNFROMPLANAR420 Planar420ToRGB555;
+
+    static const ConvertKernels scalar; ///< states the arithmetic
+    static const ConvertKernels sse41;
+    static const ConvertKernels avx2;
 };
-
-/// The kernels for CpuLevel().
-const ConvertKernels& GetConvertKernels() noexcept;
-
-/// The scalar forms, whatever the level.
-const ConvertKernels& GetScalarConvertKernels() noexcept;
-
-/// Put the vector forms in the place of the scalar ones; for the table of GetConvertKernels.
-void AddConvertKernels_sse41(ConvertKernels& kernels) noexcept;
-void AddConvertKernels_avx2(ConvertKernels& kernels) noexcept;

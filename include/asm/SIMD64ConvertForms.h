@@ -424,7 +424,7 @@ struct Scalar<pMember>
 {
     static void Run(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
     {
-        (GetScalarConvertKernels().*pMember)(pSrc, pDst, nPixels);
+        (ConvertKernels::scalar.*pMember)(pSrc, pDst, nPixels);
     }
 };
 
@@ -434,7 +434,7 @@ struct Scalar<pMember>
     static void Run(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV,
                     size_t nPixels) noexcept
     {
-        (GetScalarConvertKernels().*pMember)(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
+        (ConvertKernels::scalar.*pMember)(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
     }
 };
 
@@ -444,45 +444,48 @@ struct Scalar<pMember>
     static void Run(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst0,
                     BYTE* pDst1, size_t nPixels) noexcept
     {
-        (GetScalarConvertKernels().*pMember)(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
+        (ConvertKernels::scalar.*pMember)(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
     }
 };
 
-/// Puts one form into its place: V32 falls back on V16, and that on the scalar form.
+/// One form: V32 falls back on V16, and that on the scalar form.
 #ifdef __AVX2__
 #define QX_FORM(Member, Runner, Block, ...)                                                                  \
-    kernels.Member =                                                                                         \
-        Runner<Block<V32 __VA_OPT__(, ) __VA_ARGS__>,                                                        \
-               Runner<Block<V16 __VA_OPT__(, ) __VA_ARGS__>, Scalar<&ConvertKernels::Member>::Run>>
+    Runner<Block<V32 __VA_OPT__(, ) __VA_ARGS__>,                                                            \
+           Runner<Block<V16 __VA_OPT__(, ) __VA_ARGS__>, Scalar<&ConvertKernels::Member>::Run>>
 #else
 #define QX_FORM(Member, Runner, Block, ...)                                                                  \
-    kernels.Member = Runner<Block<V16 __VA_OPT__(, ) __VA_ARGS__>, Scalar<&ConvertKernels::Member>::Run>
+    Runner<Block<V16 __VA_OPT__(, ) __VA_ARGS__>, Scalar<&ConvertKernels::Member>::Run>
 #endif
 
-void AddForms(ConvertKernels& kernels) noexcept
-{
-    QX_FORM(BGR24ToYUY2, RunRow, RgbToPackedBlock, 3, false, false);
-    QX_FORM(BGR24ToUYVY, RunRow, RgbToPackedBlock, 3, true, false);
-    QX_FORM(BGR32ToYUY2, RunRow, RgbToPackedBlock, 4, false, false);
-    QX_FORM(BGR32ToUYVY, RunRow, RgbToPackedBlock, 4, true, true);
-    QX_FORM(BGR24ToBGR32, RunRow, Bgr24To32Block);
-    QX_FORM(BGR32ToBGR24, RunRow, Bgr32To24Block);
-    QX_FORM(BGR32ToBGRA, RunRow, Bgr32ToBgraBlock);
-    QX_FORM(YUY2ToUYVY, RunRow, PackedOrderBlock, false);
-    QX_FORM(YUY2ToYVYU, RunRow, PackedOrderBlock, true);
-    QX_FORM(YUY2ToBGR24, RunRow, PackedToBgr24Block, false, rgbFromYUY2);
-    QX_FORM(YUY2ToBGRA, RunRow, PackedToBgraBlock, false, rgbFromYUY2);
-    QX_FORM(UYVYToBGR24, RunRow, PackedToBgr24Block, true, rgbFromYUY2);
-    QX_FORM(UYVYToBGRA, RunRow, PackedToBgraBlock, true, rgbFromUYVY);
-    QX_FORM(BGR24ToPlanar420, RunToPlanar, RgbToPlanarBlock, 3);
-    QX_FORM(BGR32ToPlanar420, RunToPlanar, RgbToPlanarBlock, 4);
-    QX_FORM(YUY2ToPlanar420, RunToPlanar, PackedToPlanarBlock, false);
-    QX_FORM(UYVYToPlanar420, RunToPlanar, PackedToPlanarBlock, true);
-    QX_FORM(Planar420ToYUY2, RunFromPlanarByRow, PlanarToPackedBlock, false);
-    QX_FORM(Planar420ToUYVY, RunFromPlanarByRow, PlanarToPackedBlock, true);
-    QX_FORM(Planar420ToBGR24, RunFromPlanar, PlanarToRgbBlock, true);
-    QX_FORM(Planar420ToBGRA, RunFromPlanar, PlanarToRgbBlock, false);
-}
+/// The table of the includer's processor; what has no vector form is the scalar one.
+constexpr ConvertKernels convertVector = {
+    .BGR24ToYUY2 = QX_FORM(BGR24ToYUY2, RunRow, RgbToPackedBlock, 3, false, false),
+    .BGR24ToUYVY = QX_FORM(BGR24ToUYVY, RunRow, RgbToPackedBlock, 3, true, false),
+    .BGR32ToYUY2 = QX_FORM(BGR32ToYUY2, RunRow, RgbToPackedBlock, 4, false, false),
+    .BGR32ToUYVY = QX_FORM(BGR32ToUYVY, RunRow, RgbToPackedBlock, 4, true, true),
+    .BGR24ToBGR32 = QX_FORM(BGR24ToBGR32, RunRow, Bgr24To32Block),
+    .BGR32ToBGR24 = QX_FORM(BGR32ToBGR24, RunRow, Bgr32To24Block),
+    .BGR32ToBGRA = QX_FORM(BGR32ToBGRA, RunRow, Bgr32ToBgraBlock),
+    .YUY2ToUYVY = QX_FORM(YUY2ToUYVY, RunRow, PackedOrderBlock, false),
+    .YUY2ToYVYU = QX_FORM(YUY2ToYVYU, RunRow, PackedOrderBlock, true),
+    .YUY2ToBGR24 = QX_FORM(YUY2ToBGR24, RunRow, PackedToBgr24Block, false, rgbFromYUY2),
+    .YUY2ToBGRA = QX_FORM(YUY2ToBGRA, RunRow, PackedToBgraBlock, false, rgbFromYUY2),
+    .YUY2ToRGB565 = Scalar<&ConvertKernels::YUY2ToRGB565>::Run,
+    .YUY2ToRGB555 = Scalar<&ConvertKernels::YUY2ToRGB555>::Run,
+    .UYVYToBGR24 = QX_FORM(UYVYToBGR24, RunRow, PackedToBgr24Block, true, rgbFromYUY2),
+    .UYVYToBGRA = QX_FORM(UYVYToBGRA, RunRow, PackedToBgraBlock, true, rgbFromUYVY),
+    .BGR24ToPlanar420 = QX_FORM(BGR24ToPlanar420, RunToPlanar, RgbToPlanarBlock, 3),
+    .BGR32ToPlanar420 = QX_FORM(BGR32ToPlanar420, RunToPlanar, RgbToPlanarBlock, 4),
+    .YUY2ToPlanar420 = QX_FORM(YUY2ToPlanar420, RunToPlanar, PackedToPlanarBlock, false),
+    .UYVYToPlanar420 = QX_FORM(UYVYToPlanar420, RunToPlanar, PackedToPlanarBlock, true),
+    .Planar420ToYUY2 = QX_FORM(Planar420ToYUY2, RunFromPlanarByRow, PlanarToPackedBlock, false),
+    .Planar420ToUYVY = QX_FORM(Planar420ToUYVY, RunFromPlanarByRow, PlanarToPackedBlock, true),
+    .Planar420ToBGR24 = QX_FORM(Planar420ToBGR24, RunFromPlanar, PlanarToRgbBlock, true),
+    .Planar420ToBGRA = QX_FORM(Planar420ToBGRA, RunFromPlanar, PlanarToRgbBlock, false),
+    .Planar420ToRGB565 = Scalar<&ConvertKernels::Planar420ToRGB565>::Run,
+    .Planar420ToRGB555 = Scalar<&ConvertKernels::Planar420ToRGB555>::Run,
+};
 
 #undef QX_FORM
 

@@ -1,6 +1,3 @@
 #include "asm/SIMD64ConvertForms.h"
 
-void AddConvertKernels_avx2(ConvertKernels& kernels) noexcept
-{
-    AddForms(kernels);
-}
+constinit const ConvertKernels ConvertKernels::avx2 = convertVector;

@@ -1,6 +1,3 @@
 #include "asm/SIMD64ConvertForms.h"
 
-void AddConvertKernels_sse41(ConvertKernels& kernels) noexcept
-{
-    AddForms(kernels);
-}
+constinit const ConvertKernels ConvertKernels::sse41 = convertVector;

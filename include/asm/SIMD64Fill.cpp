@@ -12,11 +12,9 @@ void Fill(BYTE* pDst, size_t cb, const FillPattern& pattern) noexcept
     std::memcpy(pDst, pattern.arrBytes, cb);
 }
 
-constexpr const FillKernels* arrKernels[eCPU_Count] = {&g_fillScalar, &g_fillSSE41, &g_fillAVX2};
-
 } // namespace
 
-const FillKernels g_fillScalar = {Fill};
+constinit const FillKernels FillKernels::scalar = {Fill};
 
 FillPattern MakeFillPattern(DWORD dwColor, size_t nBytes) noexcept
 {
@@ -27,14 +25,4 @@ FillPattern MakeFillPattern(DWORD dwColor, size_t nBytes) noexcept
     for (size_t i = nBytes; i < sizeof(pattern.arrBytes); i++)
         pattern.arrBytes[i] = pattern.arrBytes[i - nBytes];
     return pattern;
-}
-
-const FillKernels& GetFillKernels(eCPU eLevel) noexcept
-{
-    return *arrKernels[eLevel];
-}
-
-const FillKernels& GetFillKernels() noexcept
-{
-    return GetFillKernels(CpuLevel());
 }

@@ -1,7 +1,7 @@
 #pragma once
 /// Fills runs of bytes with a repeating pattern.
 
-#include "asm/Cpu.h"
+#include "asm/Kernels.h"
 
 #include <cstddef>
 
@@ -20,14 +20,8 @@ struct FillKernels
 {
     /// pDst[i] = pattern[i mod 96] for i below cb
     void (*pfnFill)(BYTE* pDst, size_t cb, const FillPattern& pattern) noexcept;
+
+    static const FillKernels scalar; ///< states the arithmetic
+    static const FillKernels sse41;
+    static const FillKernels avx2;
 };
-
-extern const FillKernels g_fillScalar;
-extern const FillKernels g_fillSSE41;
-extern const FillKernels g_fillAVX2;
-
-/// The kernels of one level; the processor has to have it.
-const FillKernels& GetFillKernels(eCPU eLevel) noexcept;
-
-/// The kernels of the level in force.
-const FillKernels& GetFillKernels() noexcept;

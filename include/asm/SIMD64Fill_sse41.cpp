@@ -10,7 +10,7 @@ void Fill(BYTE* pDst, size_t cb, const FillPattern& pattern) noexcept
     constexpr size_t cbVector = 16;
     if (cb < 2 * FillPattern::cbPeriod)
     {
-        g_fillScalar.pfnFill(pDst, cb, pattern);
+        FillKernels::scalar.pfnFill(pDst, cb, pattern);
         return;
     }
     // One store to where it is aligned, and on from there with the pattern turned by as much.
@@ -43,4 +43,4 @@ void Fill(BYTE* pDst, size_t cb, const FillPattern& pattern) noexcept
 
 } // namespace
 
-const FillKernels g_fillSSE41 = {Fill};
+constinit const FillKernels FillKernels::sse41 = {Fill};

@@ -26,6 +26,36 @@ void Blend(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const BlendWei
     }
 }
 
+/// Bytes of a row in whole groups of 16; the others can come out different. Deliberate.
+size_t GroupBytes(size_t cb) noexcept
+{
+    return cb & ~size_t{15};
+}
+
+/// Groups of 16 bytes saturate, the bytes that are left do not. Deliberate.
+void BlendSaturated(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
+                    const BlendWeights& weights) noexcept
+{
+    constexpr int nLimit = 65535;
+    const size_t cbGroups = GroupBytes(cb);
+    for (size_t i = 0; i < cbGroups; i++)
+    {
+        const int nA = std::min(pA[i] * weights.arrA[i & 3], nLimit);
+        const int nB = std::min(pB[i] * weights.arrB[i & 3], nLimit);
+        pDst[i] = ToByte(std::min(nA + nB, nLimit) >> 8);
+    }
+    Blend(pDst + cbGroups, pA + cbGroups, pB + cbGroups, cb - cbGroups, weights);
+}
+
+/// Without a weight below zero, a limit of 65535 changes no result: whatever exceeds it becomes 255 anyway.
+bool HasNegative(const BlendWeights& weights) noexcept
+{
+    int nSigns = 0;
+    for (int i = 0; i < 4; i++)
+        nSigns |= weights.arrA[i] | weights.arrB[i];
+    return nSigns < 0;
+}
+
 int MixStraight(int nSrc, int nDst, int nAlpha) noexcept
 {
     return (nSrc * nAlpha + 255 + nDst * (255 - nAlpha)) >> 8;
@@ -40,7 +70,7 @@ int MixPre(int nSrc, int nDst, int nAlpha, int nOpacity) noexcept
 /// lower. Deliberate.
 void MixLuma(BYTE* pDst, const BYTE* pSrc, const BYTE* pAlpha, size_t nSamples, int) noexcept
 {
-    const size_t nGroups = nSamples & ~size_t{15};
+    const size_t nGroups = GroupBytes(nSamples);
     size_t i = 0;
     for (; i < nGroups; i++)
         pDst[i] = static_cast<BYTE>(MixStraight(pSrc[i], pDst[i], pAlpha[i]));
@@ -147,24 +177,35 @@ void Straighten(BYTE* pDst, size_t nPixels) noexcept
     }
 }
 
-constexpr const MixKernels* arrKernels[eCPU_Count] = {&g_mixScalar, &g_mixSSE41, &g_mixAVX2};
+BlendWeights MakeWeights(const SHORT wA[4], const SHORT wB[4], const BYTE c[4]) noexcept
+{
+    BlendWeights weights;
+    std::copy_n(wA, 4, weights.arrA);
+    std::copy_n(wB, 4, weights.arrB);
+    std::copy_n(c, 4, weights.arrCentre);
+    return weights;
+}
 
 } // namespace
 
-const MixKernels g_mixScalar = {Blend,
-                                {MixLuma, MixLumaPre, MixChroma, MixChromaPre, MixPixels<2>,
-                                 MixPackedPre<16, 128>, MixPackedPre<128, 16>, MixPixels<3>, MixPixelsPre<3>,
-                                 MixPixels<4>, MixPixelsPre<4>},
-                                Scale,
-                                ComposeStraight,
-                                ComposePre,
-                                Straighten};
+constinit const MixKernels MixKernels::scalar = {Blend,
+                                                 BlendSaturated,
+                                                 {MixLuma, MixLumaPre, MixChroma, MixChromaPre, MixPixels<2>,
+                                                  MixPackedPre<16, 128>, MixPackedPre<128, 16>, MixPixels<3>,
+                                                  MixPixelsPre<3>, MixPixels<4>, MixPixelsPre<4>},
+                                                 Scale,
+                                                 ComposeStraight,
+                                                 ComposePre,
+                                                 Straighten};
 
 void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
                 const SHORT wB[4]) noexcept
 {
     constexpr BYTE arrCentre[4] = {0, 0, 0, 0};
-    BlendCentred(pDst, pA, pB, cb, wA, wB, arrCentre);
+    const BlendWeights weights = MakeWeights(wA, wB, arrCentre);
+    const MixKernels& kernels = Kernels<MixKernels>();
+    const PFNBLEND pfnBlend = HasNegative(weights) ? kernels.pfnBlendSaturated : kernels.pfnBlend;
+    pfnBlend(pDst, pA, pB, cb, weights);
 }
 
 void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
@@ -177,19 +218,5 @@ void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SH
 void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4], const SHORT wB[4],
                   const BYTE c[4]) noexcept
 {
-    BlendWeights weights;
-    std::copy_n(wA, 4, weights.arrA);
-    std::copy_n(wB, 4, weights.arrB);
-    std::copy_n(c, 4, weights.arrCentre);
-    GetMixKernels().pfnBlend(pDst, pA, pB, cb, weights);
-}
-
-const MixKernels& GetMixKernels(eCPU eLevel) noexcept
-{
-    return *arrKernels[eLevel];
-}
-
-const MixKernels& GetMixKernels() noexcept
-{
-    return GetMixKernels(CpuLevel());
+    Kernels<MixKernels>().pfnBlend(pDst, pA, pB, cb, MakeWeights(wA, wB, c));
 }

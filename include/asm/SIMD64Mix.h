@@ -1,7 +1,7 @@
 #pragma once
 /// Mixes of two rows of bytes. A destination may be one of the sources, at the same place.
 
-#include "asm/Cpu.h"
+#include "asm/Kernels.h"
 
 #include <cstddef>
 
@@ -36,14 +36,20 @@ enum eMixRow : int
 using PFNMIXROW = void (*)(BYTE* pDst, const BYTE* pSrc, const BYTE* pAlpha, size_t nSamples,
                            int nOpacity) noexcept;
 
+using PFNBLEND = void (*)(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
+                          const BlendWeights& weights) noexcept;
+
 /// Composes BGRA pixels over BGRA pixels; the result is premultiplied.
 using PFNCOMPOSE = void (*)(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept;
 
 struct MixKernels
 {
     /// (((a - c) x wA + (b - c) x wB) >> 8) + c, clamped to 0 to 255
-    void (*pfnBlend)(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
-                     const BlendWeights& weights) noexcept;
+    PFNBLEND pfnBlend;
+
+    /// The same around 0; in whole groups of 16 bytes each product and their sum are limited to 65535 before
+    /// the shift. This shows where a large weight meets a negative one.
+    PFNBLEND pfnBlendSaturated;
 
     PFNMIXROW arrRows[eMR_Count];
 
@@ -55,23 +61,18 @@ struct MixKernels
 
     /// Colours times 256 over alpha, rounded, at most 255; a pixel of alpha 0 stays.
     void (*pfnStraighten)(BYTE* pDst, size_t nPixels) noexcept;
+
+    static const MixKernels scalar; ///< states the arithmetic
+    static const MixKernels sse41;
+    static const MixKernels avx2;
 };
 
-extern const MixKernels g_mixScalar;
-extern const MixKernels g_mixSSE41;
-extern const MixKernels g_mixAVX2;
-
-/// The blends by name, with the kernels of the level in force: plain bytes, around 0; chroma, around 128;
-/// packed rows, around a centre for each of the bytes i mod 4.
+/// The blends by name, with the kernels of the level in force: plain bytes, around 0, whose products are
+/// limited to 65535 (pfnBlendSaturated); chroma, around 128; packed rows, around a centre for each of the
+/// bytes i mod 4.
 void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
                 const SHORT wB[4]) noexcept;
 void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
                  const SHORT wB[4]) noexcept;
 void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4], const SHORT wB[4],
                   const BYTE c[4]) noexcept;
-
-/// The kernels of one level; the processor has to have it.
-const MixKernels& GetMixKernels(eCPU eLevel) noexcept;
-
-/// The kernels of the level in force.
-const MixKernels& GetMixKernels() noexcept;

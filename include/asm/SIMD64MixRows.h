@@ -44,7 +44,40 @@ void BlendRow(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const Blend
         const Words b = Sub(Widen(Load16(pB + i)), wCentre);
         Store16(pDst + i, Narrow(AddSaturated(MulAdd8(a, wA, b, wB, 0), wCentre)));
     }
-    g_mixScalar.pfnBlend(pDst + i, pA + i, pB + i, cb - i, weights);
+    MixKernels::scalar.pfnBlend(pDst + i, pA + i, pB + i, cb - i, weights);
+}
+
+/// Four bytes of each source in the lowest 32 bits; products and their sum have 32 bits here.
+__m128i BlendSaturated4(__m128i a, __m128i wA, __m128i b, __m128i wB) noexcept
+{
+    const __m128i limit = _mm_set1_epi32(65535);
+    const auto product = [=](__m128i bytes, __m128i weights)
+    { return _mm_min_epi32(_mm_mullo_epi32(_mm_cvtepu8_epi32(bytes), weights), limit); };
+    const __m128i sum = _mm_add_epi32(product(a, wA), product(b, wB));
+    return _mm_srai_epi32(_mm_min_epi32(sum, limit), 8);
+}
+
+void BlendSaturatedRow(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
+                       const BlendWeights& weights) noexcept
+{
+    const auto four = [](const SHORT(&arr)[4])
+    { return _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(arr))); };
+    const __m128i wA = four(weights.arrA);
+    const __m128i wB = four(weights.arrB);
+    size_t i = 0;
+    for (; i + 16 <= cb; i += 16)
+    {
+        const __m128i a = Load16(pA + i);
+        const __m128i b = Load16(pB + i);
+        const __m128i low =
+            _mm_packs_epi32(BlendSaturated4(a, wA, b, wB),
+                            BlendSaturated4(_mm_srli_si128(a, 4), wA, _mm_srli_si128(b, 4), wB));
+        const __m128i high =
+            _mm_packs_epi32(BlendSaturated4(_mm_srli_si128(a, 8), wA, _mm_srli_si128(b, 8), wB),
+                            BlendSaturated4(_mm_srli_si128(a, 12), wA, _mm_srli_si128(b, 12), wB));
+        Store16(pDst + i, _mm_packus_epi16(low, high));
+    }
+    MixKernels::scalar.pfnBlend(pDst + i, pA + i, pB + i, cb - i, weights);
 }
 
 // How the alphas of a row spread over its bytes. Take reads the alphas of the unit nUnit of 16 bytes in a
@@ -157,7 +190,7 @@ void MixRow(BYTE* pDst, const BYTE* pSrc, const BYTE* pAlpha, size_t nSamples, i
         }
         pAlpha += TAlpha::nGroupAlphas;
     }
-    g_mixScalar.arrRows[eRow](pDst, pSrc, pAlpha, nSamples, nOpacity);
+    MixKernels::scalar.arrRows[eRow](pDst, pSrc, pAlpha, nSamples, nOpacity);
 }
 
 /// n / 255, rounded down.
@@ -171,7 +204,7 @@ void ScaleRow(BYTE* pDst, size_t cb, int nOpacity) noexcept
     const Words weight = Set(nOpacity);
     for (; cb >= 16; cb -= 16, pDst += 16)
         Store16(pDst, Narrow(Div255(Mul(Widen(Load16(pDst)), weight))));
-    g_mixScalar.pfnScale(pDst, cb, nOpacity);
+    MixKernels::scalar.pfnScale(pDst, cb, nOpacity);
 }
 
 /// The alpha of each of 4 pixels in all of its bytes.
@@ -199,7 +232,8 @@ void ComposeRow(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept
         }
         Store16(pDst, Narrow(Add(above, Div255(Mul(below, Sub(Set(255), Widen(srcAlpha)))))));
     }
-    (bStraight ? g_mixScalar.pfnComposeStraight : g_mixScalar.pfnComposePre)(pDst, pSrc, nPixels);
+    (bStraight ? MixKernels::scalar.pfnComposeStraight : MixKernels::scalar.pfnComposePre)(pDst, pSrc,
+                                                                                           nPixels);
 }
 
 void StraightenRow(BYTE* pDst, size_t nPixels) noexcept
@@ -212,11 +246,12 @@ void StraightenRow(BYTE* pDst, size_t nPixels) noexcept
         const __m128i keep = _mm_or_si128(_mm_cmpeq_epi8(alpha, _mm_setzero_si128()), alphaBytes);
         Store16(pDst, _mm_blendv_epi8(Straighten4(pixels, alpha), pixels, keep));
     }
-    g_mixScalar.pfnStraighten(pDst, nPixels);
+    MixKernels::scalar.pfnStraighten(pDst, nPixels);
 }
 
 constexpr MixKernels mixVector = {
     BlendRow,
+    BlendSaturatedRow,
     {MixRow<AlphaPerByte, StraightMix, eMR_Luma>, MixRow<AlphaPerByte, PreMix<16, 16, 1>, eMR_LumaPre>,
      MixRow<AlphaPerPair, StraightMix, eMR_Chroma>, MixRow<AlphaPerPair, ChromaPreMix, eMR_ChromaPre>,
      MixRow<AlphaPer2, StraightMix, eMR_Packed>, MixRow<AlphaPer2, PreMix<16, 128, 2>, eMR_PackedPreY>,

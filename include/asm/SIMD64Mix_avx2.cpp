@@ -96,4 +96,4 @@ __m128i Straighten4(__m128i pixels, __m128i alpha) noexcept
 
 #include "asm/SIMD64MixRows.h"
 
-const MixKernels g_mixAVX2 = mixVector;
+constinit const MixKernels MixKernels::avx2 = mixVector;

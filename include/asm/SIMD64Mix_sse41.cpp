@@ -111,4 +111,4 @@ __m128i Straighten4(__m128i pixels, __m128i alpha) noexcept
 
 #include "asm/SIMD64MixRows.h"
 
-const MixKernels g_mixSSE41 = mixVector;
+constinit const MixKernels MixKernels::sse41 = mixVector;

@@ -1,7 +1,5 @@
 #include "asm/SIMD64Resize.h"
 
-#include "asm/Cpu.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -168,30 +166,18 @@ void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, 
 
 } // namespace
 
-const ResizeKernels kernelsResizeScalar = {{Row<1>, nullptr, Row<3>, Row<4>},
-                                           {Sum<1, int32_t>, nullptr, Sum<3, int32_t>, Sum<4, int32_t>},
-                                           {Sum<1, uint16_t>, nullptr, Sum<3, uint16_t>, Sum<4, uint16_t>},
-                                           {Halve<1>, nullptr, Halve<3>, Halve<4>},
-                                           {Seconds<1>, nullptr, Seconds<3>, Seconds<4>},
-                                           Double,
-                                           Blend,
-                                           Add,
-                                           Divide,
-                                           Average,
-                                           Sharpen,
-                                           {Split<false>, Split<true>},
-                                           {Merge<false>, Merge<true>},
-                                           false};
-
-const ResizeKernels& GetResizeKernels() noexcept
-{
-    switch (CpuLevel())
-    {
-    case eCPU_AVX2:
-        return kernelsResizeAVX2;
-    case eCPU_SSE41:
-        return kernelsResizeSSE41;
-    default:
-        return kernelsResizeScalar;
-    }
-}
+constinit const ResizeKernels ResizeKernels::scalar = {
+    {Row<1>, nullptr, Row<3>, Row<4>},
+    {Sum<1, int32_t>, nullptr, Sum<3, int32_t>, Sum<4, int32_t>},
+    {Sum<1, uint16_t>, nullptr, Sum<3, uint16_t>, Sum<4, uint16_t>},
+    {Halve<1>, nullptr, Halve<3>, Halve<4>},
+    {Seconds<1>, nullptr, Seconds<3>, Seconds<4>},
+    Double,
+    Blend,
+    Add,
+    Divide,
+    Average,
+    Sharpen,
+    {Split<false>, Split<true>},
+    {Merge<false>, Merge<true>},
+    false};

@@ -6,7 +6,7 @@
 /// Scaled rows hold 1/64 of a level: a cubic filter leaves 0 to 255 by an eighth, so that they fit 16 bits.
 /// The exact area average keeps whole sums of pixel fractions and divides once at the end.
 
-#include "dstl/WinAPI/Platform.h"
+#include "asm/Kernels.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -178,11 +178,8 @@ struct ResizeKernels
     PFNSPLIT422 arrSplit[2]; ///< luma first (Y, U, Y, V), and chroma first (U, Y, V, Y)
     PFNMERGE422 arrMerge[2];
     bool bWindows; ///< the forms gain from windows
+
+    static const ResizeKernels scalar; ///< states the arithmetic
+    static const ResizeKernels sse41;
+    static const ResizeKernels avx2;
 };
-
-/// The kernels of the level that CpuLevel names.
-const ResizeKernels& GetResizeKernels() noexcept;
-
-extern const ResizeKernels kernelsResizeScalar;
-extern const ResizeKernels kernelsResizeSSE41;
-extern const ResizeKernels kernelsResizeAVX2;

@@ -24,7 +24,7 @@ struct ToLevels
     static constexpr bool bLevels = true;
 
     using Sample = int16_t;
-    static constexpr auto& Kernels = kernelsResizeScalar.arrRows;
+    static constexpr auto& Kernels = ResizeKernels::scalar.arrRows;
     static constexpr int nShift = nResizeWeightBits - nResizeRowBits;
     static V Pack(V a, V b)
     {
@@ -37,7 +37,7 @@ struct ToNarrowSums
     static constexpr bool bLevels = false;
 
     using Sample = uint16_t;
-    static constexpr auto& Kernels = kernelsResizeScalar.arrNarrow;
+    static constexpr auto& Kernels = ResizeKernels::scalar.arrNarrow;
     static V Pack(V a, V b) { return Lanes::PackLanesUnsigned(a, b); }
 };
 
@@ -173,8 +173,8 @@ void RowHalved(const ResizeRowTaps& taps, const ResizeRowPair<int16_t>& rows)
     HalveCubic(rows.arrSrc[0] + nStart, rows.arrDst[0] + nFirst, nHalved);
     const auto nMade =
         static_cast<ptrdiff_t>(HalveCubic(rows.arrSrc[1] + nStart, rows.arrDst[1] + nFirst, nHalved));
-    RunPlain(kernelsResizeScalar.arrRows[0], taps, rows, 0, nFirst, 1);
-    RunPlain(kernelsResizeScalar.arrRows[0], taps, rows, nFirst + nMade, taps.nOutputs, 1);
+    RunPlain(ResizeKernels::scalar.arrRows[0], taps, rows, 0, nFirst, 1);
+    RunPlain(ResizeKernels::scalar.arrRows[0], taps, rows, nFirst + nMade, taps.nOutputs, 1);
 }
 
 template <class TTarget>
@@ -230,7 +230,7 @@ void Sum1(const ResizeRowTaps& taps, const ResizeRowPair<int32_t>& rows) noexcep
     {
     case eResizeWindows::None:
     case eResizeWindows::Halved: // not with these weights
-        kernelsResizeScalar.arrSum[0](taps, rows);
+        ResizeKernels::scalar.arrSum[0](taps, rows);
         break;
     case eResizeWindows::Whole:
         SumRows1<false>(taps, rows);
@@ -354,7 +354,8 @@ void SumOf(const ResizeRowTaps& taps, const ResizeRowPair<int32_t>& rows) noexce
             }
         }
     }
-    RunPlain<int32_t>(kernelsResizeScalar.arrSum[nChannels - 1], taps, rows, nSafe, taps.nOutputs, nChannels);
+    RunPlain<int32_t>(ResizeKernels::scalar.arrSum[nChannels - 1], taps, rows, nSafe, taps.nOutputs,
+                      nChannels);
 }
 
 /// Calls store(i, p) for each register of bytes of an output that nothing may be written behind.
@@ -406,7 +407,7 @@ void Blend(const int16_t* const* ppRows, const int16_t* pWeights, LONG nTaps, BY
         BlendRows<2>(ppRows, pWeights, pDst, nSamples);
         break;
     default:
-        kernelsResizeScalar.pfnBlend(ppRows, pWeights, nTaps, pDst, nSamples);
+        ResizeKernels::scalar.pfnBlend(ppRows, pWeights, nTaps, pDst, nSamples);
     }
 }
 
@@ -422,7 +423,7 @@ void Add(uint32_t* pSums, const int32_t* pRow, uint32_t nWeight, bool bFirst, si
             v = Lanes::Add32(v, Lanes::Load(pSums + i));
         Lanes::Store(pSums + i, v);
     }
-    kernelsResizeScalar.pfnAdd(pSums + i, pRow + i, nWeight, bFirst, nSamples - i);
+    ResizeKernels::scalar.pfnAdd(pSums + i, pRow + i, nWeight, bFirst, nSamples - i);
 }
 
 void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, size_t nSamples) noexcept
@@ -443,7 +444,7 @@ void Divide(const uint32_t* pSums, BYTE* pDst, const ResizeDivisor& divisor, siz
     const auto store = [=](size_t i)
     { Lanes::Store(pDst + i, Lanes::PackBytes(words(pSums + i), words(pSums + i + 2 * nVector))); };
     const size_t i = ForRegisters(nSamples, Lanes::cb, store);
-    kernelsResizeScalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
+    ResizeKernels::scalar.pfnDivide(pSums + i, pDst + i, divisor, nSamples - i);
 }
 
 template <LONG nRows>
@@ -505,7 +506,7 @@ void Halve1(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs)
     const auto store = [=](size_t i)
     { Lanes::Store(pDst + i, Lanes::PackBytes(mean(2 * i), mean(2 * i + Lanes::cb))); };
     const size_t i = ForRegisters(nOutputs, Lanes::cb, store);
-    kernelsResizeScalar.arrHalve[0](pUpper + 2 * i, pLower + 2 * i, pDst + i, nOutputs - i);
+    ResizeKernels::scalar.arrHalve[0](pUpper + 2 * i, pLower + 2 * i, pDst + i, nOutputs - i);
 }
 
 void Halve4(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs) noexcept
@@ -520,7 +521,7 @@ void Halve4(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs)
     const auto store = [=](size_t i)
     { Lanes::Store(pDst + 4 * i, Lanes::PackBytes(mean(8 * i), mean(8 * i + Lanes::cb))); };
     const size_t i = ForRegisters(nOutputs, nVector, store);
-    kernelsResizeScalar.arrHalve[3](pUpper + 8 * i, pLower + 8 * i, pDst + 4 * i, nOutputs - i);
+    ResizeKernels::scalar.arrHalve[3](pUpper + 8 * i, pLower + 8 * i, pDst + 4 * i, nOutputs - i);
 }
 
 /// Lanes take four pixels each, which are 12 bytes of a load of 16.
@@ -541,7 +542,7 @@ void Halve3(const BYTE* pUpper, const BYTE* pLower, BYTE* pDst, size_t nOutputs)
         const V packed = Lanes::PackLanesBytes(mean(6 * i), mean(6 * i + cbLane));
         Lanes::StoreLanes(pDst + 3 * i, pDst + 3 * i + cbLane, Lanes::Shuffle(packed, close));
     }
-    kernelsResizeScalar.arrHalve[2](pUpper + 6 * i, pLower + 6 * i, pDst + 3 * i, nOutputs - i);
+    ResizeKernels::scalar.arrHalve[2](pUpper + 6 * i, pLower + 6 * i, pDst + 3 * i, nOutputs - i);
 }
 
 void Double(const BYTE* pNear, const BYTE* pFar, BYTE* pDst, size_t nPixels) noexcept
@@ -577,7 +578,7 @@ void Double(const BYTE* pNear, const BYTE* pFar, BYTE* pDst, size_t nPixels) noe
                            both(left.high, middle.high, right.high));
     };
     const size_t i = ForRegisters(nPixels, Lanes::cb, store);
-    kernelsResizeScalar.pfnDouble(pNear + i, pFar + i, pDst + 2 * i, nPixels - i);
+    ResizeKernels::scalar.pfnDouble(pNear + i, pFar + i, pDst + 2 * i, nPixels - i);
 }
 
 void Seconds1(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
@@ -588,7 +589,7 @@ void Seconds1(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
                                                 Lanes::Srl16(Lanes::Load(pSrc + 2 * i + Lanes::cb), 8)));
     };
     const size_t i = ForRegisters(nOutputs, Lanes::cb, store);
-    kernelsResizeScalar.arrSeconds[0](pSrc + 2 * i, pDst + i, nOutputs - i);
+    ResizeKernels::scalar.arrSeconds[0](pSrc + 2 * i, pDst + i, nOutputs - i);
 }
 
 void Seconds4(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
@@ -600,12 +601,12 @@ void Seconds4(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
                      Lanes::OddDwords(Lanes::Load(pSrc + 8 * i), Lanes::Load(pSrc + 8 * i + Lanes::cb)));
     };
     const size_t i = ForRegisters(nOutputs, nVector, store);
-    kernelsResizeScalar.arrSeconds[3](pSrc + 8 * i, pDst + 4 * i, nOutputs - i);
+    ResizeKernels::scalar.arrSeconds[3](pSrc + 8 * i, pDst + 4 * i, nOutputs - i);
 }
 
 void Seconds3(const BYTE* pSrc, BYTE* pDst, size_t nOutputs) noexcept
 {
-    kernelsResizeScalar.arrSeconds[2](pSrc, pDst, nOutputs);
+    ResizeKernels::scalar.arrSeconds[2](pSrc, pDst, nOutputs);
 }
 
 void Sharpen(const BYTE* const* ppRows, BYTE* pDst, size_t nSamples, size_t nPixel,
@@ -642,7 +643,7 @@ void Sharpen(const BYTE* const* ppRows, BYTE* pDst, size_t nSamples, size_t nPix
     { Lanes::Store(pDst + i, Lanes::PackBytes(levels(i), levels(i + nVector))); };
     const size_t i = ForRegisters(nSamples, Lanes::cb, store);
     const BYTE* arrRest[] = {pAbove + i, p + i, pBelow + i};
-    kernelsResizeScalar.pfnSharpen(arrRest, pDst + i, nSamples - i, nPixel, kernel);
+    ResizeKernels::scalar.pfnSharpen(arrRest, pDst + i, nSamples - i, nPixel, kernel);
 }
 
 template <bool bChromaFirst>
@@ -662,7 +663,8 @@ void Split(const BYTE* pSrc, BYTE* pY, BYTE* pFirst, BYTE* pSecond, size_t nPair
                            Lanes::PackBytes(Lanes::And(chroma, low), Lanes::Srl16(chroma, 8)));
     };
     const size_t i = ForRegisters(nPairs, nVector, store);
-    kernelsResizeScalar.arrSplit[bChromaFirst](pSrc + 4 * i, pY + 2 * i, pFirst + i, pSecond + i, nPairs - i);
+    ResizeKernels::scalar.arrSplit[bChromaFirst](pSrc + 4 * i, pY + 2 * i, pFirst + i, pSecond + i,
+                                                 nPairs - i);
 }
 
 template <bool bChromaFirst>
@@ -678,7 +680,8 @@ void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, 
         Lanes::StoreInTurn(pDst + 4 * i, Lanes::InterleaveLow(even, odd), Lanes::InterleaveHigh(even, odd));
     };
     const size_t i = ForRegisters(nPairs, nVector, store);
-    kernelsResizeScalar.arrMerge[bChromaFirst](pY + 2 * i, pFirst + i, pSecond + i, pDst + 4 * i, nPairs - i);
+    ResizeKernels::scalar.arrMerge[bChromaFirst](pY + 2 * i, pFirst + i, pSecond + i, pDst + 4 * i,
+                                                 nPairs - i);
 }
 
 /// The table of the includer's processor.

@@ -1,3 +1,3 @@
 #include "asm/SIMD64ResizeForms.h"
 
-const ResizeKernels kernelsResizeAVX2 = kernelsOfLanes;
+constinit const ResizeKernels ResizeKernels::avx2 = kernelsOfLanes;

@@ -1,3 +1,3 @@
 #include "asm/SIMD64ResizeForms.h"
 
-const ResizeKernels kernelsResizeSSE41 = kernelsOfLanes;
+constinit const ResizeKernels ResizeKernels::sse41 = kernelsOfLanes;

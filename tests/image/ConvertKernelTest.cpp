@@ -15,7 +15,7 @@ class ConvertLevels : public testing::TestWithParam<eCPU>
 {
 protected:
     CCpuLimit m_limit{GetParam()};
-    const ConvertKernels& m_kernels = GetConvertKernels();
+    const ConvertKernels& m_kernels = Kernels<ConvertKernels>();
 };
 
 INSTANTIATE_TEST_SUITE_P(All, ConvertLevels, testing::ValuesIn(arrLevels));
@@ -265,7 +265,7 @@ constexpr size_t nWidthMax = 130;
 TEST_P(ConvertLevels, RowFormsEqualTheScalarOnes)
 {
     CCpuLimit limit(eCPU_Scalar);
-    const ConvertKernels& scalar = GetConvertKernels();
+    const ConvertKernels& scalar = Kernels<ConvertKernels>();
     for (const RowForm& form : arrRowForms)
     {
         for (size_t nWidth = 0; nWidth <= nWidthMax; nWidth += form.nUnit)
@@ -297,7 +297,7 @@ TEST_P(ConvertLevels, ToPlanarFormsEqualTheScalarOnes)
                                  {&ConvertKernels::YUY2ToPlanar420, 2},
                                  {&ConvertKernels::UYVYToPlanar420, 2}};
     CCpuLimit limit(eCPU_Scalar);
-    const ConvertKernels& scalar = GetConvertKernels();
+    const ConvertKernels& scalar = Kernels<ConvertKernels>();
     for (const Form& form : arrForms)
     {
         for (size_t n = 0; n <= nWidthMax; n += 2)
@@ -338,7 +338,7 @@ TEST_P(ConvertLevels, FromPlanarFormsEqualTheScalarOnes)
         {&ConvertKernels::Planar420ToBGR24, 3},  {&ConvertKernels::Planar420ToBGRA, 4},
         {&ConvertKernels::Planar420ToRGB565, 2}, {&ConvertKernels::Planar420ToRGB555, 2}};
     CCpuLimit limit(eCPU_Scalar);
-    const ConvertKernels& scalar = GetConvertKernels();
+    const ConvertKernels& scalar = Kernels<ConvertKernels>();
     for (const Form& form : arrForms)
     {
         for (size_t n = 0; n <= nWidthMax; n += 2)

@@ -48,7 +48,7 @@ TEST(FillKernels, EveryPatternWidthAndPlace)
         widths.push_back(cb);
     for (int nLevel = eCPU_Scalar; nLevel <= CpuLevel(); nLevel++)
     {
-        const FillKernels& kernels = GetFillKernels(static_cast<eCPU>(nLevel));
+        const FillKernels& kernels = KernelsOf<FillKernels>(static_cast<eCPU>(nLevel));
         for (size_t nBytes = 1; nBytes <= 4; nBytes++)
         {
             const FillPattern pattern = MakeFillPattern(0x44332211, nBytes);
@@ -73,8 +73,8 @@ TEST(FillKernels, EveryPatternWidthAndPlace)
 TEST(FillKernels, TheLimitChoosesTheForm)
 {
     const CCpuLimit limit(eCPU_Scalar);
-    EXPECT_EQ(&GetFillKernels(), &g_fillScalar);
-    EXPECT_EQ(&GetMixKernels(), &g_mixScalar);
+    EXPECT_EQ(&Kernels<FillKernels>(), &FillKernels::scalar);
+    EXPECT_EQ(&Kernels<MixKernels>(), &MixKernels::scalar);
 }
 
 int Clamp(int n)
@@ -141,7 +141,7 @@ TEST(MixKernels, RowsFollowTheirFormulas)
 {
     for (int nLevel = eCPU_Scalar; nLevel <= CpuLevel(); nLevel++)
     {
-        const MixKernels& kernels = GetMixKernels(static_cast<eCPU>(nLevel));
+        const MixKernels& kernels = KernelsOf<MixKernels>(static_cast<eCPU>(nLevel));
         for (const RowFormula& formula : arrFormulas)
         {
             unsigned nSeed = 1;
@@ -191,10 +191,10 @@ TEST(MixKernels, RowsOfExtremeValues)
                             const std::vector<BYTE> alpha(nSamples * formula.nAlphas, a);
                             std::vector<BYTE> dst(src.size(), d);
                             std::vector<BYTE> expected = dst;
-                            g_mixScalar.arrRows[formula.eRow](expected.data(), src.data(), alpha.data(),
-                                                              nSamples, nOpacity);
-                            GetMixKernels(eLevel).arrRows[formula.eRow](dst.data(), src.data(), alpha.data(),
-                                                                        nSamples, nOpacity);
+                            MixKernels::scalar.arrRows[formula.eRow](expected.data(), src.data(),
+                                                                     alpha.data(), nSamples, nOpacity);
+                            KernelsOf<MixKernels>(eLevel).arrRows[formula.eRow](
+                                dst.data(), src.data(), alpha.data(), nSamples, nOpacity);
                             ASSERT_EQ(dst, expected) << eLevel << " row " << formula.eRow;
                         }
                     }
@@ -257,7 +257,7 @@ TEST(MixKernels, Blends)
                     expected[nSeed % 33 + i] =
                         static_cast<BYTE>(Clamp(static_cast<int>(std::floor(nSum / 256.0)) + c));
                 }
-                GetMixKernels(static_cast<eCPU>(nLevel))
+                KernelsOf<MixKernels>(static_cast<eCPU>(nLevel))
                     .pfnBlend(dst.Data(), a.Data(), b.Data(), cb, weights);
                 ASSERT_EQ(dst.Bytes(), expected) << nLevel << " " << cb;
                 ASSERT_TRUE(dst.IsGuardWhole());
@@ -274,12 +274,75 @@ TEST(MixKernels, BlendsSaturate)
                            255, 255, 255, 255, 255, 255, 255, 255};
     for (int nLevel = eCPU_Scalar; nLevel <= CpuLevel(); nLevel++)
     {
-        const MixKernels& kernels = GetMixKernels(static_cast<eCPU>(nLevel));
+        const MixKernels& kernels = KernelsOf<MixKernels>(static_cast<eCPU>(nLevel));
         BYTE arrDst[17] = {};
         kernels.pfnBlend(arrDst, arrA, arrA, 17, MakeBlendWeights(32767, 32767, 0));
         EXPECT_EQ(std::vector<BYTE>(arrDst, arrDst + 17), std::vector<BYTE>(17, 255));
         kernels.pfnBlend(arrDst, arrA, arrA, 17, MakeBlendWeights(-1, 0, 0));
         EXPECT_EQ(std::vector<BYTE>(arrDst, arrDst + 17), std::vector<BYTE>(17, 0));
+    }
+}
+
+/// All pairs of bytes with weights of either sign and on both sides of the limit: in whole groups of 16,
+/// 65535 is the largest product and the largest sum.
+TEST(MixKernels, BlendBytesOfEveryValue)
+{
+    constexpr SHORT arrWeights[] = {-32768, -256, -1, 0, 1, 255, 256, 257, 258, 512, 32767};
+    constexpr size_t cb = 256 + 5;
+    for (int nLevel = eCPU_Scalar; nLevel <= CpuLevel(); nLevel++)
+    {
+        const CCpuLimit limit(static_cast<eCPU>(nLevel));
+        for (const SHORT nA : arrWeights)
+        {
+            for (const SHORT nB : arrWeights)
+            {
+                const SHORT wA[4] = {nA, nA, nA, nA};
+                const SHORT wB[4] = {nB, nB, nB, nB};
+                for (int b = 0; b < 256; b++)
+                {
+                    std::vector<BYTE> first(cb), second(cb, static_cast<BYTE>(b)), dst(cb), expected(cb);
+                    for (size_t i = 0; i < cb; i++)
+                    {
+                        first[i] = static_cast<BYTE>(i);
+                        int nProductA = first[i] * nA;
+                        int nProductB = b * nB;
+                        if (i < cb / 16 * 16)
+                        {
+                            nProductA = std::min(nProductA, 65535);
+                            nProductB = std::min(nProductB, 65535);
+                        }
+                        expected[i] = static_cast<BYTE>(Clamp((nProductA + nProductB) >> 8));
+                    }
+                    BlendBytes(dst.data(), first.data(), second.data(), cb, wA, wB);
+                    ASSERT_EQ(dst, expected) << nLevel << ", " << nA << " and " << nB << ", byte " << b;
+                }
+            }
+        }
+    }
+}
+
+/// The saturating row itself, also where BlendBytes need not take it, with a weight for each byte.
+TEST(MixKernels, BlendsSaturated)
+{
+    constexpr BlendWeights arrWeights[] = {{{512, -256, 300, 20}, {-256, 512, -4000, 60}, {}},
+                                           {{32767, -32768, 1, 0}, {-32768, 32767, 0, 256}, {}}};
+    for (const eCPU eLevel : VectorLevels())
+    {
+        unsigned nSeed = 1;
+        for (const BlendWeights& weights : arrWeights)
+        {
+            for (size_t cb = 0; cb <= nWidths; cb++, nSeed++)
+            {
+                CUnaligned a(cb, nSeed % 31, nSeed);
+                CUnaligned b(cb, nSeed % 17, nSeed + 100);
+                CUnaligned dst(cb, nSeed % 33, nSeed + 200);
+                std::vector<BYTE> expected(cb);
+                MixKernels::scalar.pfnBlendSaturated(expected.data(), a.Data(), b.Data(), cb, weights);
+                KernelsOf<MixKernels>(eLevel).pfnBlendSaturated(dst.Data(), a.Data(), b.Data(), cb, weights);
+                ASSERT_EQ(std::vector<BYTE>(dst.Data(), dst.Data() + cb), expected) << eLevel << " " << cb;
+                ASSERT_TRUE(dst.IsGuardWhole());
+            }
+        }
     }
 }
 
@@ -301,7 +364,7 @@ TEST(MixKernels, Scales)
                 bytes[i] = static_cast<BYTE>(i);
                 expected[i] = static_cast<BYTE>(D(static_cast<int>(i & 0xFF) * nOpacity));
             }
-            GetMixKernels(static_cast<eCPU>(nLevel)).pfnScale(bytes.data(), bytes.size(), nOpacity);
+            KernelsOf<MixKernels>(static_cast<eCPU>(nLevel)).pfnScale(bytes.data(), bytes.size(), nOpacity);
             ASSERT_EQ(bytes, expected) << nLevel << " " << nOpacity;
         }
     }
@@ -311,7 +374,7 @@ TEST(MixKernels, Composes)
 {
     for (int nLevel = eCPU_Scalar; nLevel <= CpuLevel(); nLevel++)
     {
-        const MixKernels& kernels = GetMixKernels(static_cast<eCPU>(nLevel));
+        const MixKernels& kernels = KernelsOf<MixKernels>(static_cast<eCPU>(nLevel));
         for (unsigned nSeed = 0; nSeed < 400; nSeed++)
         {
             const size_t nPixels = nSeed % (nWidths + 1);
@@ -365,7 +428,7 @@ TEST(MixKernels, Straightens)
                 if (!bAlpha && a != 0)
                     expected[i] = static_cast<BYTE>(std::min(std::floor(c * 256.0 / a + 0.5), 255.0));
             }
-            GetMixKernels(static_cast<eCPU>(nLevel)).pfnStraighten(bytes.data(), nPixels);
+            KernelsOf<MixKernels>(static_cast<eCPU>(nLevel)).pfnStraighten(bytes.data(), nPixels);
             ASSERT_EQ(bytes, expected) << nLevel << " " << a;
         }
     }

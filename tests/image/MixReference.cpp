@@ -95,6 +95,21 @@ int MixByte(int s, int d, int a, LONG nByte, LONG cbRow)
     return std::min(((s * a + 255) >> 8) + (((255 - a) * d + 255) >> 8), 255);
 }
 
+/// A byte of a blend around its centre.
+int BlendByte(int s, int nA, int d, int nB, bool bChroma)
+{
+    const int c = bChroma ? 128 : 0;
+    return Clamp((((s - c) * nA + (d - c) * nB) >> 8) + c);
+}
+
+/// A byte of a blend without a centre, in a whole group of 16: 16 bits hold each product and the sum.
+int BlendInGroup(int s, int nA, int d, int nB)
+{
+    const double fSum = std::min(double{65535}, static_cast<double>(s) * nA) +
+                        std::min(double{65535}, static_cast<double>(d) * nB);
+    return Clamp(static_cast<int>(std::floor(std::min(double{65535}, fSum) / 256)));
+}
+
 int D(int v)
 {
     return (v + 1 + (v >> 8)) >> 8;
@@ -220,10 +235,12 @@ MixResult ReferenceBlend(const MixCall& call, const std::vector<BYTE>& input, co
                                     const bool bLumaFirst = fccType == FOURCC_YUY2 || fccType == FOURCC_YVYU;
                                     bChroma = (place.nByte % 2 != 0) == bLumaFirst;
                                 }
-                                const int c = bChroma ? 128 : 0;
                                 BYTE& b = result.output.at(place.nOutput);
-                                const int nSum = (input.at(place.nInput) - c) * nA + (b - c) * nB;
-                                b = static_cast<BYTE>(Clamp((nSum >> 8) + c));
+                                const int s = input.at(place.nInput);
+                                const bool bPlain = !bChroma && BytesPerSample(fccType) != 2;
+                                const bool bInGroup = place.nByte < place.cbRow / 16 * 16;
+                                b = static_cast<BYTE>(bPlain && bInGroup ? BlendInGroup(s, nA, b, nB)
+                                                                         : BlendByte(s, nA, b, nB, bChroma));
                             });
     return result;
 }

@@ -177,8 +177,9 @@ TEST(MixPicture, PremultipliedUYVYTracesEachRow)
 
 TEST(Blend, EveryFormatOrderRectangleAndWeight)
 {
-    constexpr int arrWeights[][2] = {{256, 0},      {0, 256},          {128, 128},        {300, -100},
-                                     {-5000, 6000}, {100000, -100000}, {INT_MIN, INT_MAX}};
+    constexpr int arrWeights[][2] = {{256, 0},           {0, 256},      {128, 128},
+                                     {300, -100},        {-5000, 6000}, {100000, -100000},
+                                     {INT_MIN, INT_MAX}, {512, -256},   {-256, 258}};
     for (int nLevel = 0; nLevel < eCPU_Count; nLevel++)
     {
         const CCpuLimit limit(static_cast<eCPU>(nLevel));
@@ -210,6 +211,35 @@ TEST(Blend, EveryFormatOrderRectangleAndWeight)
                 }
             }
         }
+    }
+}
+
+/// A product of 102400 counts as 65535 in whole groups of 16 bytes of plain rows, and as it is behind them
+/// and in packed rows.
+TEST(Blend, ProductsSaturateInWholeGroups)
+{
+    for (int nLevel = 0; nLevel < eCPU_Count; nLevel++)
+    {
+        const CCpuLimit limit(static_cast<eCPU>(nLevel));
+        const PicProps picY = {FOURCC_I420, 18, 2, 18};
+        PictureBuffer input(picY);
+        PictureBuffer output(picY);
+        std::fill_n(input.Data(), input.Size(), BYTE{200});
+        std::fill_n(output.Data(), output.Size(), BYTE{100});
+        ASSERT_EQ(Img_Blend(input.Data(), output.Data(), 512, -256, &picY, &picY, nullptr, nullptr), S_OK);
+        std::vector<BYTE> row(16, 155);
+        row.resize(18, 255);
+        EXPECT_EQ(std::vector<BYTE>(output.Data(), output.Data() + 18), row) << nLevel;
+
+        const PicProps picPacked = {FOURCC_YUY2, 8, 1, 8};
+        PictureBuffer packedInput(picPacked);
+        PictureBuffer packedOutput(picPacked);
+        std::fill_n(packedInput.Data(), packedInput.Size(), BYTE{200});
+        std::fill_n(packedOutput.Data(), packedOutput.Size(), BYTE{100});
+        ASSERT_EQ(Img_Blend(packedInput.Data(), packedOutput.Data(), 512, -256, &picPacked, &picPacked,
+                            nullptr, nullptr),
+                  S_OK);
+        EXPECT_EQ(packedOutput.Bytes(), std::vector<BYTE>(16, 255)) << nLevel;
     }
 }
 

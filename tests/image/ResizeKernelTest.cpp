@@ -25,7 +25,7 @@ struct Form
 std::vector<Form> Forms()
 {
     std::vector<Form> forms;
-    for (const Form& form : {Form{eCPU_SSE41, &kernelsResizeSSE41}, Form{eCPU_AVX2, &kernelsResizeAVX2}})
+    for (const Form& form : {Form{eCPU_SSE41, &ResizeKernels::sse41}, Form{eCPU_AVX2, &ResizeKernels::avx2}})
     {
         if (CpuLevel() >= form.eLevel)
             forms.push_back(form);
@@ -65,7 +65,7 @@ TEST(ResizeKernels, DivisorIsExact)
         for (size_t i = 0; i < sums.size(); i++)
             expected[i] = static_cast<BYTE>((sums[i] + nTotal / 2) / nTotal);
         std::vector<BYTE> result(sums.size());
-        kernelsResizeScalar.pfnDivide(sums.data(), result.data(), divisor, sums.size());
+        ResizeKernels::scalar.pfnDivide(sums.data(), result.data(), divisor, sums.size());
         ASSERT_EQ(result, expected) << nTotal;
         for (const Form& form : Forms())
         {
@@ -93,7 +93,7 @@ TEST(ResizeKernels, TablesOfTheLargestPlane)
 TEST(ResizeKernels, NarrowDivisorIsExact)
 {
     std::vector<Form> forms = Forms();
-    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    forms.push_back({eCPU_Scalar, &ResizeKernels::scalar});
     int nTaken = 0;
     for (uint32_t nTotal = 0; nTotal <= 300; nTotal++)
     {
@@ -147,7 +147,7 @@ TEST(ResizeKernels, Average)
                 arrWeights[k] = static_cast<int16_t>(15 / nRows);
             }
             std::vector<BYTE> expected(nSamples);
-            kernelsResizeScalar.pfnAverage(arrRows, arrWeights, nRows, divisor, expected.data(), nSamples);
+            ResizeKernels::scalar.pfnAverage(arrRows, arrWeights, nRows, divisor, expected.data(), nSamples);
             for (const Form& form : Forms())
             {
                 std::vector<BYTE> result(nSamples + 1, BYTE{0xA5});
@@ -186,7 +186,7 @@ TEST(ResizeKernels, Blend)
             if (nRest < -1228 || arrWeights[nTaps - 1] > 18000)
                 continue;
             std::vector<BYTE> expected(nSamples);
-            kernelsResizeScalar.pfnBlend(arrRows, arrWeights, nTaps, expected.data(), nSamples);
+            ResizeKernels::scalar.pfnBlend(arrRows, arrWeights, nTaps, expected.data(), nSamples);
             for (const Form& form : Forms())
             {
                 std::vector<BYTE> result(nSamples + 1, BYTE{0xA5});
@@ -215,7 +215,7 @@ TEST(ResizeKernels, Add)
             }
             const uint32_t nWeight = random() % 16384;
             std::vector<uint32_t> expected = sums;
-            kernelsResizeScalar.pfnAdd(expected.data(), row.data(), nWeight, bFirst, nSamples);
+            ResizeKernels::scalar.pfnAdd(expected.data(), row.data(), nWeight, bFirst, nSamples);
             for (const Form& form : Forms())
             {
                 std::vector<uint32_t> result = sums;
@@ -304,9 +304,9 @@ private:
 
 void ExpectRowsLikePlain(const ResizeRowTaps& plain, eRowKind eKind, const SourceRows& source, int nChannels)
 {
-    const std::vector<int64_t> expected = ScaleRows(kernelsResizeScalar, eKind, plain, source, nChannels);
+    const std::vector<int64_t> expected = ScaleRows(ResizeKernels::scalar, eKind, plain, source, nChannels);
     const std::vector<int64_t> expectedOne =
-        ScaleRows(kernelsResizeScalar, eKind, plain, source, nChannels, true);
+        ScaleRows(ResizeKernels::scalar, eKind, plain, source, nChannels, true);
     ResizeRowTaps taps = plain;
     CWindows windows(taps);
     EXPECT_EQ(taps.eWindows == eResizeWindows::None, plain.cbRow < 16);
@@ -366,7 +366,7 @@ TEST(ResizeKernels, Halve)
 {
     std::mt19937 random(8);
     std::vector<Form> forms = Forms();
-    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    forms.push_back({eCPU_Scalar, &ResizeKernels::scalar});
     for (LONG nOutputs = 1; nOutputs <= 130; nOutputs++)
     {
         for (const int nChannels : arrChannels)
@@ -386,12 +386,12 @@ TEST(ResizeKernels, Halve)
             const auto nSamples = static_cast<size_t>(nOutputs * nChannels);
             std::vector<int16_t> upperRow(nSamples);
             std::vector<int16_t> lowerRow(nSamples);
-            kernelsResizeScalar.arrRows[nChannels - 1](
+            ResizeKernels::scalar.arrRows[nChannels - 1](
                 taps, {{src.Data(), pLower}, {upperRow.data(), lowerRow.data()}});
             const int16_t* arrRows[] = {upperRow.data(), lowerRow.data()};
             const int16_t arrHalves[] = {nResizeWeightOne / 2, nResizeWeightOne / 2};
             std::vector<BYTE> expected(nSamples);
-            kernelsResizeScalar.pfnBlend(arrRows, arrHalves, 2, expected.data(), nSamples);
+            ResizeKernels::scalar.pfnBlend(arrRows, arrHalves, 2, expected.data(), nSamples);
 
             for (const Form& form : forms)
             {
@@ -439,7 +439,7 @@ TEST(ResizeKernels, Double)
 {
     std::mt19937 random(12);
     std::vector<Form> forms = Forms();
-    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    forms.push_back({eCPU_Scalar, &ResizeKernels::scalar});
     for (size_t nPixels = 0; nPixels <= 130; nPixels++)
     {
         const SourceRows source(nPixels + 2, random);
@@ -468,7 +468,7 @@ TEST(ResizeKernels, Seconds)
 {
     std::mt19937 random(9);
     std::vector<Form> forms = Forms();
-    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    forms.push_back({eCPU_Scalar, &ResizeKernels::scalar});
     for (size_t nOutputs = 1; nOutputs <= 130; nOutputs++)
     {
         for (const int nChannels : arrChannels)
@@ -494,7 +494,7 @@ TEST(ResizeKernels, Sharpen)
 {
     std::mt19937 random(10);
     std::vector<Form> forms = Forms();
-    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    forms.push_back({eCPU_Scalar, &ResizeKernels::scalar});
     for (int nSharp = -50; nSharp <= 50; nSharp++)
     {
         const SharpenKernel kernel = MakeSharpenKernel(nSharp);
@@ -532,7 +532,7 @@ TEST(ResizeKernels, SplitAndMerge)
 {
     std::mt19937 random(6);
     std::vector<Form> forms = Forms();
-    forms.push_back({eCPU_Scalar, &kernelsResizeScalar});
+    forms.push_back({eCPU_Scalar, &ResizeKernels::scalar});
     for (size_t nPairs = 1; nPairs <= 130; nPairs++)
     {
         for (const size_t nOrder : {0, 1})

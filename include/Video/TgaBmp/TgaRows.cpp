@@ -41,7 +41,7 @@ void From24To32(const BYTE* pbIn, BYTE* pbOut, size_t nPixels) noexcept
     constexpr size_t nPiece = 1024;
     alignas(64) BYTE rgPiece[nPiece * 4];
     std::memset(rgPiece, byFourth, std::min(nPixels, nPiece) * 4);
-    const PFNCONVERTROW pfnWiden = GetConvertKernels().BGR24ToBGR32;
+    const PFNCONVERTROW pfnWiden = Kernels<ConvertKernels>().BGR24ToBGR32;
     for (size_t x = 0; x < nPixels; x += nPiece)
     {
         const size_t n = std::min(nPixels - x, nPiece);
@@ -52,7 +52,7 @@ void From24To32(const BYTE* pbIn, BYTE* pbOut, size_t nPixels) noexcept
 
 void From32To24(const BYTE* pbIn, BYTE* pbOut, size_t nPixels) noexcept
 {
-    GetConvertKernels().BGR32ToBGR24(pbIn, pbOut, nPixels);
+    Kernels<ConvertKernels>().BGR32ToBGR24(pbIn, pbOut, nPixels);
 }
 
 void From32ToRGB32(const BYTE* pbIn, BYTE* pbOut, size_t nPixels) noexcept

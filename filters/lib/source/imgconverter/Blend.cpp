@@ -15,16 +15,19 @@ struct FormatBlend
 {
     DWORD fccType;
     BYTE cbSample;
-    bool bPlanar;      ///< two more planes of half size, around 128
-    BYTE arrCentre[4]; ///< of the first plane
+    bool bPlanar;        ///< two more planes of half size, around 128
+    const BYTE* pCentre; ///< of packed bytes i mod 4; null: plain bytes
 };
 
+constexpr BYTE arrLumaFirst[4] = {0, 128, 0, 128};
+constexpr BYTE arrChromaFirst[4] = {128, 0, 128, 0};
+
 constexpr FormatBlend arrBlends[] = {
-    {FOURCC_I420, 1, true, {0, 0, 0, 0}},      {FOURCC_YV12, 1, true, {0, 0, 0, 0}},
-    {FOURCC_YUY2, 2, false, {0, 128, 0, 128}}, {FOURCC_YVYU, 2, false, {0, 128, 0, 128}},
-    {FOURCC_UYVY, 2, false, {128, 0, 128, 0}}, {FOURCC_HDYC, 2, false, {128, 0, 128, 0}},
-    {FOURCC_RGB24, 3, false, {0, 0, 0, 0}},    {FOURCC_RGB32, 4, false, {0, 0, 0, 0}},
-    {FOURCC_ARGB32, 4, false, {0, 0, 0, 0}},
+    {FOURCC_I420, 1, true, nullptr},         {FOURCC_YV12, 1, true, nullptr},
+    {FOURCC_YUY2, 2, false, arrLumaFirst},   {FOURCC_YVYU, 2, false, arrLumaFirst},
+    {FOURCC_UYVY, 2, false, arrChromaFirst}, {FOURCC_HDYC, 2, false, arrChromaFirst},
+    {FOURCC_RGB24, 3, false, nullptr},       {FOURCC_RGB32, 4, false, nullptr},
+    {FOURCC_ARGB32, 4, false, nullptr},
 };
 
 SHORT Weight(int n) noexcept
@@ -68,7 +71,12 @@ HRESULT Img_Blend(const BYTE* _pbInput, BYTE* _pbOutput, int nSrcWeight, int nDs
     const auto cbRow = static_cast<size_t>(blocks.roi.nWidth) * pBlend->cbSample;
     ForEachRow(blocks, 0, blocks.roi,
                [&](BYTE* pDst, const BYTE* pSrc, ptrdiff_t)
-               { BlendCentred(pDst, pSrc, pDst, cbRow, wA, wB, pBlend->arrCentre); });
+               {
+                   if (pBlend->pCentre)
+                       BlendCentred(pDst, pSrc, pDst, cbRow, wA, wB, pBlend->pCentre);
+                   else
+                       BlendBytes(pDst, pSrc, pDst, cbRow, wA, wB);
+               });
     const RoiSize roiChroma = HalfSize(blocks.roi);
     for (int nPlane = 1; pBlend->bPlanar && nPlane < 3; nPlane++)
         ForEachRow(blocks, nPlane, roiChroma,

@@ -145,7 +145,7 @@ void ConvertRows(const Conversion& conversion, const BlockPair& blocks) noexcept
 {
     if (blocks.roiInside.nWidth <= 0 || blocks.roiInside.nHeight <= 0)
         return;
-    const ConvertKernels& kernels = GetConvertKernels();
+    const ConvertKernels& kernels = Kernels<ConvertKernels>();
     switch (conversion.eKind)
     {
     case eCK_CopyRows:

@@ -196,6 +196,8 @@ HRESULT Img_MixPicture(BYTE* _pbInput, const BYTE* _pbAlpha, BYTE* _pbOutput, in
 
 /// Adds two pictures of one format (E_NOTIMPL for two formats) by weights in 1/256, chroma around its centre,
 /// each byte limited to 0 to 255; 256 is the picture as it is.
+/// In RGB and in planes of Y, products and sums above 65535 count as 65535, which shows beside a negative
+/// weight; not so in the last bytes of a row, behind whole groups of 16: deliberate.
 /// RGB8, RGB565 and RGB555 are left alone after an assertion, with S_OK; so is an empty rectangle.
 /// \param nSrcWeight, nDstWeight clamped to -32768 to 32767
 HRESULT Img_Blend(const BYTE* _pbInput, BYTE* _pbOutput, int nSrcWeight, int nDstWeight,

@@ -11,7 +11,7 @@ namespace
 void MixPlane(const BlockPair& blocks, const BYTE* pbAlpha, int nPlane, const RoiSize& roi,
               size_t cbSample) noexcept
 {
-    const PFNMIXROW pfnMix = GetMixKernels().arrRows[eMR_Luma];
+    const PFNMIXROW pfnMix = Kernels<MixKernels>().arrRows[eMR_Luma];
     const auto cbRow = static_cast<size_t>(roi.nWidth) * cbSample;
     ForEachRow(blocks, nPlane, roi,
                [&](BYTE* pDst, const BYTE* pSrc, ptrdiff_t)

@@ -78,7 +78,7 @@ void TracePackedRow(const BYTE* pDst, const BYTE* pSrc, const BYTE* pAlpha, int 
 
 void MixByPlane(const BlockPair& blocks, const FormatMix& mix, const AlphaRows& alpha, int nOpacity) noexcept
 {
-    const MixKernels& kernels = GetMixKernels();
+    const MixKernels& kernels = Kernels<MixKernels>();
     const bool bPre = nOpacity >= 0;
     const PFNMIXROW pfnRow = kernels.arrRows[bPre ? mix.ePre : mix.eStraight];
     const auto nOpacity16 = static_cast<SHORT>(nOpacity);
@@ -107,7 +107,7 @@ void MixByPlane(const BlockPair& blocks, const FormatMix& mix, const AlphaRows& 
 /// The input's own alpha. The input's pixels of the rectangle are scaled where they stand.
 void MixByOwnAlpha(const BlockPair& blocks, BYTE* pbInput, int nOpacity) noexcept
 {
-    const MixKernels& kernels = GetMixKernels();
+    const MixKernels& kernels = Kernels<MixKernels>();
     const auto nPixels = static_cast<size_t>(blocks.roi.nWidth);
     const PFNCOMPOSE pfnCompose = nOpacity < 0 ? kernels.pfnComposeStraight : kernels.pfnComposePre;
     ForEachRow(blocks, 0, blocks.roi,

@@ -13,7 +13,7 @@ constexpr SHORT Weight(int n) noexcept
 } // namespace
 
 CPaint::CPaint(DWORD dwColor, size_t nBytes, int nOpacity) noexcept
-    : m_fill(GetFillKernels()), m_pattern(MakeFillPattern(dwColor, nBytes)),
+    : m_fill(Kernels<FillKernels>()), m_pattern(MakeFillPattern(dwColor, nBytes)),
       // The two weights add up to 255 of 256: everything but a full opacity darkens by a trace. Deliberate.
       m_arrKeep{Weight(255 - nOpacity), Weight(255 - nOpacity), Weight(255 - nOpacity),
                 Weight(255 - nOpacity)},

@@ -12,7 +12,7 @@ ePrimitiveStatus Split(const BYTE* pSrc, ptrdiff_t nSrcStep, const Planes422<BYT
         return ePS_NullPointer;
     if (size.nWidth <= 0 || size.nHeight <= 0)
         return ePS_SizeError;
-    const PFNSPLIT422 pfnSplit = GetResizeKernels().arrSplit[bChromaFirst];
+    const PFNSPLIT422 pfnSplit = Kernels<ResizeKernels>().arrSplit[bChromaFirst];
     const auto nPairs = static_cast<size_t>(size.nWidth / 2);
     for (LONG y = 0; y < size.nHeight; y++)
         pfnSplit(pSrc + y * nSrcStep, dst.arrPlane[0] + y * dst.arrStep[0],
@@ -27,7 +27,7 @@ ePrimitiveStatus Merge(const Planes422<const BYTE>& src, BYTE* pDst, ptrdiff_t n
         return ePS_NullPointer;
     if (size.nWidth <= 0 || size.nHeight <= 0)
         return ePS_SizeError;
-    const PFNMERGE422 pfnMerge = GetResizeKernels().arrMerge[bChromaFirst];
+    const PFNMERGE422 pfnMerge = Kernels<ResizeKernels>().arrMerge[bChromaFirst];
     const auto nPairs = static_cast<size_t>(size.nWidth / 2);
     for (LONG y = 0; y < size.nHeight; y++)
         pfnMerge(src.arrPlane[0] + y * src.arrStep[0], src.arrPlane[1] + y * src.arrStep[1],

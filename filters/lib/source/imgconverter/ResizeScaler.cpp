@@ -173,7 +173,7 @@ ePrimitiveStatus CPlaneScaler::Open(const PlaneScale& scale, int nInterpolation,
         return way.eStatus;
     if (LayOut(way, scale, nInterpolation, nChannels, pWork) != 0 && !pWork)
         return ePS_NullPointer;
-    m_pKernels = &GetResizeKernels();
+    m_pKernels = &Kernels<ResizeKernels>();
     m_pfnRow = way.pfnRow;
     m_nNext = 0;
     m_pLastDst = nullptr;

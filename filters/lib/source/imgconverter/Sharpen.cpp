@@ -36,6 +36,6 @@ void FilterPlane(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDs
     {
         const BYTE* pRow = pSrc + y * nSrcStep;
         const BYTE* arrRows[] = {pRow - nSrcStep, pRow, pRow + nSrcStep};
-        GetResizeKernels().pfnSharpen(arrRows, pDst + y * nDstStep, nSamples, nPixel, values);
+        Kernels<ResizeKernels>().pfnSharpen(arrRows, pDst + y * nDstStep, nSamples, nPixel, values);
     }
 }

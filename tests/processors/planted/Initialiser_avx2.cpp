@@ -1,0 +1,5 @@
+// What check-kernels has to find: a table that is filled when the program starts.
+int MakePlantedTable() noexcept;
+
+extern const int g_plantedTable;
+const int g_plantedTable = MakePlantedTable();
