@@ -84,7 +84,7 @@ function(qx_test name)
     endif()
     set_tests_properties(${test} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
     if(QX_TEST_ENVIRONMENT)
-        # What Wine has not begun is tried again, and nothing else.
+        # Starts a program again that Wine did not start.
         set_target_properties(${name} PROPERTIES
             CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tests/wine/start")
         set_tests_properties(${test} PROPERTIES

@@ -1,4 +1,4 @@
-// Tells tests/wine/start that the program has begun: makes the folder that QX_START_MARK names.
+// Shows tests/wine/start that the program has started: creates the folder that QX_START_MARK names.
 #include "dstl/WinAPI/Platform.h"
 
 namespace
@@ -11,11 +11,11 @@ struct StartMark
         wchar_t szMark[MAX_PATH];
         const DWORD cch = GetEnvironmentVariableW(L"QX_START_MARK", szMark, MAX_PATH);
         if (cch != 0 && cch < MAX_PATH)
-            CreateDirectoryW(szMark, nullptr); // a call that no test puts another in the place of
+            CreateDirectoryW(szMark, nullptr); // a function that no test replaces
     }
 };
 
-// Before any other object of the program: what these do is the program's own.
+// Constructed before any other object: what the constructors of a test do is part of the test.
 __attribute__((init_priority(101))) const StartMark g_mark;
 
 } // namespace

@@ -1,6 +1,5 @@
-// A test ends when the worker threads that it has started have ended. The last reference to a pin may be a
-// worker's own, which then writes its last lines on its own time: they would stand in the capture of the test
-// behind.
+// A test ends only after the worker threads that it has started. A worker that holds the last reference to
+// its pin writes more trace lines later, which would appear in the capture of the next test.
 #include <gtest/gtest.h>
 
 #include "support/WorkerThreads.h"
