@@ -187,7 +187,7 @@ TEST_F(Module, TheFilterCanBePartOfAnotherObject)
     Outer outer;
     CComPtr<IClassFactory> spFactory = Factory();
     void* pv = &pv;
-    EXPECT_EQ(E_NOINTERFACE, spFactory->CreateInstance(&outer, IID_IBaseFilter, &pv));
+    EXPECT_EQ(CLASS_E_NOAGGREGATION, spFactory->CreateInstance(&outer, IID_IBaseFilter, &pv));
     EXPECT_EQ(nullptr, pv);
     ASSERT_EQ(S_OK,
               spFactory->CreateInstance(&outer, IID_IUnknown, reinterpret_cast<void**>(&outer.m_spInner)));
