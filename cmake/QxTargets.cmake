@@ -66,6 +66,9 @@ function(qx_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBS;LABELS")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LIBS} qx_test_support gtest_main gtest qx_options)
+    if(WIN32)
+        target_link_libraries(${name} PRIVATE qx_test_frame)
+    endif()
     if(QX_SANITIZE)
         # The checks of a long test cost minutes to optimise under sanitizers; it is the library that has to be fast.
         target_compile_options(${name} PRIVATE -Og -g1)
@@ -81,6 +84,9 @@ function(qx_test name)
     endif()
     set_tests_properties(${test} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}")
     if(QX_TEST_ENVIRONMENT)
+        # Starts a program again that Wine did not start.
+        set_target_properties(${name} PROPERTIES
+            CROSSCOMPILING_EMULATOR "${PROJECT_SOURCE_DIR}/tests/wine/start")
         set_tests_properties(${test} PROPERTIES
             ENVIRONMENT "${QX_TEST_ENVIRONMENT}" FIXTURES_REQUIRED wine_prefix)
     endif()

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -296,7 +297,11 @@ void PropsFromMediaType(const AM_MEDIA_TYPE* pmt, QG_VID_PROPS* pProps) noexcept
     else
         pProps->eInterlace =
             (header.dwInterlaceFlags & AMINTERLACE_Field1First) != 0 ? eQGI_Field1First : eQGI_Field2First;
-    const LONGLONG g = GreatestCommonDivisor(header.dwPictAspectRatioX, header.dwPictAspectRatioY);
-    pProps->nAspectX = ClampToShort(header.dwPictAspectRatioX / g);
-    pProps->nAspectY = ClampToShort(header.dwPictAspectRatioY / g);
+    // Written as they are in the properties, so signed: a top-down frame has a negative height. The divisor
+    // is that of the absolute values, or it could turn both signs.
+    const LONGLONG nAspectX = static_cast<LONG>(header.dwPictAspectRatioX);
+    const LONGLONG nAspectY = static_cast<LONG>(header.dwPictAspectRatioY);
+    const LONGLONG g = GreatestCommonDivisor(std::abs(nAspectX), std::abs(nAspectY));
+    pProps->nAspectX = ClampToShort(nAspectX / g);
+    pProps->nAspectY = ClampToShort(nAspectY / g);
 }

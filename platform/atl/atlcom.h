@@ -451,13 +451,15 @@ public:
     END_COM_MAP()
 
     /// An outer object has to ask for IUnknown: only that one is its own to keep.
+    /// \return E_POINTER; CLASS_E_NOAGGREGATION for an outer object that asks for another interface, or where
+    /// the class is never a part of another; what the creator fails with. A failure leaves *ppv null.
     STDMETHOD(CreateInstance)(IUnknown* pUnkOuter, REFIID riid, void** ppv) noexcept override
     {
         if (ppv == nullptr)
             return E_POINTER;
         *ppv = nullptr;
         if (pUnkOuter != nullptr && !IsEqualGUID(riid, IID_IUnknown))
-            return E_NOINTERFACE;
+            return CLASS_E_NOAGGREGATION;
         return m_pfnCreateInstance(pUnkOuter, riid, ppv);
     }
     STDMETHOD(LockServer)(BOOL bLock) noexcept override

@@ -1,6 +1,7 @@
 #pragma once
 /// The part of ATL's control header that this system uses: property pages, and the list of an object's pages.
 
+#include "DialogSize.h"
 #include "atlwin.h"
 
 #include <ocidl.h>
@@ -59,40 +60,6 @@ public:
 
 // --- A page
 
-/// Pixels that the inside of a dialog resource takes. The system measures it itself, with an invisible window
-/// of the same template, as it alone knows the fonts.
-inline bool AtlDialogSize(UINT nId, SIZE* pSize) noexcept
-{
-    const HINSTANCE hInst = _Module.GetResourceInstance();
-    const HRSRC hResource = FindResourceW(hInst, MAKEINTRESOURCEW(nId), RT_DIALOG);
-    if (hResource == nullptr)
-        return false;
-    const size_t cbTemplate = SizeofResource(hInst, hResource);
-    const void* const pvTemplate = LockResource(LoadResource(hInst, hResource));
-    if (pvTemplate == nullptr || cbTemplate < sizeof(DLGTEMPLATE))
-        return false;
-    const std::unique_ptr<DWORD[]> arrTemplate(new (std::nothrow) DWORD[cbTemplate / sizeof(DWORD) + 1]);
-    if (!arrTemplate)
-        return false;
-    memcpy(arrTemplate.get(), pvTemplate, cbTemplate);
-
-    // A page is a child, which cannot be without a parent. An extended template begins with 1 and 0xFFFF and
-    // has its style in the fourth place.
-    constexpr DWORD dwExtended = 0xFFFF0001;
-    DWORD& dwStyle = arrTemplate[arrTemplate[0] == dwExtended ? 3 : 0];
-    dwStyle = (dwStyle & ~static_cast<DWORD>(WS_CHILD | WS_VISIBLE)) | WS_POPUP;
-    const HWND hWnd = CreateDialogIndirectParamW(
-        hInst, reinterpret_cast<const DLGTEMPLATE*>(arrTemplate.get()), nullptr,
-        [](HWND, UINT, WPARAM, LPARAM) noexcept -> INT_PTR { return FALSE; }, 0);
-    if (hWnd == nullptr)
-        return false;
-    RECT rc = {};
-    const bool bMeasured = GetClientRect(hWnd, &rc) != FALSE;
-    DestroyWindow(hWnd);
-    *pSize = {rc.right, rc.bottom};
-    return bMeasured;
-}
-
 /// IPropertyPage of a dialog. T is also a CDialogImpl<T>, hides nothing of it, and may override Apply. It
 /// sets the numbers of its string resources in its constructor.
 template <class T>
@@ -134,14 +101,15 @@ public:
         Page().DestroyWindow();
         return S_OK;
     }
+    /// Needs no window.
     /// \param pPageInfo receives texts in task memory, null where the module has none, and the size in pixels
-    /// \return E_POINTER, or E_UNEXPECTED without the dialog resource
+    /// \return E_POINTER, or E_UNEXPECTED without the dialog resource, or when that is cut off
     STDMETHOD(GetPageInfo)(PROPPAGEINFO* pPageInfo) noexcept override
     {
         if (pPageInfo == nullptr)
             return E_POINTER;
         *pPageInfo = {};
-        if (!AtlDialogSize(T::IDD, &m_size))
+        if (!AtlGetDialogSize(T::IDD, &m_size))
             return E_UNEXPECTED;
         pPageInfo->cb = sizeof(*pPageInfo);
         pPageInfo->pszTitle = LoadStringHelper(m_dwTitleID);

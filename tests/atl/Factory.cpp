@@ -122,9 +122,18 @@ TEST_F(Factory, CreatesByTheRules)
     EXPECT_EQ(E_NOINTERFACE, spFactory->CreateInstance(nullptr, IID_IMoniker, &pv));
     EXPECT_EQ(nullptr, pv);
     EXPECT_EQ(E_POINTER, spFactory->CreateInstance(nullptr, IID_IUnknown, nullptr));
-    pv = &pv;
-    EXPECT_EQ(E_NOINTERFACE, spFactory->CreateInstance(spOuter, IID_IPersistStream, &pv));
-    EXPECT_EQ(nullptr, pv);
+    // An outer object may only ask for IUnknown, whatever else the class has or allows.
+    for (const CComPtr<IClassFactory>& sp : {spFactory, spAlone, spFailing})
+    {
+        for (const IID& iid : {IID_IPersistStream, IID_IMoniker})
+        {
+            pv = &pv;
+            EXPECT_EQ(CLASS_E_NOAGGREGATION, sp->CreateInstance(spOuter, iid, &pv));
+            EXPECT_EQ(nullptr, pv);
+            EXPECT_EQ(E_POINTER, sp->CreateInstance(spOuter, iid, nullptr));
+        }
+    }
+    EXPECT_EQ(1, g_counts.nAlive); // nothing was made for it
     pv = &pv;
     EXPECT_EQ(CLASS_E_NOAGGREGATION, spAlone->CreateInstance(spOuter, IID_IUnknown, &pv));
     EXPECT_EQ(nullptr, pv);

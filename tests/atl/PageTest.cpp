@@ -1,6 +1,7 @@
 // Dialogs and property pages of the ATL subset.
 #include <gtest/gtest.h>
 
+#include "DialogTemplates.h"
 #include "dstl/WinAPI/Atl.h"
 #include "support/LogCapture.h"
 
@@ -219,6 +220,29 @@ TEST_F(Page, Info)
               Scaled(*spPlain, parent, 60, 20));
     EXPECT_EQ(m_trace.Lines(), std::vector<LogLine>{});
     EXPECT_EQ(m_asserts.Texts(), Texts{});
+}
+
+/// What is measured without a window is what a window becomes.
+TEST_F(Page, SizeIsThatOfTheRealDialog)
+{
+    for (const DialogTemplate& dialog : DialogTemplates())
+    {
+        SCOPED_TRACE(dialog.sName);
+        const HWND hWnd = CreateDialogIndirectParamW(
+            GetModuleHandleW(nullptr), reinterpret_cast<const DLGTEMPLATE*>(dialog.bytes.data()), nullptr,
+            [](HWND, UINT, WPARAM, LPARAM) noexcept -> INT_PTR { return FALSE; }, 0);
+        ASSERT_NE(hWnd, nullptr);
+        RECT rcMapped = {0, 0, dialog.sizeUnits.cx, dialog.sizeUnits.cy}, rcClient = {};
+        EXPECT_TRUE(MapDialogRect(hWnd, &rcMapped));
+        EXPECT_TRUE(GetClientRect(hWnd, &rcClient));
+        DestroyWindow(hWnd);
+        SIZE size = {-1, -1};
+        ASSERT_TRUE(AtlGetDialogSize(dialog.bytes.data(), dialog.bytes.size(), &size));
+        EXPECT_EQ(size.cx, rcMapped.right);
+        EXPECT_EQ(size.cy, rcMapped.bottom);
+        EXPECT_EQ(size.cx, rcClient.right);
+        EXPECT_EQ(size.cy, rcClient.bottom);
+    }
 }
 
 TEST_F(Page, InfoWithoutTexts)

@@ -2,6 +2,7 @@
 
 #include "base/FailingCalls.h"
 #include "support/LogCapture.h"
+#include "support/WorkerThreads.h"
 
 #include <gtest/gtest.h>
 
@@ -447,6 +448,32 @@ TEST(SimpleThread, ManyStartsAndStopsLeaveNothingBehind)
     GetProcessHandleCount(GetCurrentProcess(), &nAfter);
     EXPECT_LE(nAfter, nBefore + 2);
     EXPECT_EQ(looper.nStarts, 1001);
+}
+
+// --- What the tests of this and of other programs rely on
+
+TEST(WorkersOfATest, AreKnownFromTheirFirstLineToTheirEnd)
+{
+    LogCapture log;
+    EXPECT_FALSE(log.WaitForWorkerStart(0));
+    EXPECT_TRUE(WaitForWorkers(0));
+    Stubborn one, two;
+    CSimpleThread threadOne, threadTwo;
+    ASSERT_EQ(threadOne.InitThread(&one, &Stubborn::Run, 0), S_OK);
+    EXPECT_TRUE(log.WaitForWorkerStart());
+    EXPECT_FALSE(WaitForWorkers(0));
+    ASSERT_EQ(threadTwo.InitThread(&two, &Stubborn::Run, 0), S_OK);
+    ASSERT_EQ(WaitForSingleObject(two.evStarted, dwLimit), WAIT_OBJECT_0);
+    one.evMayEnd.Set();
+    threadOne.Stop(dwLimit, false, false);
+    EXPECT_FALSE(WaitForWorkers(0)); // there is another one
+    two.evMayEnd.Set();
+    EXPECT_TRUE(WaitForWorkers());
+    threadTwo.Stop(dwLimit, false, false);
+    // A line of another kind is not taken for the first one.
+    log.Clear();
+    trace(atlTraceGeneral, eTL_Main, L"CSimpleThread::StartThread(): thread 0x%04X stopped, result=0x0\n", 1);
+    EXPECT_FALSE(log.WaitForWorkerStart(0));
 }
 
 } // namespace

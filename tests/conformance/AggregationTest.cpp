@@ -80,7 +80,7 @@ TEST_F(Aggregation, OnlyTheUnknown)
     {
         void* pv = &pv;
         EXPECT_EQ(CoCreateInstance(CLSID_CoQXStillSource, m_outer.Unknown(), CLSCTX_INPROC_SERVER, iid, &pv),
-                  E_NOINTERFACE);
+                  CLASS_E_NOAGGREGATION);
         EXPECT_EQ(pv, nullptr);
     }
 }

@@ -34,6 +34,7 @@ void FilterTest::SetUp()
     CComObject<CCoQXStillSource>* pFilter = nullptr;
     ASSERT_EQ(CComObject<CCoQXStillSource>::CreateInstance(&pFilter), S_OK);
     m_spFilter = pFilter;
+    ASSERT_TRUE(m_trace.WaitForWorkerStart()); // or its first line comes in the middle of the test
 }
 
 void FilterTest::TearDown()

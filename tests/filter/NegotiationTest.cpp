@@ -400,10 +400,20 @@ TEST(PropsFromType, LongerHeader)
         {5, 32, 18, eQGI_Field1First, 16, 9},
         {0xA5, 1, 1, eQGI_Field1First, 1, 1},
         {0xA1, 0, 0, eQGI_Field2First, 0, 0},
-        {0, 0xFFFFFFFF, 1, eQGI_Progressive, 32767, 1}, // unsigned, clamped
-        {0, 3, 0xFFFFFFFE, eQGI_Progressive, 3, 32767},
-        {0, 0xFFFFFFFF, 0xFFFFFFFF, eQGI_Progressive, 1, 1},
+        {0, 0xFFFFFFFF, 1, eQGI_Progressive, -1, 1}, // both are signed, and each keeps its sign
+        {0, 1, 0xFFFFFFFF, eQGI_Progressive, 1, -1},
+        {0, 0xFFFFFFFF, 0xFFFFFFFF, eQGI_Progressive, -1, -1},
+        {0xA5, 5, 0xFFFFFFFC, eQGI_Field1First, 5, -4},
+        {0, 32, 0xFFFFFFEE, eQGI_Progressive, 16, -9},
         {0, 0, 12, eQGI_Progressive, 0, 1},
+        {0, 0, 0xFFFFFFF4, eQGI_Progressive, 0, -1},
+        {0, 0xFFFFFFF4, 0, eQGI_Progressive, -1, 0},
+        {0, 0x80000000, 1, eQGI_Progressive, -32768, 1}, // clamped
+        {0, 1, 0x80000000, eQGI_Progressive, 1, -32768},
+        {0, 0x7FFFFFFF, 0x80000000, eQGI_Progressive, 32767, -32768},
+        {0, 0x80000000, 0x80000000, eQGI_Progressive, -1, -1},
+        {0, 0x80000000, 0xFFFFFFFF, eQGI_Progressive, -32768, -1},
+        {0, 0x80000000, 0, eQGI_Progressive, -1, 0},
     };
     for (const auto& row : rows)
     {

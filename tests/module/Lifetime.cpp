@@ -4,6 +4,8 @@
 #include <memory>
 #include <thread>
 
+#include <ocidl.h>
+#include <olectl.h>
 #include <strmif.h>
 
 #include "LoadedModule.h"
@@ -52,6 +54,28 @@ TEST_F(Module, ClassObject)
     EXPECT_EQ(nullptr, pv);
     EXPECT_EQ(E_NOINTERFACE, m_pModule->GetClassObject(CLSID_CoQXStillSource, IID_IBaseFilter, &pv));
     EXPECT_EQ(E_POINTER, m_pModule->GetClassObject(CLSID_CoQXStillSource, IID_IClassFactory, nullptr));
+}
+
+/// A host may ask for the page's texts and size before it has a window, and where it cannot have one.
+TEST_F(Module, ThePageSaysItsSizeWithoutAWindow)
+{
+    CComPtr<IClassFactory> spFactory;
+    ASSERT_EQ(S_OK, m_pModule->GetClassObject(CLSID_QXStillSourcePage, IID_IClassFactory,
+                                              reinterpret_cast<void**>(&spFactory)));
+    CComPtr<IPropertyPage> spPage;
+    ASSERT_EQ(S_OK, spFactory->CreateInstance(nullptr, IID_IPropertyPage, reinterpret_cast<void**>(&spPage)));
+    PROPPAGEINFO info = {};
+    ASSERT_EQ(S_OK, spPage->GetPageInfo(&info));
+    EXPECT_STREQ(info.pszTitle, L"Qorvex Still Source");
+    // 186 by 95 dialog units in a small font: four pixels, at least, for four across, and eight for eight
+    // down.
+    EXPECT_GE(info.size.cx, 186);
+    EXPECT_LE(info.size.cx, 3 * 186);
+    EXPECT_GE(info.size.cy, 95);
+    EXPECT_LE(info.size.cy, 3 * 95);
+    CoTaskMemFree(info.pszTitle);
+    CoTaskMemFree(info.pszHelpFile);
+    CoTaskMemFree(info.pszDocString);
 }
 
 TEST_F(Module, AFactoryKeepsItLoaded)
@@ -163,7 +187,7 @@ TEST_F(Module, TheFilterCanBePartOfAnotherObject)
     Outer outer;
     CComPtr<IClassFactory> spFactory = Factory();
     void* pv = &pv;
-    EXPECT_EQ(E_NOINTERFACE, spFactory->CreateInstance(&outer, IID_IBaseFilter, &pv));
+    EXPECT_EQ(CLASS_E_NOAGGREGATION, spFactory->CreateInstance(&outer, IID_IBaseFilter, &pv));
     EXPECT_EQ(nullptr, pv);
     ASSERT_EQ(S_OK,
               spFactory->CreateInstance(&outer, IID_IUnknown, reinterpret_cast<void**>(&outer.m_spInner)));

@@ -13,6 +13,7 @@
 #include "NativeLog.h"
 #else
 #include "support/TestLog.h"
+#include "support/WorkerThreads.h"
 #endif
 
 /// All living captures. Never destroyed, as threads may still write while the process ends.
@@ -31,6 +32,10 @@ struct LogCaptureList
     {
         static_assert(nLevelRaw == -1, "as QXLogLevel has it");
         const LogLine line{QXLogLevel(pszMessage), Utf8(QXLogText(pszMessage))};
+#ifndef QX_NATIVE
+        if (IsWorkerStart(line))
+            AddCurrentWorker();
+#endif
         LogCaptureList& list = Get();
         const std::lock_guard<std::mutex> guard(list.lock);
         for (LogCapture* pCapture : list.captures)
@@ -154,6 +159,19 @@ bool LogCapture::WaitFor(int nLevel, const std::string& sText, int nMilliseconds
     std::unique_lock<std::mutex> guard(m_lock);
     return m_changed.wait_for(guard, std::chrono::milliseconds(nMilliseconds),
                               [&] { return std::count(m_lines.begin(), m_lines.end(), line) != 0; });
+}
+
+bool IsWorkerStart(const LogLine& line)
+{
+    return line.sText.starts_with("CSimpleThread::StartThread(): thread 0x") &&
+           line.sText.ends_with(" started\n");
+}
+
+bool LogCapture::WaitForWorkerStart(int nMilliseconds) const
+{
+    std::unique_lock<std::mutex> guard(m_lock);
+    return m_changed.wait_for(guard, std::chrono::milliseconds(nMilliseconds),
+                              [&] { return std::any_of(m_lines.begin(), m_lines.end(), &IsWorkerStart); });
 }
 
 AssertCapture::AssertCapture(int nAnswer) : m_nAnswer(nAnswer)

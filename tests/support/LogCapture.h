@@ -5,6 +5,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,16 @@ struct LogLine
     std::string sText; ///< UTF-8, without the character that holds the level
 
     bool operator==(const LogLine&) const = default;
+
+    /// As failed expectations show it.
+    friend std::ostream& operator<<(std::ostream& out, const LogLine& line)
+    {
+        return out << line.nLevel << " \"" << line.sText << '"';
+    }
 };
+
+/// Whether this is the first line of a worker thread, which writes it itself.
+bool IsWorkerStart(const LogLine& line);
 
 /// Collects what is written to the log between its construction and its end, on any thread. Captures may nest
 /// and overlap: each gets every line.
@@ -38,6 +48,9 @@ public:
     int Count(int nLevel, const std::string& sText) const;
     /// Waits until a line has been written, perhaps earlier. \return false when the time is over
     bool WaitFor(int nLevel, const std::string& sText, int nMilliseconds = 30000) const;
+
+    /// Waits until a worker thread has written its first line, which may be long after its creation.
+    bool WaitForWorkerStart(int nMilliseconds = 30000) const;
 
 private:
     friend struct LogCaptureList;
