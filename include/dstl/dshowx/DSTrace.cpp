@@ -11,13 +11,15 @@
 #include <atomic>
 #include <cstdarg>
 #include <cwchar>
-#include <new>
 
 namespace
 {
 
 /// What wsprintfW can write at most, terminator included.
 constexpr size_t cchFormat = 1024;
+
+/// What can be made read-only.
+constexpr size_t cbPage = 4096;
 
 /// What the text of an assertion depends on. The two texts are told apart by their addresses.
 struct AssertionKey
@@ -55,15 +57,6 @@ class CAssertionTexts
 {
 public:
     constexpr CAssertionTexts() noexcept = default;
-    /// The log object must not hold any of the texts any more.
-    ~CAssertionTexts()
-    {
-        for (std::atomic<Text*>& slot : m_slots)
-        {
-            if (Text* const pText = slot.exchange(nullptr))
-                VirtualFree(pText, 0, MEM_RELEASE);
-        }
-    }
     CAssertionTexts(const CAssertionTexts&) = delete;
     CAssertionTexts& operator=(const CAssertionTexts&) = delete;
 
@@ -72,11 +65,9 @@ public:
     {
         for (size_t n = 0; n < nProbes; n++)
         {
-            const Text* const pText = m_slots[Slot(key, n)].load(std::memory_order_acquire);
-            if (pText == nullptr)
-                return nullptr;
-            if (pText->key == key)
-                return pText->sz;
+            const size_t nSlot = Slot(key, n);
+            if (m_states[nSlot].load(std::memory_order_acquire) == eText_Ready && m_texts[nSlot].key == key)
+                return m_texts[nSlot].sz;
         }
         return nullptr;
     }
@@ -88,26 +79,35 @@ public:
             return nullptr;
         for (size_t n = 0; n < nProbes; n++)
         {
-            std::atomic<Text*>& slot = m_slots[Slot(key, n)];
-            if (slot.load(std::memory_order_relaxed) != nullptr)
+            const size_t nSlot = Slot(key, n);
+            int nState = eText_None;
+            if (!m_states[nSlot].compare_exchange_strong(nState, eText_InWork))
                 continue;
-            Text* const pText = Build(key);
-            Text* pEmpty = nullptr;
-            if (pText == nullptr || slot.compare_exchange_strong(pEmpty, pText, std::memory_order_acq_rel))
-                return pText != nullptr ? pText->sz : nullptr;
-            VirtualFree(pText, 0, MEM_RELEASE); // another thread was faster
+            Text& text = m_texts[nSlot];
+            text.key = key;
+            FormatAssertion(key, text.sz);
+            DWORD dwEarlier = 0;
+            VirtualProtect(&text, sizeof(text), PAGE_READONLY, &dwEarlier);
+            m_states[nSlot].store(eText_Ready, std::memory_order_release);
+            return text.sz;
         }
         return nullptr;
     }
 
 private:
-    struct Text
+    enum : int
+    {
+        eText_None,
+        eText_InWork,
+        eText_Ready
+    };
+    struct alignas(cbPage) Text
     {
         AssertionKey key;
         wchar_t sz[cchFormat];
     };
 
-    static constexpr size_t nSlots = 256; // pages, at most
+    static constexpr size_t nSlots = 64;
     static constexpr size_t nProbes = 8;
 
     static size_t Slot(const AssertionKey& key, size_t nProbe) noexcept
@@ -117,25 +117,14 @@ private:
         return (nPlace + key.dwError + nProbe) % nSlots;
     }
 
-    static Text* Build(const AssertionKey& key) noexcept
-    {
-        void* const pv = VirtualAlloc(nullptr, sizeof(Text), MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
-        if (pv == nullptr)
-            return nullptr;
-        Text* const pText = new (pv) Text{key, {}};
-        FormatAssertion(key, pText->sz);
-        DWORD dwEarlier = 0;
-        if (VirtualProtect(pv, sizeof(Text), PAGE_READONLY, &dwEarlier))
-            return pText;
-        VirtualFree(pv, 0, MEM_RELEASE);
-        return nullptr;
-    }
-
-    std::atomic<Text*> m_slots[nSlots] = {};
+    std::atomic<int> m_states[nSlots] = {};
+    Text m_texts[nSlots] = {};
 };
 
-// Built before and destroyed after the other objects of the module, which may trace. Zero until then: silent.
-__attribute__((init_priority(101))) CAssertionTexts g_AssertionTexts; // goes after the log has been detached
+constinit CAssertionTexts g_AssertionTexts;
+
+/// Built before and destroyed after the other objects of the module, which may trace. Zero until then:
+/// silent.
 __attribute__((init_priority(101))) CLogLoader g_LogLoader;
 
 /// The log object, null without one.
