@@ -201,7 +201,10 @@ TEST_F(LogLoaderTest, ADetachThatKeepsThePointerIsAsserted)
     {
         const CLogLoader loader;
     }
-    EXPECT_EQ(asserts.Texts(), std::vector<std::string>{"NULL == m_plog"});
+    ASSERT_EQ(asserts.Texts(), std::vector<std::string>{"NULL == m_plog"});
+    const std::string sFile = "include/dstl/dshowx/DSTrace.cpp";
+    const std::string sReported = asserts.Reports()[0].sFile;
+    EXPECT_EQ(sReported.substr(sReported.size() - std::min(sReported.size(), sFile.size())), sFile);
 }
 
 /// A path of so many characters to the script DLL, by steps that lead nowhere.
@@ -257,20 +260,25 @@ public:
             reinterpret_cast<void*>(GetProcAddress(m_hModule, "Probe_Trace")));
         pfnAssert = reinterpret_cast<int(WINAPI*)(const char*, PFNDEBUGREPORT)>(
             reinterpret_cast<void*>(GetProcAddress(m_hModule, "Probe_Assert")));
+        pfnFormatted = reinterpret_cast<int(WINAPI*)()>(
+            reinterpret_cast<void*>(GetProcAddress(m_hModule, "Probe_Formatted")));
     }
     ~Probe() { FreeLibrary(m_hModule); }
 
     void(WINAPI* pfnTrace)(UINT, const wchar_t*) = nullptr;
     int(WINAPI* pfnAssert)(const char*, PFNDEBUGREPORT) = nullptr;
+    int(WINAPI* pfnFormatted)() = nullptr; ///< texts built so far
 
 private:
     HMODULE m_hModule;
 };
 
 std::string g_sReported;
+int g_nReported;
 
 int Report(int, const char*, int, const char*, const char* pszMessage)
 {
+    g_nReported++;
     g_sReported = pszMessage;
     return 0;
 }
@@ -289,6 +297,33 @@ TEST_F(LogLoaderTest, AModuleWithoutALogIsSilentButReports)
     LoaderRegistry::SetText(WithBars(Folder() + L"qxtestlog.dll"));
     probe.pfnTrace(2, L"nobody listens yet");
     EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST_F(LogLoaderTest, WithoutALogNoTextIsBuilt)
+{
+    constexpr int nTimes = 100000;
+    const Probe probe;
+    g_nReported = 0;
+    for (int n = 0; n < nTimes; n++)
+        probe.pfnAssert("each of many pixels", &Report);
+    EXPECT_EQ(g_nReported, nTimes);
+    EXPECT_EQ(probe.pfnFormatted(), 0);
+}
+
+TEST_F(LogLoaderTest, ATextOutlivesNoModule)
+{
+    LoaderRegistry::SetText(WithBars(Folder() + L"qxtestlog.dll"));
+    for (int i = 0; i < 2; i++)
+    {
+        LogCapture log;
+        const Probe probe;
+        EXPECT_EQ(probe.pfnFormatted(), 0);
+        for (int n = 0; n < 3; n++)
+            probe.pfnAssert("a text that is kept", &Report);
+        EXPECT_EQ(probe.pfnFormatted(), 2);
+        EXPECT_EQ(log.Lines().size(), 6u);
+        EXPECT_EQ(log.Lines()[4], log.Lines()[0]);
+    }
 }
 
 TEST_F(LogLoaderTest, AModuleAttachesWhenItIsLoadedAndDetachesWhenItGoes)

@@ -139,13 +139,38 @@ TEST_F(FilterChain, EndlessEnumeratorsEnd)
 {
     m_graph.m_enum.m_answers = {{S_OK, nullptr}};
     m_graph.m_enum.m_bEndless = true;
-    EXPECT_EQ(Chain(), sBegin + sEnd);
-    EXPECT_EQ(m_graph.m_enum.m_nAsked, 1000);
+    EXPECT_EQ(Chain(),
+              sBegin +
+                  "###Err### CFilterChainParser::GetFiltersChain(): more than 1000 filters, the rest "
+                  "is left out\r\n" +
+                  sEnd);
+    EXPECT_EQ(m_graph.m_enum.m_nAsked, 1001);
     m_expectedAsserts = Texts(1000, "pFilter != NULL");
 
     m_graph.m_enum.m_bEndless = false;
     m_graph.m_enum.m_answers = {{S_OK, &m_source}};
     m_source.m_enum.m_bEndless = true;
+    std::string sPins;
+    for (int i = 0; i < 1000; i++)
+        sPins += sSourcePins;
+    EXPECT_EQ(Chain(), sBegin + sSource + sPins +
+                           "###Err### CFilterChainParser::GetFilterData(): more than 1000 pins, the rest is "
+                           "left out\r\n\r\n" +
+                           sEnd);
+}
+
+TEST_F(FilterChain, AThousandFiltersWithAThousandPinsAreAll)
+{
+    m_graph.m_enum.m_answers.assign(1000, {S_OK, &m_renderer});
+    m_renderer.m_enum.m_answers.clear();
+    std::string sFilters;
+    for (int i = 0; i < 1000; i++)
+        sFilters += "\r\nFilter {00000001-0002-0003-0405-060708090A0B} (The renderer)\r\n";
+    EXPECT_EQ(Chain(), sBegin + sFilters + sEnd);
+    EXPECT_EQ(m_graph.m_enum.m_nAsked, 1001);
+
+    m_graph.m_enum.m_answers = {{S_OK, &m_source}};
+    m_source.m_enum.m_answers.assign(1000, {S_OK, &m_out});
     std::string sPins;
     for (int i = 0; i < 1000; i++)
         sPins += sSourcePins;

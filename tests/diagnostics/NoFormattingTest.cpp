@@ -99,6 +99,56 @@ TEST_F(NoFormatting, AboveLevelEight)
     EXPECT_TRUE(m_sample.CallOrder().empty());
 }
 
+// A picture may fail for each of its pixels: the text of a place is built once, and each failure is reported.
+TEST_F(NoFormatting, TheSameAssertionOnceMore)
+{
+    constexpr int nTimes = 100000;
+    int nReports = 0;
+    static int* s_pnReports;
+    s_pnReports = &nReports;
+    const PFNDEBUGREPORT pfnEarlier = g_pfnDebugReport;
+    g_pfnDebugReport = [](int, const char*, int, const char*, const char*) { return ++*s_pnReports * 0; };
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    for (int n = 0; n < nTimes; n++)
+        DSASSERT_TEXT(n < 0, "the same each time");
+    g_pfnDebugReport = pfnEarlier;
+    EXPECT_EQ(g_nFormatted, 2) << "the text of the last error and the line, once";
+    EXPECT_EQ(nReports, nTimes);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+
+    const std::vector<LogLine> lines = m_log.Lines();
+    ASSERT_EQ(lines.size(), 2u * nTimes);
+    EXPECT_NE(lines[0].sText.find("ASSERT( \"the same each time\" )\nGetLastError()=0x00000002 (2)\n"),
+              std::string::npos)
+        << lines[0].sText;
+    for (size_t n = 0; n < lines.size(); n++)
+        ASSERT_EQ(lines[n], (n % 2 == 0 ? lines[0] : LogLine{nLevelRaw, "\nexit ASSERT"})) << n;
+}
+
+TEST_F(NoFormatting, AnotherLastErrorOrTextIsAnotherLine)
+{
+    const auto Fail = [] { DSASSERT_TEXT(false, "one place"); };
+    for (const DWORD dwError : {5u, 6u, 5u, 6u})
+    {
+        SetLastError(dwError);
+        Fail();
+        const std::string sCode = "GetLastError()=0x0000000" + std::to_string(dwError);
+        EXPECT_NE(m_log.Lines()[0].sText.find(sCode), std::string::npos) << m_log.Lines()[0].sText;
+        m_log.Clear();
+    }
+    EXPECT_EQ(g_nFormatted, 4);
+
+    // A text that may change is built each time.
+    char szText[] = "text 0";
+    for (int n = 1; n <= 3; n++)
+    {
+        szText[5]++;
+        assertion(false, "f", 1, szText);
+        EXPECT_NE(m_log.Lines()[0].sText.find("text " + std::to_string(n)), std::string::npos);
+        m_log.Clear();
+    }
+}
+
 TEST_F(NoFormatting, WithoutACategory)
 {
     for (const UINT nLevel : {0u, 2u, 8u})

@@ -37,10 +37,13 @@ protected:
 
     std::wstring BrokenFile(const wchar_t* name) const { return m_folder.Write(name, {1, 2, 3}); }
 
-    // The colour in the upper left corner of every frame until the end of the stream.
-    std::vector<unsigned> Play(const std::wstring& list)
+    // The colour in the upper left corner of every frame, from the first one or another until the end of the
+    // stream.
+    std::vector<unsigned> Play(const std::wstring& list, LONGLONG first = 0)
     {
         EXPECT_EQ(SetPicture(m_source, list), S_OK);
+        if (first != 0)
+            SeekTo(first);
         FilterGraph graph;
         const std::vector<ReceivedFrame> frames = PlayToEnd(graph, m_source, 100);
         std::vector<unsigned> colours;
@@ -52,6 +55,17 @@ protected:
             colours.push_back(b[corner + 2] << 16 | b[corner + 1] << 8 | b[corner]);
         }
         return colours;
+    }
+
+    void SeekTo(LONGLONG frame)
+    {
+        constexpr LONGLONG length = 400000;
+        CComPtr<IMediaSeeking> seeking;
+        EXPECT_EQ(FindPin(m_source, PINDIR_OUTPUT)
+                      ->QueryInterface(IID_IMediaSeeking, reinterpret_cast<void**>(&seeking)),
+                  S_OK);
+        LONGLONG position = frame * length;
+        EXPECT_EQ(seeking->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_OK);
     }
 
     ComScope m_com;
@@ -69,6 +83,21 @@ TEST_F(Lists, Files)
     const std::wstring a = File(L"a.png", 0x112233), b = File(L"b.png", 0x445566),
                        c = File(L"c.png", 0x778899);
     EXPECT_EQ(Play(a + L"|" + b + L"|" + c), (Colours{0x112233, 0x445566, 0x778899, 0x112233}));
+}
+
+// A list goes round in both directions: frame -1 shows the last entry.
+TEST_F(Lists, SeekBeforeTheFirstFrame)
+{
+    const std::wstring list =
+        File(L"a.png", 0x112233) + L"|" + File(L"b.png", 0x445566) + L"|" + File(L"c.png", 0x778899);
+    const Colours entries = {0x112233, 0x445566, 0x778899};
+    for (const int before : {1, 2, 3, 4, 5, 6})
+    {
+        Colours expected;
+        for (int frame = -before; frame <= 3; ++frame)
+            expected.push_back(entries[static_cast<size_t>(frame + 6) % 3]);
+        EXPECT_EQ(Play(list, -before), expected) << before;
+    }
 }
 
 // A colour changes nothing once there is a frame.

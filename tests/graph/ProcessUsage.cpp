@@ -2,6 +2,7 @@
 #include "FilterGraph.h"
 #include <cstdint>
 #include <cstdio>
+#include <tlhelp32.h>
 
 namespace
 {
@@ -49,6 +50,32 @@ size_t CountPrivateBytes()
     return bytes;
 }
 
+size_t CountThreads()
+{
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    if (snapshot == INVALID_HANDLE_VALUE)
+        return 0;
+    size_t count = 0;
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof(entry);
+    for (BOOL found = Thread32First(snapshot, &entry); found; found = Thread32Next(snapshot, &entry))
+        count += entry.th32OwnerProcessID == GetCurrentProcessId();
+    CloseHandle(snapshot);
+    return count;
+}
+
+size_t CountGdiObjects()
+{
+    if (const DWORD count = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS))
+        return count;
+    // Not counted here. A handle is a place in a table and a number above it, which may be left out here.
+    constexpr uintptr_t places = 0x4000;
+    size_t count = 0;
+    for (uintptr_t place = 1; place < places; ++place)
+        count += GetObjectType(reinterpret_cast<HGDIOBJ>(place)) != 0;
+    return count;
+}
+
 void TellOne(const char* what, size_t before, size_t after)
 {
     std::printf("%s %zu to %zu\n", what, before, after);
@@ -57,7 +84,7 @@ void TellOne(const char* what, size_t before, size_t after)
 
 Usage CurrentUsage()
 {
-    return {CountHandles(), CountHeapBytes(), CountPrivateBytes()};
+    return {CountHandles(), CountHeapBytes(), CountPrivateBytes(), CountThreads(), CountGdiObjects()};
 }
 
 size_t HeapBytesKeptByAnEmptyRun()
@@ -81,4 +108,6 @@ void Tell(const Usage& before, const Usage& after)
     TellOne("handles", before.handles, after.handles);
     TellOne("bytes in heap blocks", before.heapBytes, after.heapBytes);
     TellOne("bytes in private pages", before.privateBytes, after.privateBytes);
+    TellOne("threads", before.threads, after.threads);
+    TellOne("GDI objects", before.gdiObjects, after.gdiObjects);
 }

@@ -8,6 +8,8 @@ struct Usage
     size_t handles = 0;
     size_t heapBytes = 0;    ///< in blocks that are in use, over all heaps
     size_t privateBytes = 0; ///< committed pages that are no image and no mapping
+    size_t threads = 0;
+    size_t gdiObjects = 0; ///< bitmaps, device contexts and the like
 };
 
 Usage CurrentUsage();

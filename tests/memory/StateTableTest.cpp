@@ -378,4 +378,30 @@ TEST_F(StateTableTest, Lines)
     m_spAlloc.Release();
     EXPECT_EQ(tap.Texts(), ::Lines{"2 CGreedMemoryAllocator::FinalRelease " + sAddress + "\n"});
 }
+
+// The line of the entry comes before a null pointer is reported. SetProperties has nothing to print without a
+// request.
+TEST_F(StateTableTest, EntryLinesComeBeforeArgumentChecks)
+{
+    const std::string sClass = "CGreedMemoryAllocator: ";
+    const struct
+    {
+        std::function<HRESULT()> call;
+        std::string sLine;
+    } rows[] = {
+        {[&] { return Alloc().GetProperties(nullptr); }, "8 " + sClass + "IMemAllocator::GetProperties\n"},
+        {[&] { return Alloc().GetBuffer(nullptr, nullptr, nullptr, 0); },
+         "10 " + sClass + "IMemAllocator::GetBuffer\n"},
+        {[&] { return Alloc().ReleaseBuffer(nullptr); }, "10 " + sClass + "IMemAllocator::ReleaseBuffer\n"},
+        {[&] { return Alloc().GetFreeCount(nullptr); },
+         "8 " + sClass + "IMemAllocatorCallbackTemp::GetFreeCount\n"},
+    };
+    for (const auto& row : rows)
+    {
+        TraceTap tap;
+        EXPECT_EQ(row.call(), E_POINTER);
+        EXPECT_EQ(tap.Texts(), ::Lines{row.sLine});
+    }
+    EXPECT_EQ(m_asserts.Texts().size(), 4u);
+}
 } // namespace

@@ -64,11 +64,15 @@ int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszEx
         return 1;
     const DWORD dwError = GetLastError();
 
-    wchar_t szError[cchFormat];
-    FormatHr(szError, L"", L"GetLastError()", static_cast<HRESULT>(dwError));
-    wchar_t szLine[cchFormat];
-    wsprintfW(szLine, L"###Err###\n%hs(%i): ASSERT( \"%hs\" )\n%s\n", pszFile, nLine, pszExpression, szError);
-    WriteLog(szLine);
+    if (g_pfnNativeLog != nullptr)
+    {
+        wchar_t szError[cchFormat];
+        FormatHr(szError, L"", L"GetLastError()", static_cast<HRESULT>(dwError));
+        wchar_t szLine[cchFormat];
+        wsprintfW(szLine, L"###Err###\n%hs(%i): ASSERT( \"%hs\" )\n%s\n", pszFile, nLine, pszExpression,
+                  szError);
+        WriteLog(szLine);
+    }
 
     int nResult = 5;
     if (g_pfnDebugReport != nullptr &&

@@ -235,6 +235,36 @@ HANDLE StartWriter(int nWriter, int nMessages)
     return rgInfo.hProcess;
 }
 
+TEST(LogDll, ACrashBehindRepeatedLinesLeavesThemAndTheLastLine)
+{
+    const OwnLogFile own;
+    const HANDLE hProcess = StartWriter(0, 0);
+    ASSERT_NE(hProcess, nullptr);
+    EXPECT_EQ(WaitForSingleObject(hProcess, 120000), WAIT_OBJECT_0);
+    DWORD dwExit = 0;
+    GetExitCodeProcess(hProcess, &dwExit);
+    EXPECT_NE(dwExit, 0u) << "it has not crashed";
+    CloseHandle(hProcess);
+    EXPECT_EQ(ReadTexts(own.Path()), (Texts{"8 the same", "8 the same", "8 the same",
+                                            "8 repeated 997 times: the same", "2 ###Err### the last line"}));
+}
+
+TEST(LogDll, TheLastClientBringsTheCounts)
+{
+    const OwnLogFile own;
+    {
+        const Client client;
+        for (int n = 0; n < 100; n++)
+        {
+            SetLastError(4711);
+            client->Write(L"the same");
+            EXPECT_EQ(GetLastError(), 4711u);
+        }
+    }
+    EXPECT_EQ(ReadTexts(own.Path()),
+              (Texts{"- the same", "- the same", "- the same", "- repeated 97 times: the same"}));
+}
+
 TEST(LogDll, TwoProcessesWriteOneFileAndRotateIt)
 {
     constexpr int nWriters = 2, nMessages = 1500;

@@ -1,4 +1,5 @@
 // A process that writes to the log: qxlogwriter NUMBER MESSAGES
+// With 0 messages it repeats one a thousand times, writes an error, and crashes.
 #include "dstl/dshowx/QXLog.h"
 
 #include <cstdio>
@@ -24,6 +25,13 @@ int main(int nArguments, char** ppszArguments)
         wchar_t szLine[100];
         _snwprintf(szLine, 100, L"\x0009writer %hs message %d\n", ppszArguments[1], n);
         plog->Write(szLine);
+    }
+    if (nMessages == 0)
+    {
+        for (int n = 0; n < 1000; n++)
+            plog->Write(L"\x0009the same\n");
+        plog->Write(L"\x0003###Err### the last line\n");
+        *static_cast<volatile int*>(nullptr) = 0;
     }
     plog->Detach(&plog);
     FreeLibrary(hModule);

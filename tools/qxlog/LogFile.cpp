@@ -95,6 +95,21 @@ private:
     bool m_bHeld;
 };
 
+/// Puts counts into the file.
+class CLogFile::CRepeats final : public ILogRepeats
+{
+public:
+    explicit CRepeats(CLogFile& file) noexcept : m_file(file) {}
+    void PutRepeats(const wchar_t* pszMessage) noexcept override
+    {
+        if (m_file.m_hFile)
+            m_file.Put(pszMessage);
+    }
+
+private:
+    CLogFile& m_file;
+};
+
 void CLogFile::Prepare() noexcept
 {
     m_settings.Read();
@@ -110,6 +125,9 @@ void CLogFile::Prepare() noexcept
 
 void CLogFile::Close() noexcept
 {
+    if (m_fold.HasCounted())
+        Flush();
+    m_fold.Clear();
     m_hFile.Close();
     m_hMutex.Close();
     m_bPrepared = false;
@@ -240,6 +258,9 @@ void CLogFile::Write(const wchar_t* pszMessage) noexcept
     }
     if (!m_hFile)
         return;
+    CRepeats repeats(*this);
+    if (m_fold.Take(pszMessage, repeats) || !m_hFile)
+        return;
     Put(pszMessage);
     if (m_hFile && IsErrorMessage(pszMessage))
         FlushFileBuffers(m_hFile.Get());
@@ -248,6 +269,10 @@ void CLogFile::Write(const wchar_t* pszMessage) noexcept
 void CLogFile::Flush() noexcept
 {
     const CLock lock(*this);
-    if (lock.IsHeld() && m_hFile)
+    if (!lock.IsHeld())
+        return;
+    CRepeats repeats(*this);
+    m_fold.PutAll(repeats);
+    if (m_hFile)
         FlushFileBuffers(m_hFile.Get());
 }

@@ -81,6 +81,7 @@ public:
             return E_POINTER;
         const CKeepLastError error;
         *pplog = nullptr;
+        TheFile().ForgetAddresses();
         // Not waited for: a thread that ended inside a write, as when the process ends, never gives the lock
         // back.
         if (--g_nClients == 0 && TryAcquireSRWLockExclusive(&g_lockClients))
@@ -105,6 +106,8 @@ public:
     {
         if (pszMessage == nullptr)
             return E_POINTER;
+        if (TheFile().Count(pszMessage))
+            return S_OK;
         const CKeepLastError error;
         AcquireSRWLockShared(&g_lockClients);
         if (!TheFile().IsPrepared())

@@ -1,5 +1,6 @@
 #include "dstl/dshowx/DSTrace.h"
 
+#include "dstl/WinAPI/Functions.h"
 #include "dstl/dshowx/LogLoader.h"
 
 #undef trace // of a build without trace calls
@@ -7,26 +8,156 @@
 
 #include <dshow.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cwchar>
 
 namespace
 {
 
+/// What wsprintfW can write at most, terminator included.
+constexpr size_t cchFormat = 1024;
+
+/// What can be made read-only.
+constexpr size_t cbPage = 4096;
+
+/// What the text of an assertion depends on. The two texts are told apart by their addresses.
+struct AssertionKey
+{
+    const char* pszFile;
+    int nLine;
+    const char* pszExpression;
+    DWORD dwError;             ///< the last error
+    PFNERRORTEXT pfnErrorText; ///< where its text comes from
+
+    bool operator==(const AssertionKey&) const noexcept = default;
+};
+
+/// \param pszOut room for cchFormat characters
+void FormatAssertion(const AssertionKey& key, wchar_t* pszOut) noexcept
+{
+    wchar_t szError[cchFormat];
+    FormatHr(szError, L"", L"GetLastError()", static_cast<HRESULT>(key.dwError));
+    wsprintfW(pszOut, L"###Err###\n%hs(%i): ASSERT( \"%hs\" )\n%s\n", key.pszFile, key.nLine,
+              key.pszExpression, szError);
+    pszOut[cchFormat - 1] = 0;
+}
+
+/// Whether a text is one of the program's own constants, which stay as they are.
+bool IsConstant(const void* pv) noexcept
+{
+    MEMORY_BASIC_INFORMATION info = {};
+    return VirtualQuery(pv, &info, sizeof(info)) != 0 && info.Type == MEM_IMAGE &&
+           info.Protect == PAGE_READONLY;
+}
+
+/// Texts of assertions that have failed. A place that fails for each pixel of a picture has its text built
+/// once, in memory that is read-only from then on, so that a log can know it again by its address.
+class CAssertionTexts
+{
+public:
+    constexpr CAssertionTexts() noexcept = default;
+    CAssertionTexts(const CAssertionTexts&) = delete;
+    CAssertionTexts& operator=(const CAssertionTexts&) = delete;
+
+    /// \return null when the text has not been kept
+    const wchar_t* Find(const AssertionKey& key) const noexcept
+    {
+        for (size_t n = 0; n < nProbes; n++)
+        {
+            const size_t nSlot = Slot(key, n);
+            if (m_states[nSlot].load(std::memory_order_acquire) == eText_Ready && m_texts[nSlot].key == key)
+                return m_texts[nSlot].sz;
+        }
+        return nullptr;
+    }
+
+    /// Builds a text and keeps it. \return null when it cannot be kept
+    const wchar_t* Keep(const AssertionKey& key) noexcept
+    {
+        if (!IsConstant(key.pszFile) || !IsConstant(key.pszExpression))
+            return nullptr;
+        for (size_t n = 0; n < nProbes; n++)
+        {
+            const size_t nSlot = Slot(key, n);
+            int nState = eText_None;
+            if (!m_states[nSlot].compare_exchange_strong(nState, eText_InWork))
+                continue;
+            Text& text = m_texts[nSlot];
+            text.key = key;
+            FormatAssertion(key, text.sz);
+            DWORD dwEarlier = 0;
+            VirtualProtect(&text, sizeof(text), PAGE_READONLY, &dwEarlier);
+            m_states[nSlot].store(eText_Ready, std::memory_order_release);
+            return text.sz;
+        }
+        return nullptr;
+    }
+
+private:
+    enum : int
+    {
+        eText_None,
+        eText_InWork,
+        eText_Ready
+    };
+    struct alignas(cbPage) Text
+    {
+        AssertionKey key;
+        wchar_t sz[cchFormat];
+    };
+
+    static constexpr size_t nSlots = 64;
+    static constexpr size_t nProbes = 8;
+
+    static size_t Slot(const AssertionKey& key, size_t nProbe) noexcept
+    {
+        const size_t nPlace =
+            reinterpret_cast<UINT_PTR>(key.pszExpression) / 4 + static_cast<UINT>(key.nLine);
+        return (nPlace + key.dwError + nProbe) % nSlots;
+    }
+
+    std::atomic<int> m_states[nSlots] = {};
+    Text m_texts[nSlots] = {};
+};
+
+constinit CAssertionTexts g_AssertionTexts;
+
 /// Built before and destroyed after the other objects of the module, which may trace. Zero until then:
 /// silent.
 __attribute__((init_priority(101))) CLogLoader g_LogLoader;
+
+/// The log object, null without one.
+ILogObject* Log() noexcept
+{
+    ILogObject* plog = nullptr;
+    g_LogLoader.GetLogObject(&plog);
+    return plog;
+}
 
 /// Hands a text to the log, if there is one. The caller's last error survives, so that a trace changes
 /// nothing.
 void WriteLog(const wchar_t* pszMessage) noexcept
 {
-    ILogObject* plog = nullptr;
-    if (FAILED(g_LogLoader.GetLogObject(&plog)))
+    ILogObject* const plog = Log();
+    if (plog == nullptr)
         return;
     const DWORD dwError = GetLastError();
     plog->Write(pszMessage);
     SetLastError(dwError);
+}
+
+/// Writes the text of an assertion that has not been kept.
+[[gnu::noinline]] void WriteNewAssertion(ILogObject* plog, const AssertionKey& key) noexcept
+{
+    if (const wchar_t* const pszKept = g_AssertionTexts.Keep(key))
+    {
+        plog->Write(pszKept);
+        return;
+    }
+    wchar_t szLine[cchFormat];
+    FormatAssertion(key, szLine);
+    plog->Write(szLine);
 }
 
 int NoDebugReport(int, const char*, int, const char*, const char*)
@@ -34,13 +165,70 @@ int NoDebugReport(int, const char*, int, const char*, const char*)
     return 0;
 }
 
-/// What wsprintfW can write at most, terminator included.
-constexpr size_t cchFormat = 1024;
+/// Reads the path of the log DLL; the buffer has one character more than the value may fill.
+constexpr DWORD cchPath = cchQXLogPath + 1;
+bool ReadLogPath(wchar_t (&szPath)[cchPath + 1]) noexcept
+{
+    HKEY hKey = nullptr;
+    if (RegOpenKeyExW(HKEY_CURRENT_USER, szQXLogKey, 0, KEY_READ, &hKey) != ERROR_SUCCESS)
+        return false;
+    DWORD cbValue = cchPath * sizeof(wchar_t);
+    const LSTATUS nStatus =
+        RegQueryValueExW(hKey, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(szPath), &cbValue);
+    RegCloseKey(hKey);
+    return nStatus == ERROR_SUCCESS;
+}
 
 } // namespace
 
 constinit PFNDEBUGREPORT g_pfnDebugReport = NoDebugReport;
 constinit PFNERRORTEXT g_pfnErrorText = AMGetErrorTextW;
+
+CLogLoader::CLogLoader() noexcept : m_pfnGetLog(nullptr), m_hModule(nullptr), m_plog(nullptr)
+{
+    wchar_t szPath[cchPath + 1] = {};
+    if (!ReadLogPath(szPath))
+        return;
+    DSTLTurnBars(szPath, true);
+
+    m_hModule = LoadLibraryW(szPath);
+    if (m_hModule == nullptr)
+        return;
+    // By way of void*, as the types of the two functions have nothing in common.
+    m_pfnGetLog =
+        reinterpret_cast<PFNGETLOGOBJECT>(reinterpret_cast<void*>(GetProcAddress(m_hModule, szQXLogExport)));
+    if (m_pfnGetLog == nullptr)
+    {
+        FreeLibrary(m_hModule);
+        m_hModule = nullptr;
+        return;
+    }
+    // After a failure m_plog stays as the export left it, deliberately without being attached.
+    if (m_pfnGetLog(&m_plog) == 0 && m_plog != nullptr)
+        m_plog->Attach(&m_plog, 0, 0);
+}
+
+CLogLoader::~CLogLoader()
+{
+    if (m_hModule == nullptr)
+        return;
+    if (m_plog != nullptr)
+        m_plog->Detach(&m_plog);
+    DSASSERT(NULL == m_plog);
+    m_plog = nullptr;
+    FreeLibrary(m_hModule);
+    m_hModule = nullptr;
+}
+
+HRESULT CLogLoader::GetLogObject(ILogObject** pplog) const noexcept
+{
+    if (pplog == nullptr)
+        return E_POINTER;
+    if (m_plog == nullptr)
+        return E_FAIL;
+    *pplog = m_plog;
+    return S_OK;
+}
 
 void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noexcept
 {
@@ -48,8 +236,7 @@ void trace(DWORD_PTR dwCategory, UINT nLevel, const wchar_t* pszFormat, ...) noe
         return;
     if (nLevel > eTL_Max || pszFormat == nullptr)
         return;
-    ILogObject* plog = nullptr;
-    if (FAILED(g_LogLoader.GetLogObject(&plog)))
+    if (Log() == nullptr)
         return; // nobody would read what formatting costs
 
     wchar_t szLine[cchTraceLine] = {};
@@ -70,8 +257,7 @@ void LogWriteText(const wchar_t* pszText) noexcept
 
 bool IsTraced(UINT nLevel) noexcept
 {
-    ILogObject* plog = nullptr;
-    return nLevel <= eTL_Max && SUCCEEDED(g_LogLoader.GetLogObject(&plog));
+    return nLevel <= eTL_Max && Log() != nullptr;
 }
 
 int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszExpression) noexcept
@@ -80,13 +266,14 @@ int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszEx
         return 1;
     const DWORD dwError = GetLastError(); // before anything else can change it
 
-    wchar_t szError[cchFormat];
-    FormatHr(szError, L"", L"GetLastError()", static_cast<HRESULT>(dwError));
-
-    wchar_t szLine[cchFormat];
-    wsprintfW(szLine, L"###Err###\n%hs(%i): ASSERT( \"%hs\" )\n%s\n", pszFile, nLine, pszExpression, szError);
-    szLine[cchFormat - 1] = 0;
-    WriteLog(szLine);
+    if (ILogObject* const plog = Log())
+    {
+        const AssertionKey key = {pszFile, nLine, pszExpression, dwError, g_pfnErrorText};
+        if (const wchar_t* const pszKept = g_AssertionTexts.Find(key))
+            plog->Write(pszKept);
+        else
+            WriteNewAssertion(plog, key);
+    }
 
     int nResult = 5;
     const PFNDEBUGREPORT pfnReport = g_pfnDebugReport;
@@ -95,7 +282,8 @@ int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszEx
         __debugbreak();
         nResult = 4;
     }
-    WriteLog(L"\nexit ASSERT");
+    if (ILogObject* const plog = Log())
+        plog->Write(L"\nexit ASSERT");
     SetLastError(dwError);
     return nResult;
 }

@@ -124,7 +124,7 @@ bool CFilterChainParser::GetFilters(CTextAccumulator& text, IFilterGraph* pGraph
         return AppendResult(
             text, L"###Err### CFilterChainParser::GetFiltersChain(): pGraph->EnumFilters()=0x%X\r\n", hr);
     spEnum->Reset();
-    for (int i = 0; i < nMostObjects; ++i)
+    for (int i = 0;; ++i)
     {
         CComPtr<IBaseFilter> spFilter;
         ULONG cFetched = 0;
@@ -134,11 +134,16 @@ bool CFilterChainParser::GetFilters(CTextAccumulator& text, IFilterGraph* pGraph
         if (hr != S_OK)
             return AppendResult(
                 text, L"###Err### CFilterChainParser::GetFiltersChain(): spEnum->Next()=0x%X\r\n", hr);
+        if (i == nMostObjects)
+            return AppendFormat(
+                text,
+                L"###Err### CFilterChainParser::GetFiltersChain(): more than %i filters, the rest "
+                L"is left out\r\n",
+                nMostObjects);
         DSASSERT(cFetched == 1);
         if (!GetFilterData(text, spFilter))
             return false;
     }
-    return true;
 }
 
 bool CFilterChainParser::GetFilterData(CTextAccumulator& text, IBaseFilter* pFilter) noexcept
@@ -187,7 +192,7 @@ bool CFilterChainParser::GetPins(CTextAccumulator& text, IBaseFilter* pFilter) n
         return AppendResult(
             text, L"###Err### CFilterChainParser::GetFilterData(): pFilter->EnumPins()=0x%X\r\n\r\n", hr);
     spEnum->Reset();
-    for (int i = 0; i < nMostObjects; ++i)
+    for (int i = 0;; ++i)
     {
         CComPtr<IPin> spPin;
         ULONG cFetched = 0;
@@ -197,11 +202,16 @@ bool CFilterChainParser::GetPins(CTextAccumulator& text, IBaseFilter* pFilter) n
         if (hr != S_OK)
             return AppendResult(
                 text, L"###Err### CFilterChainParser::GetFilterData(): spEnum->Next()=0x%X\r\n\r\n", hr);
+        if (i == nMostObjects)
+            return AppendFormat(
+                text,
+                L"###Err### CFilterChainParser::GetFilterData(): more than %i pins, the rest is "
+                L"left out\r\n\r\n",
+                nMostObjects);
         DSASSERT(cFetched == 1);
         if (!GetPinData(text, spPin))
             return false;
     }
-    return true;
 }
 
 bool CFilterChainParser::GetPinData(CTextAccumulator& text, IPin* pPin) noexcept

@@ -1,5 +1,6 @@
 #pragma once
-/// Finds the log object that trace lines and assertions go to.
+/// Finds the log object that trace lines and assertions go to. Its code is in DSTrace.cpp: the assertion of
+/// the destructor names that file.
 
 #include "dstl/WinAPI/Platform.h"
 #include "dstl/dshowx/QXLog.h"

@@ -48,7 +48,8 @@ struct ILogObject : public IUnknown
     ///     starts at the second one, at most 1,022 characters; every other message is text from its first
     ///     character on and of any length (QXLogLevel tells the two apart). Either may have several lines,
     ///     with
-    ///     "\n" or "\r\n" between them. The memory is the caller's.
+    ///     "\n" or "\r\n" between them. The memory is the caller's. A message in read-only memory stays as it
+    ///     is until the client detaches, so that a log DLL may know it again by its address
     /// \return not looked at
     virtual HRESULT STDMETHODCALLTYPE Write(const wchar_t* pszMessage) = 0;
 };
