@@ -12,8 +12,8 @@
 #include "dstl/dshowx/DSFilters.h"
 
 /// The filter. Locks that a thread waits for, always in this order: this object's m_lock, the pin's m_lock,
-/// m_crsSeek, m_crsPosition, m_crsPicture. A thread within a call of the filter or its pin, the worker above all,
-/// waits for none of the first three.
+/// m_crsSeek, m_crsPosition, m_crsPicture. A thread within a call of the filter or its pin, the worker above
+/// all, waits for none of the first three.
 class ATL_NO_VTABLE CCoQXStillSource : public CComObjectRootEx<CComMultiThreadModel>,
                                        public CComCoClass<CCoQXStillSource, &CLSID_CoQXStillSource>,
                                        public CSourceFilter<CCoQXStillSource, CCoQXStillSourceOut>,
@@ -72,8 +72,8 @@ public:
     /// \return S_OK, what Reconnect returns, or VFW_E_STATE_CHANGED within a call of the pin while another
     /// thread makes or breaks the connection
     HRESULT UpdateOutputType() noexcept;
-    /// Lets the graph connect the pin anew with a type. Does nothing unless the filter is stopped, nor within a
-    /// call of the filter or its pin: the graph may be waiting for that call.
+    /// Lets the graph connect the pin anew with a type. Does nothing unless the filter is stopped, nor within
+    /// a call of the filter or its pin: the graph may be waiting for that call.
     HRESULT Reconnect(const AM_MEDIA_TYPE* pmt) noexcept;
 
     /// Makes the type that m_VidProps asks for.
@@ -96,7 +96,8 @@ public:
         fnChange(m_VidProps);
     }
 
-    /// What was asked for. It starts with eQGKA_Crop, deliberately not with the default. Guarded by m_crsNames.
+    /// What was asked for. It starts with eQGKA_Crop, deliberately not with the default. Guarded by
+    /// m_crsNames.
     QG_VID_PROPS m_VidProps{};
     CComBSTR m_bsFileName; ///< the name last accepted, whole; guarded by m_crsNames
     CFileNames m_arrFiles; ///< the names that it stands for; guarded by the pin's m_crsPicture

@@ -65,8 +65,8 @@ public:
 
     /// Time of the last frame; a frame length of 0 gives 0. Takes no lock.
     STDMETHOD(GetDuration)(LONGLONG* pDuration) noexcept override;
-    /// Flushes the peer, sets the next and the last frame, and begins a segment. Takes m_crsSeek for all of it,
-    /// m_crsPosition for the numbers.
+    /// Flushes the peer, sets the next and the last frame, and begins a segment. Takes m_crsSeek for all of
+    /// it, m_crsPosition for the numbers.
     /// \return S_OK; VFW_E_STATE_CHANGED within a call of the pin while another seek, or this one, flushes
     /// \param pCurrent,pStop null for a position that stays; times are cut to frames toward zero
     /// \param dwCurrentFlags,dwStopFlags only absolute and relative positioning have an effect

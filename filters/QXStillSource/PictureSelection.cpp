@@ -160,7 +160,8 @@ STDMETHODIMP CCoQXStillSource::SetPicture(BSTR _bsFileName) noexcept
         return hr;
     if (nEntries > 1)
     {
-        // Within a call of the pin perhaps without the lock: the worker, which has it then, only reads the number.
+        // Within a call of the pin perhaps without the lock: the worker, which has it then, only reads the
+        // number.
         const CScopedTryLock crs(&pOut->m_crsPosition, !pOut->IsInCall());
         pOut->m_nStopFrame = nEntries;
     }

@@ -242,10 +242,10 @@ TEST_F(PumpLock, OutputPropertiesAreReadWhole)
     for (int i = 0; i < 200000; i++)
     {
         const QG_VID_PROPS props = Filter().GetProps();
-        nMixed += props.nAspectX == props.nHeight && props.nAspectY == props.nWidth &&
-                          props.nWidth == props.nHeight
-                      ? 0
-                      : 1;
+        nMixed +=
+            props.nAspectX == props.nHeight && props.nAspectY == props.nWidth && props.nWidth == props.nHeight
+                ? 0
+                : 1;
     }
     bEnd = true;
     writer.join();

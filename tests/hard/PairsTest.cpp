@@ -1,6 +1,6 @@
 /// Calls from within calls: a peer calls every operation of filter, pin, control interface and seeking from
-/// within every call that the filter makes to it, alone and with another thread in Stop. Each pair ends, with the
-/// result that docs/threads.md states.
+/// within every call that the filter makes to it, alone and with another thread in Stop. Each pair ends, with
+/// the result that docs/threads.md states.
 
 #include "HardSupport.h"
 
@@ -329,7 +329,7 @@ struct Operation
 {
     const char* pszName;
     HRESULT (*pfn)(Life&);
-    HRESULT arrAlone[eG_Count];           ///< the result, by group
+    HRESULT arrAlone[eG_Count];            ///< the result, by group
     std::initializer_list<HRESULT> beside; ///< those that are possible as well beside a Stop, by its progress
 };
 
@@ -457,8 +457,8 @@ Results Live(const LoadedModule& module, const CallRow& row, const Operation& op
                      if (row.stage == eSt_Stream)
                          WaitForSingleObject(evRan, INFINITE); // the host's Run has had its turn
                      evStop.Set();
-                     // Until the other thread waits in its Stop, or is through. Nobody can see that it waits: a
-                     // pair that comes too early has the result of one without it.
+                     // Until the other thread waits in its Stop, or is through. Nobody can see that it waits:
+                     // a pair that comes too early has the result of one without it.
                      for (int i = 0; i < 10 && !bStopped; i++)
                          Sleep(1);
                      results.hrOperation = operation.pfn(life);

@@ -7,11 +7,11 @@
 ///  - its class identifier through CComCoClass
 ///  - `FinalConstruct` and `FinalRelease` that call those of CSourceFilter
 /// It may hide the hooks of CSourceFilter and CBaseFilter with its own of the same name, override CreatePin,
-/// and override Stop and Pause around those of IBaseFilterImpl (within a CStateChange). What the output pin TOut
-/// supplies: see DSPins.h.
+/// and override Stop and Pause around those of IBaseFilterImpl (within a CStateChange). What the output pin
+/// TOut supplies: see DSPins.h.
 ///
-/// m_lock is the turn to change the state. A thread that is within a call of the filter or its pin does not wait
-/// for its turn: see CStateChange.
+/// m_lock is the turn to change the state. A thread that is within a call of the filter or its pin does not
+/// wait for its turn: see CStateChange.
 
 #include "dstl/WinAPI/Atl.h"
 
@@ -49,8 +49,8 @@ public:
     REFERENCE_TIME m_tStart = 0;                        ///< start time given to Run; stored only
     bool m_bGraphDumpDue = true; ///< write the graph to the log at the next start; written under m_lock
     mutable CCritSec m_lock;     ///< the turn to change the state; held by a Stop that waits for the worker
-    /// Leaf; guards the name, the graph and the clock: who asks for them or sets them may be the peer within a
-    /// Receive that a Stop, holding m_lock, waits for.
+    /// Leaf; guards the name, the graph and the clock: who asks for them or sets them may be the peer within
+    /// a Receive that a Stop, holding m_lock, waits for.
     mutable CCritSec m_crsJoin;
 
     /// Hands a new type to the graph, which connects the pin anew, unless pin and type need nothing.
@@ -79,9 +79,9 @@ protected:
     CFilterCore() noexcept = default;
     ~CFilterCore();
 
-    int m_nStateChanges = 0;                   ///< depth of CStateChange; guarded by m_lock
-    bool m_bDumpNow = false;                   ///< behind the change of state; guarded by m_lock
-    std::atomic<bool> m_bStopWanted = false;   ///< a Stop was left to the thread that has m_lock
+    int m_nStateChanges = 0;                 ///< depth of CStateChange; guarded by m_lock
+    bool m_bDumpNow = false;                 ///< behind the change of state; guarded by m_lock
+    std::atomic<bool> m_bStopWanted = false; ///< a Stop was left to the thread that has m_lock
 
     /// A counted copy of the graph, for any thread; null when in none.
     CComPtr<IFilterGraph> GetGraph() const noexcept;
@@ -102,8 +102,8 @@ public:
     /// One change of the state, or a part of one: holds m_lock.
     ///
     /// A thread that is within a call of the filter or its pin does not wait for the lock, whose owner may be
-    /// waiting for that call. Its Stop is left to the owner, who stops before the lock goes; its Pause and Run
-    /// are refused. The graph is written to the log behind the outermost change, without the lock.
+    /// waiting for that call. Its Stop is left to the owner, who stops before the lock goes; its Pause and
+    /// Run are refused. The graph is written to the log behind the outermost change, without the lock.
     class CStateChange
     {
     public:

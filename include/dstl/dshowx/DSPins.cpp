@@ -399,8 +399,8 @@ HRESULT COutputPinBase::ExecConnection(IPin* pReceivePin) noexcept
         hr = HookCompleteConnect(pReceivePin);
         if (hr == S_OK)
         {
-            // A peer that has disconnected the pin within ReceiveConnection: it is told, and the agreement on an
-            // allocator fails.
+            // A peer that has disconnected the pin within ReceiveConnection: it is told, and the agreement on
+            // an allocator fails.
             if (!IsConnected())
                 pReceivePin->Disconnect();
             return S_OK;

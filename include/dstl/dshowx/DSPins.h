@@ -15,8 +15,9 @@
 /// Locks: m_lock is held across the whole of Connect and Disconnect, and nobody takes it within a change of
 /// state. m_crsLink is a leaf: it is held for counted copies and for stores of the link's pointers only.
 ///
-/// Calls from within calls: a thread that is within a call of the pin to somebody else never waits for another
-/// thread, which may be waiting for that call. It asks IsInCall, and what it cannot have at once is refused.
+/// Calls from within calls: a thread that is within a call of the pin to somebody else never waits for
+/// another thread, which may be waiting for that call. It asks IsInCall, and what it cannot have at once is
+/// refused.
 
 #include "dstl/WinAPI/Atl.h"
 

@@ -133,8 +133,8 @@ public:
             trace(atlTraceGeneral, eTL_Frame, L"[Allocator] Wait period ended\n");
         }
     }
-    /// Moves the state and notifies. Buffer and block come back with the sample's last Release, which does the
-    /// same and wakes the waiters afterwards.
+    /// Moves the state and notifies. Buffer and block come back with the sample's last Release, which does
+    /// the same and wakes the waiters afterwards.
     STDMETHOD(ReleaseBuffer)(IMediaSample* pSample) noexcept override
     {
         CComPtr<IMemAllocatorNotifyCallbackTemp> spNotify;
@@ -179,8 +179,8 @@ public:
     CComPtr<IMemAllocatorNotifyCallbackTemp> m_spNotify;
 
 protected:
-    /// ReleaseBuffer but for the notification, which belongs behind the last lock: who is notified may wait for
-    /// a thread that needs the allocator.
+    /// ReleaseBuffer but for the notification, which belongs behind the last lock: who is notified may wait
+    /// for a thread that needs the allocator.
     /// \param spNotify receives who is to be notified
     HRESULT EndUse(IMediaSample* pSample, CComPtr<IMemAllocatorNotifyCallbackTemp>& spNotify) noexcept
     {
