@@ -4,7 +4,6 @@
 
 #include "atlbase.h"
 
-#include <algorithm>
 #include <cstring>
 
 /// The point size of a template that takes the font of message boxes; no font name follows it.

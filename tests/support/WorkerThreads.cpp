@@ -29,12 +29,9 @@ public:
     bool WaitForAll(int nMilliseconds)
     {
         // Not under the lock, as one of them may start another.
-        const ULONGLONG nEnd = GetTickCount64() + static_cast<ULONGLONG>(nMilliseconds);
-        for (HANDLE hThread = First(); hThread != nullptr; hThread = First())
+        while (const HANDLE hThread = First())
         {
-            const ULONGLONG nNow = GetTickCount64();
-            const DWORD dwLeft = static_cast<DWORD>(nNow < nEnd ? nEnd - nNow : 0);
-            const DWORD dwRet = WaitForSingleObject(hThread, dwLeft);
+            const DWORD dwRet = WaitForSingleObject(hThread, static_cast<DWORD>(nMilliseconds));
             CloseHandle(hThread);
             if (dwRet != WAIT_OBJECT_0)
                 return false;

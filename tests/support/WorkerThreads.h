@@ -4,5 +4,5 @@
 /// A worker has written its first line. Called on its own thread.
 void AddCurrentWorker();
 
-/// Waits for the end of all workers. \return false when the time is over
+/// Waits for the end of all workers, for each of them this long. \return false when the time is over
 bool WaitForWorkers(int nMilliseconds = 30000);
