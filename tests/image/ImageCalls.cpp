@@ -30,7 +30,7 @@ constexpr DWORD arrRefused[] = {FOURCC_v210, FOURCC_r210, FOURCC_NV12, FOURCC_Y4
                                 FOURCC_YVU9, 0,           0xE436EB79};
 
 /// Bytes of a frame; 0 for a format that is refused and for rows of a negative length.
-unsigned long long FrameBytes(const PicProps& pic)
+unsigned long long ExpectedFrameBytes(const PicProps& pic)
 {
     for (const FormatSize& format : arrFormats)
     {
@@ -331,7 +331,7 @@ bool ImageCalls::IsUnchanged(eSlot slot) const
 bool ImageCalls::Open(Frame& frame, eSlot slot, DWORD fccType)
 {
     frame.pic = Picture(fccType);
-    const unsigned long long cbFrame = FrameBytes(frame.pic);
+    const unsigned long long cbFrame = ExpectedFrameBytes(frame.pic);
     frame.bRefused = cbFrame > UINT32_MAX;
     const auto cbCut = static_cast<size_t>(cbFrame & UINT32_MAX);
     if (frame.bRefused ? false : cbCut > cbLargest)
