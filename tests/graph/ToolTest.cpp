@@ -5,7 +5,9 @@
 #include "FrameWriter.h"
 #include "GraphSupport.h"
 #include "HResultText.h"
+#include "OptionValues.h"
 #include "TgaWriter.h"
+#include "UnfinishedFile.h"
 #include <dvdmedia.h>
 #include <gtest/gtest.h>
 #include <cstring>
@@ -45,9 +47,99 @@ TEST(HResultText, NamesCodesAndGivesTheirText)
     EXPECT_STREQ(HResultName(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)), "ERROR_FILE_NOT_FOUND");
     EXPECT_EQ(HResultName(static_cast<HRESULT>(0x8123BEEF)), nullptr);
     EXPECT_EQ(HResultText(static_cast<HRESULT>(0x8123BEEF)), "0x8123BEEF");
-    const std::string text = HResultText(E_INVALIDARG);
-    EXPECT_EQ(text.rfind("E_INVALIDARG (0x80070057): ", 0), 0u) << text;
+    const std::string text = HResultText(VFW_E_NOT_STOPPED);
+    EXPECT_EQ(text.rfind("VFW_E_NOT_STOPPED (0x80040224): ", 0), 0u) << text;
     EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
+}
+
+TEST(HResultText, LeavesOutTextsThatNameNoCause)
+{
+    for (const HRESULT hr : {E_FAIL, E_INVALIDARG, E_HANDLE, E_POINTER, E_UNEXPECTED})
+        EXPECT_EQ(HResultText(hr), HResultCode(hr));
+    EXPECT_EQ(HResultReason(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)), "file not found (0x80070002)");
+    EXPECT_EQ(HResultReason(VFW_E_NOT_STOPPED), HResultText(VFW_E_NOT_STOPPED));
+}
+
+TEST(OptionValues, ReadWhatIsMeant)
+{
+    const FrameSize size = ParseFrameSize("1280x-720");
+    EXPECT_EQ(size.width, 1280);
+    EXPECT_EQ(size.height, -720);
+    EXPECT_EQ(ParseWindowSize("20x10").height, 10);
+    EXPECT_EQ(ParsePosition("-3,5").x, -3);
+    EXPECT_EQ(ParseAspectRatio("16:9").x, 16);
+    EXPECT_EQ(ParseKeepAspect("letter-box"), eQGKA_LetterBox);
+    EXPECT_EQ(ParseFieldOrder("progressive"), eQGI_Progressive);
+    EXPECT_EQ(ParseFrameRate("29.97"), 29.97);
+}
+
+TEST(OptionValues, RefuseWhatIsNotAndSayWhatIsExpected)
+{
+    const auto refusal = [](const auto& parse, const char* text) -> std::string
+    {
+        try
+        {
+            parse(text);
+        }
+        catch (const UsageError& error)
+        {
+            return error.what();
+        }
+        return "";
+    };
+    for (const char* text : {"", "640", "640x", "x480", "640x480x", "640 x480", " 640x480", "640x480 ",
+                             "99999999999x1", "-1x1", "1x-2147483648"})
+        EXPECT_EQ(refusal(ParseFrameSize, text),
+                  "invalid size \"" + std::string(text) + "\": expected WIDTHxHEIGHT, for example 1280x720");
+    EXPECT_EQ(refusal(ParseWindowSize, "640x-480"),
+              "invalid window size \"640x-480\": expected WIDTHxHEIGHT, for example 1280x720");
+    EXPECT_EQ(refusal(ParsePosition, "1"), "invalid position \"1\": expected X,Y, for example 100,50");
+    for (const char* text : {"16/9", "0:9", "16:-9", "32768:1"})
+        EXPECT_EQ(refusal(ParseAspectRatio, text),
+                  "invalid aspect ratio \"" + std::string(text) + "\": expected X:Y, for example 16:9");
+    EXPECT_EQ(refusal(ParseKeepAspect, "wide"),
+              "invalid aspect mode \"wide\": expected default, none, letter-box or crop");
+    EXPECT_EQ(refusal(ParseFieldOrder, "both"),
+              "invalid order of fields \"both\": expected auto, top, bottom or progressive");
+    for (const char* text : {"", "0", "-25", "nan", "inf", "1e9", "25fps"})
+        EXPECT_EQ(refusal(ParseFrameRate, text),
+                  "invalid frame rate \"" + std::string(text) +
+                      "\": expected 0.001 to 10000000 frames a second, for example 29.97");
+}
+
+TEST(UnfinishedFile, IsGoneUnlessItIsFinished)
+{
+    const TempFolder folder;
+    const std::wstring path = folder.Name(L"x.bin");
+    {
+        const UnfinishedFile file(path);
+        EXPECT_TRUE(std::filesystem::exists(path + L".part"));
+        EXPECT_THROW(UnfinishedFile second(path), Failure) << "one at a time";
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+    {
+        UnfinishedFile file(path);
+        DWORD written = 0;
+        ASSERT_TRUE(WriteFile(file.File().get(), "abc", 3, &written, nullptr));
+        file.Finish(false);
+    }
+    EXPECT_EQ(ReadAll(path), (Bytes{'a', 'b', 'c'}));
+    EXPECT_FALSE(std::filesystem::exists(path + L".part"));
+}
+
+TEST(UnfinishedFile, ReplacesAnotherOnlyWhenAllowed)
+{
+    const TempFolder folder;
+    const std::wstring path = folder.Write(L"x.bin", {1});
+    {
+        UnfinishedFile file(path);
+        EXPECT_THROW(file.Finish(false), Failure);
+    }
+    EXPECT_EQ(ReadAll(path), Bytes{1});
+    EXPECT_FALSE(std::filesystem::exists(path + L".part"));
+    UnfinishedFile(path).Finish(true);
+    EXPECT_TRUE(ReadAll(path).empty());
+    EXPECT_THROW(UnfinishedFile(folder.Path().wstring()), Failure) << "a folder";
 }
 
 TEST(VideoFormat, TellsTheOrderOfRows)

@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "FilterGraph.h"
 #include "MediaType.h"
+#include "PictureCheck.h"
 #include <cstdio>
 
 VideoFormat PrintConnection(IBaseFilter* source, IBaseFilter* sink, const std::string& picture,
@@ -20,6 +21,17 @@ VideoFormat PrintConnection(IBaseFilter* source, IBaseFilter* sink, const std::s
     std::printf("media type  %s\n", Describe(format).c_str());
     std::printf("allocator   %s\n", DescribeAllocator(source, input).c_str());
     std::printf("sink        %s\n", sinkName.c_str());
+    const std::string warning = ConversionWarning(FromUtf8(picture), format.subtype);
+    if (!warning.empty())
+        std::printf("warning     %s\n", warning.c_str());
     std::fflush(stdout);
     return format;
+}
+
+void PrintUnshownEntries(const std::string& picture, size_t frames)
+{
+    PictureCheck check;
+    for (const std::string& line : FindUnshownEntries(FromUtf8(picture), frames, check))
+        std::printf("not shown   %s\n", line.c_str());
+    std::fflush(stdout);
 }

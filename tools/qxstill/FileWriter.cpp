@@ -23,5 +23,7 @@ HRESULT WriteWholeFile(const std::wstring& path, const void* bytes, size_t size)
     }
     if (!CloseHandle(file) && SUCCEEDED(hr))
         hr = DSTLLastError();
+    if (FAILED(hr))
+        DeleteFileW(path.c_str());
     return hr;
 }

@@ -1,20 +1,33 @@
 #include "FilterGraph.h"
 #include "Failure.h"
 
-CComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction)
+namespace
 {
+std::vector<CComPtr<IPin>> PinsOf(IBaseFilter* filter)
+{
+    std::vector<CComPtr<IPin>> result;
     CComPtr<IEnumPins> pins;
     if (FAILED(filter->EnumPins(&pins)))
-        return {};
+        return result;
     for (;;)
     {
         CComPtr<IPin> pin;
         if (pins->Next(1, &pin, nullptr) != S_OK)
-            return {};
+            return result;
+        result.push_back(pin);
+    }
+}
+} // namespace
+
+CComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction)
+{
+    for (const CComPtr<IPin>& pin : PinsOf(filter))
+    {
         PIN_DIRECTION found = PINDIR_INPUT;
         if (SUCCEEDED(pin->QueryDirection(&found)) && found == direction)
             return pin;
     }
+    return {};
 }
 
 FilterGraph::FilterGraph()
@@ -35,24 +48,32 @@ FilterGraph::FilterGraph()
 
 FilterGraph::~FilterGraph()
 {
-    if (m_control)
-        m_control->Stop();
-    if (!m_graph)
-        return;
-    for (;;)
-    {
-        // Removing a filter ends an enumeration, so each round starts a new one.
-        CComPtr<IEnumFilters> filters;
-        CComPtr<IBaseFilter> filter;
-        if (FAILED(m_graph->EnumFilters(&filters)) || filters->Next(1, &filter, nullptr) != S_OK ||
-            FAILED(m_graph->RemoveFilter(filter)))
-            return;
-    }
+    m_control->Stop();
+    while (!m_filters.empty())
+        Remove(CComPtr<IBaseFilter>(m_filters.back()));
 }
 
 void FilterGraph::Add(IBaseFilter* filter, const wchar_t* name)
 {
-    Check(m_graph->AddFilter(filter, name), "the graph refuses a filter");
+    Check(m_graph->AddFilter(filter, name), "the graph rejects a filter");
+    m_filters.push_back(filter);
+    // The platform hands a clock only to the filters that are there when it is set.
+    Check(filter->SetSyncSource(m_clock), "a filter rejects the clock");
+}
+
+void FilterGraph::Remove(IBaseFilter* filter)
+{
+    // One by one: the graph leaves a filter in whose neighbour does not stop, or that does not disconnect.
+    filter->Stop();
+    for (const CComPtr<IPin>& pin : PinsOf(filter))
+    {
+        CComPtr<IPin> peer;
+        if (pin->ConnectedTo(&peer) == S_OK)
+            m_graph->Disconnect(peer);
+        m_graph->Disconnect(pin);
+    }
+    m_graph->RemoveFilter(filter);
+    std::erase_if(m_filters, [&](const CComPtr<IBaseFilter>& added) { return added == filter; });
 }
 
 HRESULT FilterGraph::Connect(IBaseFilter* from, IBaseFilter* to)
@@ -77,6 +98,9 @@ void FilterGraph::Pause()
 void FilterGraph::UseDefaultClock()
 {
     Check(m_graph->SetDefaultSyncSource(), "the graph has no clock");
+    m_clock.Release();
+    Check(Query<IMediaFilter>(IID_IMediaFilter, "the graph has no clock")->GetSyncSource(&m_clock),
+          "the graph has no clock");
 }
 
 void FilterGraph::Stop()

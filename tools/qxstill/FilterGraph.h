@@ -4,11 +4,13 @@
 #include "Failure.h"
 #include <atlbase.h>
 #include <dshow.h>
+#include <vector>
 
 /// The pin of `filter` with that direction, the first one that is there; empty if there is none.
 CComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 
-/// Owns the platform's graph. Leaving the scope stops it and takes every filter out.
+/// Owns the platform's graph. Leaving the scope stops it and takes every filter out, also where one of them
+/// does not stop.
 class FilterGraph
 {
 public:
@@ -19,14 +21,16 @@ public:
     FilterGraph& operator=(const FilterGraph&) = delete;
 
     void Add(IBaseFilter* filter, const wchar_t* name);
-    void Remove(IBaseFilter* filter) { m_graph->RemoveFilter(filter); }
+    /// Stops the filter, disconnects its pins and takes it out.
+    void Remove(IBaseFilter* filter);
     /// Connects the first output pin of one filter to the first input pin of another, with no filter between.
     HRESULT Connect(IBaseFilter* from, IBaseFilter* to);
     /// Starts the graph.
     void Run();
     void Pause();
     void Stop();
-    /// Takes the platform's default clock instead of none: renderers then show each frame at its time.
+    /// Takes the platform's default clock instead of none, for the filters that are in the graph and those
+    /// that come: renderers then show each frame at its time.
     void UseDefaultClock();
 
     /// One of the graph's interfaces; throws Failure with `what` where it has none.
@@ -49,4 +53,6 @@ private:
     CComPtr<IMediaControl> m_control;
     CComPtr<IMediaEvent> m_events;
     HANDLE m_eventHandle = nullptr;
+    CComPtr<IReferenceClock> m_clock; // null: none
+    std::vector<CComPtr<IBaseFilter>> m_filters;
 };

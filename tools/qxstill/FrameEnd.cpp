@@ -3,7 +3,6 @@
 #include "FrameSink.h"
 #include "HResultText.h"
 #include "PlatformSink.h"
-#include <cstdio>
 
 CComPtr<IBaseFilter> ConnectFrameEnd(FilterGraph& graph, IBaseFilter* source, FrameReceiver& receiver,
                                      const std::string& wish, std::string& name)
@@ -38,12 +37,8 @@ CComPtr<IBaseFilter> ConnectFrameEnd(FilterGraph& graph, IBaseFilter* source, Fr
     const HRESULT hrOwn = graph.Connect(source, own);
     if (FAILED(hrOwn))
         throw Failure("the filter does not connect", hrOwn);
-    const char* reason = HResultName(hr);
-    char number[16] = {};
-    std::snprintf(number, sizeof(number), "0x%08lX", static_cast<unsigned long>(hr));
     name = "of this program";
     if (FAILED(hr))
-        name += std::string(" (the platform's sample grabber does not connect: ") +
-                (reason ? reason : number) + ")";
+        name += " (the platform's sample grabber does not connect: " + HResultCode(hr) + ")";
     return own;
 }

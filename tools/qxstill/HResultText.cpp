@@ -2,7 +2,9 @@
 #include "Failure.h"
 #include <dshow.h>
 #include <errors.h>
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace
 {
@@ -268,6 +270,34 @@ std::wstring PlatformText(HRESULT hr)
         return text;
     return mediaFirst ? SystemText(hr) : MediaText(hr);
 }
+
+struct WordedResult
+{
+    HRESULT hr;
+    const char* words;
+};
+
+const WordedResult g_fileResults[] = {
+    {HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), "file not found"},
+    {HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), "folder not found"},
+    {HRESULT_FROM_WIN32(ERROR_INVALID_NAME), "no file has such a name"},
+    {HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), "access denied"},
+    {HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION), "another program has the file open"},
+};
+
+// The platform's texts for these name no cause ("Invalid parameter.", "Call failed.").
+bool SaysNothing(HRESULT hr)
+{
+    static const HRESULT vague[] = {E_FAIL, E_INVALIDARG, E_POINTER, E_HANDLE, E_UNEXPECTED};
+    return std::find(std::begin(vague), std::end(vague), hr) != std::end(vague);
+}
+
+std::string Number(HRESULT hr)
+{
+    char number[16] = {};
+    std::snprintf(number, sizeof(number), "0x%08lX", static_cast<unsigned long>(hr));
+    return number;
+}
 } // namespace
 
 const char* HResultName(HRESULT hr)
@@ -280,14 +310,24 @@ const char* HResultName(HRESULT hr)
     return nullptr;
 }
 
+std::string HResultCode(HRESULT hr)
+{
+    const char* name = HResultName(hr);
+    return name ? std::string(name) + " (" + Number(hr) + ")" : Number(hr);
+}
+
+std::string HResultReason(HRESULT hr)
+{
+    for (const WordedResult& result : g_fileResults)
+    {
+        if (result.hr == hr)
+            return std::string(result.words) + " (" + Number(hr) + ")";
+    }
+    return HResultText(hr);
+}
+
 std::string HResultText(HRESULT hr)
 {
-    char number[16] = {};
-    std::snprintf(number, sizeof(number), "0x%08lX", static_cast<unsigned long>(hr));
-    const char* name = HResultName(hr);
-    std::string text = name ? std::string(name) + " (" + number + ")" : std::string(number);
-    const std::wstring words = PlatformText(hr);
-    if (!words.empty())
-        text += ": " + ToUtf8(words);
-    return text;
+    const std::wstring words = SaysNothing(hr) ? std::wstring() : PlatformText(hr);
+    return HResultCode(hr) + (words.empty() ? "" : ": " + ToUtf8(words));
 }

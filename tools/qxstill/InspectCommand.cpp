@@ -1,8 +1,10 @@
 #include "InspectCommand.h"
 #include "Com.h"
+#include "Connection.h"
 #include "Failure.h"
 #include "HResultText.h"
 #include "MediaType.h"
+#include "PictureNames.h"
 #include "QXStillSource.h"
 #include "VideoFormat.h"
 #include <cstdio>
@@ -69,15 +71,18 @@ std::string GuidText(const GUID& guid)
     return ToUtf8(text);
 }
 
-std::string Name(const char* const* names, size_t count, long value)
+std::string Name(const wchar_t* const* names, long value)
 {
-    return value >= 0 && static_cast<size_t>(value) < count ? names[value] : std::to_string(value);
+    for (long i = 0; names[i]; ++i)
+    {
+        if (i == value)
+            return ToUtf8(names[i]);
+    }
+    return std::to_string(value);
 }
 
 void PrintProperties(IBaseFilter* source)
 {
-    static const char* const aspects[] = {"default", "none", "letter-box", "crop"};
-    static const char* const fields[] = {"auto", "top", "bottom", "progressive"};
     const CComPtr<IFileSourceFilter> file = Ask<IFileSourceFilter>(source);
     LPOLESTR name = nullptr;
     if (file && SUCCEEDED(file->GetCurFile(&name, nullptr)))
@@ -92,20 +97,20 @@ void PrintProperties(IBaseFilter* source)
     int width = 0;
     int height = 0;
     QG_VID_PROPS properties = {};
-    Check(control->GetOutputFormat(&format, &width, &height), "the filter does not tell its format");
-    Check(control->GetOutputProps(&properties), "the filter does not tell its properties");
+    Check(control->GetOutputFormat(&format, &width, &height), "the filter does not report its format");
+    Check(control->GetOutputProps(&properties), "the filter does not report its properties");
     std::printf(
         "  asked for   format \"%s\", %d x %d, %g frames/s, aspect %s, shape %d:%d, fields %s (0: left to "
         "the picture)\n",
         ToUtf8(format ? static_cast<const wchar_t*>(format) : L"").c_str(), width, height, properties.dblRate,
-        Name(aspects, 4, properties.eKeepAspect).c_str(), properties.nAspectX, properties.nAspectY,
-        Name(fields, 4, properties.eInterlace).c_str());
+        Name(arrKeepAspectNames, properties.eKeepAspect).c_str(), properties.nAspectX, properties.nAspectY,
+        Name(arrInterlaceNames, properties.eInterlace).c_str());
 }
 
 void PrintTypes(IPin* pin)
 {
     CComPtr<IEnumMediaTypes> types;
-    Check(pin->EnumMediaTypes(&types), "the pin does not tell its media types");
+    Check(pin->EnumMediaTypes(&types), "the pin does not report its media types");
     for (int count = 0;; ++count)
     {
         AM_MEDIA_TYPE* type = nullptr;
@@ -159,9 +164,9 @@ void PrintSeeking(IPin* pin)
     LONGLONG current = 0;
     LONGLONG stop = 0;
     LONGLONG duration = 0;
-    Check(seeking->GetCapabilities(&capabilities), "the pin does not tell what it can seek");
-    Check(seeking->GetPositions(&current, &stop), "the pin does not tell its position");
-    Check(seeking->GetDuration(&duration), "the pin does not tell its length");
+    Check(seeking->GetCapabilities(&capabilities), "the pin does not report what it can seek");
+    Check(seeking->GetPositions(&current, &stop), "the pin does not report its position");
+    Check(seeking->GetDuration(&duration), "the pin does not report its length");
     std::printf("  seeking     capabilities 0x%lX, at %.3f s, to %.3f s, %.3f s long\n", capabilities,
                 static_cast<double>(current) / 1e7, static_cast<double>(stop) / 1e7,
                 static_cast<double>(duration) / 1e7);
@@ -181,11 +186,11 @@ void PrintPages(IPin* pin)
 void PrintPin(IPin* pin)
 {
     PIN_INFO info = {};
-    Check(pin->QueryPinInfo(&info), "a pin does not tell about itself");
+    Check(pin->QueryPinInfo(&info), "a pin does not describe itself");
     if (info.pFilter)
         info.pFilter->Release();
     LPWSTR id = nullptr;
-    Check(pin->QueryId(&id), "a pin does not tell its identifier");
+    Check(pin->QueryId(&id), "a pin does not report its identifier");
     std::printf("pin \"%s\", %s, identifier \"%s\"\n", ToUtf8(info.achName).c_str(),
                 info.dir == PINDIR_OUTPUT ? "output" : "input", ToUtf8(id).c_str());
     CoTaskMemFree(id);
@@ -201,13 +206,14 @@ void Inspect(const SourceOptions& options)
     const CComPtr<IBaseFilter> source = CreateSource();
     SetUpSource(source, options);
     CLSID clsid = {};
-    Check(source->GetClassID(&clsid), "the filter does not tell its class");
+    Check(source->GetClassID(&clsid), "the filter does not report its class");
     std::printf("filter %s\n", GuidText(clsid).c_str());
     PrintInterfaces(source, g_filterInterfaces);
     PrintProperties(source);
+    PrintUnshownEntries(options.picture, SIZE_MAX);
 
     CComPtr<IEnumPins> pins;
-    Check(source->EnumPins(&pins), "the filter does not tell its pins");
+    Check(source->EnumPins(&pins), "the filter does not report its pins");
     for (;;)
     {
         CComPtr<IPin> pin;

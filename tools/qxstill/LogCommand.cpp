@@ -1,6 +1,7 @@
 #include "LogCommand.h"
 #include "Failure.h"
 #include "HResultText.h"
+#include "Interrupt.h"
 #include "LogDll.h"
 #include "LogKey.h"
 #include "LogTail.h"
@@ -47,15 +48,6 @@ void TellFile(const std::wstring& dll)
     const HRESULT hr = TryFile(file);
     if (FAILED(hr))
         throw Failure("the log \"" + ToUtf8(file) + "\" cannot be written, so nothing is logged", hr);
-}
-
-// Set when the user interrupts the program.
-HANDLE g_interrupted = nullptr;
-
-BOOL WINAPI OnInterrupt(DWORD)
-{
-    SetEvent(g_interrupted);
-    return TRUE;
 }
 
 void Print(std::string_view bytes)
@@ -110,7 +102,6 @@ void RunLogTail(const LogTailOptions& options)
     tail.PutLast(options.lines, Print);
     if (!options.follow)
         return;
-    g_interrupted = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    SetConsoleCtrlHandler(OnInterrupt, TRUE);
-    tail.Follow(g_interrupted, Print);
+    const Interrupt interrupt;
+    tail.Follow(interrupt.Event(), Print);
 }

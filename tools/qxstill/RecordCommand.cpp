@@ -1,9 +1,12 @@
 #include "RecordCommand.h"
 #include "AviEnd.h"
+#include "AviSize.h"
 #include "Clock.h"
 #include "Com.h"
 #include "Connection.h"
-#include "Failure.h"
+#include "FormatChoice.h"
+#include "Interrupt.h"
+#include "PictureCheck.h"
 #include <cstdio>
 #include <filesystem>
 
@@ -21,67 +24,145 @@ void SetLength(IBaseFilter* source, REFERENCE_TIME frameTime, long frames)
     LONGLONG stop = (frames - 1) * frameTime;
     Check(
         seeking->SetPositions(&start, AM_SEEKING_AbsolutePositioning, &stop, AM_SEEKING_AbsolutePositioning),
-        "the filter refuses the length");
+        "the filter rejects the length");
 }
 
-// Waits for the end of the stream. Throws if the graph aborts, or the file stops growing.
-void WaitForEnd(FilterGraph& graph, const StreamFile& file, double timeout)
+// Neither a picture nor, without --force, any other file is written over.
+void CheckTarget(const RecordOptions& options, const std::filesystem::path& path)
 {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        return; // there is nothing to write over; what else is wrong shows when it is made
+    for (const std::wstring& picture : ExpandPictureName(FromUtf8(options.source.picture)))
+    {
+        if (std::filesystem::equivalent(picture, path, error))
+            throw Failure("cannot write \"" + options.out +
+                          "\": it is one of the pictures to record; choose another --out");
+    }
+    if (!options.force)
+        throw Failure("cannot write \"" + options.out +
+                      "\": the file exists; choose another --out, or --force to overwrite it");
+}
+
+void CheckFile(const StreamFile& file, const std::string& name)
+{
+    if (FAILED(file.Result()))
+        throw Failure("cannot write \"" + name + "\"", file.Result());
+}
+
+// Waits for the end of the stream. Throws if the graph aborts, or the file fails or stops growing.
+// @param interrupted null: nothing interrupts the wait @return false where the user has interrupted it
+bool WaitForEnd(FilterGraph& graph, const StreamFile& file, const RecordOptions& options, HANDLE interrupted)
+{
+    const HANDLE handles[] = {file.FailedEvent(), graph.EventHandle(), interrupted};
+    const DWORD count = interrupted ? 3 : 2;
     for (ULONGLONG before = 0;;)
     {
-        const DWORD wait = WaitForSingleObject(graph.EventHandle(), static_cast<DWORD>(timeout * 1000));
+        const DWORD wait =
+            WaitForMultipleObjects(count, handles, FALSE, static_cast<DWORD>(options.timeout * 1000));
+        if (wait == WAIT_OBJECT_0 + 2)
+            return false;
+        CheckFile(file, options.out);
         long code = 0;
         HRESULT result = S_OK;
-        while (wait == WAIT_OBJECT_0 && graph.NextEvent(code, result))
+        while (graph.NextEvent(code, result))
         {
             if (code == EC_COMPLETE)
-                return;
+                return true;
             if (code == EC_ERRORABORT)
                 throw Failure("the graph aborts", result);
         }
-        Check(file.Result(), "the file cannot be written");
         const ULONGLONG size = file.Size();
         if (wait == WAIT_TIMEOUT && size == before)
         {
             char text[128] = {};
             std::snprintf(text, sizeof(text),
                           "the stream did not end: %llu bytes, and no more within %g seconds",
-                          static_cast<unsigned long long>(size), timeout);
+                          static_cast<unsigned long long>(size), options.timeout);
             throw Failure(text);
         }
         before = size;
     }
 }
 
-void Record(const RecordOptions& options)
+// Stops the source at the end of a scope. A graph stops its filters from the last one on, and the platform's
+// mux does not survive that amid a frame.
+class SourceGuard
 {
-    const CComPtr<IBaseFilter> source = CreateSource();
-    SetUpSource(source, options.source);
+public:
+    explicit SourceGuard(IBaseFilter* source) : m_source(source) {}
+    ~SourceGuard() { m_source->Stop(); }
+    SourceGuard(const SourceGuard&) = delete;
+    SourceGuard& operator=(const SourceGuard&) = delete;
 
+private:
+    IBaseFilter* const m_source;
+};
+
+// Ends a stream early, but behind a whole frame.
+void EndStream(IBaseFilter* source, IBaseFilter* mux)
+{
+    Check(source->Stop(), "the filter does not stop");
+    Check(FindPin(mux, PINDIR_INPUT)->EndOfStream(), "the AVI mux does not end the stream");
+}
+
+std::string FramesOf(uint32_t count, const RecordOptions& options)
+{
+    return std::to_string(count) + " of " + std::to_string(options.frames) + " frames";
+}
+} // namespace
+
+void Record(IBaseFilter* source, const RecordOptions& options, HANDLE interrupted, const WriteBytes& write)
+{
     const std::filesystem::path path(FromUtf8(options.out));
+    SetUpSource(source, options.source);
+    CheckTarget(options, path);
     std::error_code ignored; // the file's own failure says what is wrong
     std::filesystem::create_directories(path.parent_path(), ignored);
-    StreamFile file(path.wstring());
+    UnfinishedFile target(path.wstring());
+    StreamFile file(target.File(), write);
+
     FilterGraph graph;
     graph.Add(source, L"QXStillSource");
     CComPtr<IBaseFilter> mux;
-    Check(ConnectAviMux(graph, source, file, mux), "the filter does not connect to the AVI mux");
+    ChooseFormat(source, options.source, {"RGB32"}, "the AVI mux", [](const VideoFormat&) { return true; });
+    Check(ConnectAviMux(graph, source, file, mux),
+          "the filter does not connect to the AVI mux, which takes neither --fields nor --shape");
     const VideoFormat format = PrintConnection(source, mux, options.source.picture, "the platform's AVI mux");
+    CheckAviSize(format, options.frames);
+    PrintUnshownEntries(options.source.picture, static_cast<size_t>(options.frames));
     SetLength(source, format.frameTime, options.frames);
 
+    const SourceGuard guard(source);
     const LONGLONG start = Tick();
     graph.Run();
-    WaitForEnd(graph, file, options.timeout);
+    const bool isWhole = WaitForEnd(graph, file, options, interrupted);
+    if (!isWhole)
+    {
+        EndStream(source, mux);
+        WaitForEnd(graph, file, options, nullptr);
+    }
     graph.Stop(); // writes the index and the headers
-    Check(file.Result(), "the file cannot be written");
-    std::printf("frames      %ld in %s, %llu bytes\n", options.frames, options.out.c_str(),
-                static_cast<unsigned long long>(file.Size()));
+    CheckFile(file, options.out);
+    const uint32_t count = CountAviFrames(target.File().get());
+    if (isWhole && count != static_cast<uint32_t>(options.frames))
+        throw Failure("the AVI mux has written " + FramesOf(count, options) + "; no file is left");
+    if (count == 0)
+        throw Failure("interrupted before the first frame; no file is left");
+    const ULONGLONG size = file.Size();
+    target.Finish(options.force);
+    std::printf("frames      %u in %s, %llu bytes\n", count, options.out.c_str(),
+                static_cast<unsigned long long>(size));
     std::printf("time        %.1f ms\n", Milliseconds(start, Tick()));
+    std::fflush(stdout);
+    if (!isWhole)
+        throw Failure("interrupted after " + FramesOf(count, options) + "; \"" + options.out +
+                      "\" has these");
 }
-} // namespace
 
 void RunRecord(const RecordOptions& options)
 {
     const ComApartment com(COINIT_MULTITHREADED);
-    Record(options);
+    const Interrupt interrupt;
+    Record(CreateSource(), options, interrupt.Event());
 }

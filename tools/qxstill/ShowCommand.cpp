@@ -4,6 +4,7 @@
 #include "Connection.h"
 #include "Failure.h"
 #include "FilterGraph.h"
+#include "FormatChoice.h"
 #include "QXStillSource.h"
 #include "VideoRenderers.h"
 #include <algorithm>
@@ -11,6 +12,9 @@
 
 namespace
 {
+// What renderers take, the most frequent one first.
+const std::vector<std::string> g_rendererFormats = {"RGB32", "RGB24", "YUY2", "UYVY", "YV12"};
+
 const VideoRenderer& FindRenderer(const std::string& name)
 {
     const std::vector<VideoRenderer>& renderers = VideoRenderers();
@@ -21,36 +25,23 @@ const VideoRenderer& FindRenderer(const std::string& name)
     return *found;
 }
 
-// Two numbers of the command line; throws Failure for anything else.
-void ReadNumbers(const std::string& text, const char* pattern, const char* what, int& first, int& second)
-{
-    char rest = 0;
-    if (std::sscanf(text.c_str(), pattern, &first, &second, &rest) != 2)
-        throw Failure("\"" + text + "\" is no " + what);
-}
-
 void PlaceWindow(IVideoWindow* window, const VideoFormat& format, const ShowOptions& options)
 {
     constexpr long g_framed = WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN;
     constexpr long g_bare = WS_POPUP | WS_CLIPCHILDREN;
     const long style = options.borderless ? g_bare : g_framed;
-    Check(window->put_WindowStyle(style), "the renderer refuses the window's style");
-    Check(window->put_Caption(CComBSTR(L"qxstill")), "the renderer refuses the window's title");
-    int width = format.width;
-    int height = format.height;
-    if (!options.window.empty())
-        ReadNumbers(options.window, "%dx%d%c", "size: WIDTHxHEIGHT is expected", width, height);
+    Check(window->put_WindowStyle(style), "the renderer rejects the window's style");
+    Check(window->put_Caption(CComBSTR(L"qxstill")), "the renderer rejects the window's title");
+    const int width = options.window.width > 0 ? options.window.width : format.width;
+    const int height = options.window.height > 0 ? options.window.height : format.height;
     RECT area = {0, 0, width, height};
     AdjustWindowRectEx(&area, static_cast<DWORD>(style), FALSE, 0);
-    Check(window->put_Width(area.right - area.left), "the renderer refuses the window's width");
-    Check(window->put_Height(area.bottom - area.top), "the renderer refuses the window's height");
-    if (!options.position.empty())
+    Check(window->put_Width(area.right - area.left), "the renderer rejects the window's width");
+    Check(window->put_Height(area.bottom - area.top), "the renderer rejects the window's height");
+    if (options.position)
     {
-        int x = 0;
-        int y = 0;
-        ReadNumbers(options.position, "%d,%d%c", "position: X,Y is expected", x, y);
-        Check(window->put_Left(x), "the renderer refuses the window's position");
-        Check(window->put_Top(y), "the renderer refuses the window's position");
+        Check(window->put_Left(options.position->x), "the renderer rejects the window's position");
+        Check(window->put_Top(options.position->y), "the renderer rejects the window's position");
     }
 }
 
@@ -99,7 +90,15 @@ void ChangeRate(FilterGraph& graph, IBaseFilter* source, double rate)
     CComPtr<IQXStillSource> control;
     Check(source->QueryInterface(__uuidof(IQXStillSource), reinterpret_cast<void**>(&control)),
           "the filter has no IQXStillSource");
-    Check(control->SetFrameRate(rate), "the stopped filter refuses the new frame rate");
+    Check(control->SetFrameRate(rate), "the stopped filter rejects the new frame rate");
+}
+
+// How many frames there will be.
+size_t FramesOf(const ShowOptions& options, const VideoFormat& format)
+{
+    if (options.seconds <= 0 || format.frameTime <= 0)
+        return SIZE_MAX;
+    return static_cast<size_t>(options.seconds * 1e7 / static_cast<double>(format.frameTime)) + 1;
 }
 
 void Show(const ShowOptions& options)
@@ -113,12 +112,14 @@ void Show(const ShowOptions& options)
     graph.UseDefaultClock();
     graph.Add(source, L"QXStillSource");
     graph.Add(renderer, L"Renderer");
-    const HRESULT hr = graph.Connect(source, renderer);
-    if (FAILED(hr))
-        throw Failure("the filter does not connect to " + std::string(kind.title) +
-                          "; another --format may do (RGB32 and RGB24 are what most renderers take)",
+    HRESULT hr = E_FAIL;
+    const auto connects = [&](const VideoFormat&) { return SUCCEEDED(hr = graph.Connect(source, renderer)); };
+    if (!ChooseFormat(source, options.source, g_rendererFormats, kind.title, connects))
+        throw Failure(std::string(kind.title) + " does not take the filter's frames" +
+                          (options.source.format.empty() ? "" : "; leave out --format to have one chosen"),
                       hr);
     const VideoFormat format = PrintConnection(source, renderer, options.source.picture, kind.title);
+    PrintUnshownEntries(options.source.picture, FramesOf(options, format));
     PlaceWindow(graph.Query<IVideoWindow>(IID_IVideoWindow, "the renderer has no window"), format, options);
 
     graph.Run();

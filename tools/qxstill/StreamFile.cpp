@@ -1,5 +1,6 @@
 #include "StreamFile.h"
 #include "Failure.h"
+#include <utility>
 
 namespace
 {
@@ -9,25 +10,48 @@ LARGE_INTEGER Large(ULONGLONG value)
     large.QuadPart = static_cast<LONGLONG>(value);
     return large;
 }
+
+SharedFile OpenFile(const std::wstring& path)
+{
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        throw Failure("cannot write \"" + ToUtf8(path) + "\"", DSTLLastError());
+    return SharedFile(file, CloseHandle);
+}
 } // namespace
 
-StreamFile::StreamFile(const std::wstring& path)
-    : m_file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                         FILE_ATTRIBUTE_NORMAL, nullptr))
+HRESULT WriteToFile(HANDLE file, const void* bytes, ULONG count)
 {
-    if (m_file == INVALID_HANDLE_VALUE)
-        throw Failure("cannot write \"" + ToUtf8(path) + "\"", DSTLLastError());
+    DWORD done = 0;
+    if (!WriteFile(file, bytes, count, &done, nullptr))
+        return DSTLLastError();
+    return done == count ? S_OK : HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+}
+
+StreamFile::StreamFile(const std::wstring& path) : StreamFile(OpenFile(path)) {}
+
+StreamFile::StreamFile(SharedFile file, WriteBytes write)
+    : m_file(std::move(file)), m_write(std::move(write)),
+      m_failed(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+{
 }
 
 StreamFile::~StreamFile()
 {
-    CloseHandle(m_file);
+    CloseHandle(m_failed);
+}
+
+HRESULT StreamFile::Result() const
+{
+    const std::lock_guard<std::mutex> lock(m_lock);
+    return m_result;
 }
 
 ULONGLONG StreamFile::Size() const
 {
     LARGE_INTEGER size = {};
-    GetFileSizeEx(m_file, &size);
+    GetFileSizeEx(m_file.get(), &size);
     return static_cast<ULONGLONG>(size.QuadPart);
 }
 
@@ -47,13 +71,10 @@ HRESULT StreamFile::OnFrame(IMediaSample* sample)
     // A sample says where its bytes belong by its times, and the difference of the two is their number.
     if (SUCCEEDED(hr) && (start < 0 || end < start || end - start > sample->GetSize()))
         hr = E_INVALIDARG;
-    if (FAILED(hr))
-    {
-        m_result = hr;
-        return hr;
-    }
     const std::lock_guard<std::mutex> lock(m_lock);
-    return WriteAt(static_cast<ULONGLONG>(start), bytes, static_cast<ULONG>(end - start), nullptr);
+    if (FAILED(hr))
+        return Note(hr);
+    return WriteAt(static_cast<ULONGLONG>(start), bytes, static_cast<ULONG>(end - start));
 }
 
 STDMETHODIMP StreamFile::QueryInterface(REFIID riid, void** object)
@@ -70,8 +91,8 @@ STDMETHODIMP StreamFile::Read(void* bytes, ULONG count, ULONG* read)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
     DWORD done = 0;
-    if (!SetFilePointerEx(m_file, Large(m_position), nullptr, FILE_BEGIN) ||
-        !ReadFile(m_file, bytes, count, &done, nullptr))
+    if (!SetFilePointerEx(m_file.get(), Large(m_position), nullptr, FILE_BEGIN) ||
+        !ReadFile(m_file.get(), bytes, count, &done, nullptr))
         return DSTLLastError();
     m_position += done;
     if (read)
@@ -79,29 +100,33 @@ STDMETHODIMP StreamFile::Read(void* bytes, ULONG count, ULONG* read)
     return done == count ? S_OK : S_FALSE;
 }
 
-HRESULT StreamFile::WriteAt(ULONGLONG position, const void* bytes, ULONG count, ULONG* written)
+HRESULT StreamFile::Note(HRESULT hr)
 {
-    DWORD done = 0;
-    HRESULT hr = S_OK;
-    if (!SetFilePointerEx(m_file, Large(position), nullptr, FILE_BEGIN) ||
-        !WriteFile(m_file, bytes, count, &done, nullptr))
-        hr = DSTLLastError();
-    else if (done != count)
-        hr = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
-    if (written)
-        *written = done;
-    if (FAILED(hr))
+    if (SUCCEEDED(m_result) && FAILED(hr))
+    {
         m_result = hr;
-    return hr;
+        SetEvent(m_failed);
+    }
+    return m_result;
+}
+
+HRESULT StreamFile::WriteAt(ULONGLONG position, const void* bytes, ULONG count)
+{
+    if (FAILED(m_result))
+        return m_result;
+    if (!SetFilePointerEx(m_file.get(), Large(position), nullptr, FILE_BEGIN))
+        return Note(DSTLLastError());
+    return Note(m_write(m_file.get(), bytes, count));
 }
 
 STDMETHODIMP StreamFile::Write(const void* bytes, ULONG count, ULONG* written)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
-    const HRESULT hr = WriteAt(m_position, bytes, count, written);
-    if (SUCCEEDED(hr))
-        m_position += count;
-    return hr;
+    WriteAt(m_position, bytes, count);
+    m_position += count;
+    if (written)
+        *written = count;
+    return S_OK;
 }
 
 STDMETHODIMP StreamFile::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position)
@@ -125,8 +150,9 @@ STDMETHODIMP StreamFile::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* 
 STDMETHODIMP StreamFile::SetSize(ULARGE_INTEGER size)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
-    if (!SetFilePointerEx(m_file, Large(size.QuadPart), nullptr, FILE_BEGIN) || !SetEndOfFile(m_file))
-        return DSTLLastError();
+    if (SUCCEEDED(m_result) && (!SetFilePointerEx(m_file.get(), Large(size.QuadPart), nullptr, FILE_BEGIN) ||
+                                !SetEndOfFile(m_file.get())))
+        Note(DSTLLastError());
     return S_OK;
 }
 

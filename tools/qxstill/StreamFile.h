@@ -2,23 +2,36 @@
 /// A file as the end of a graph that delivers bytes, as a multiplexer does.
 
 #include "SampleReceiver.h"
-#include <atomic>
+#include "UnfinishedFile.h"
+#include <functional>
 #include <mutex>
 #include <string>
 
+/// Writes all bytes at the file's own position.
+using WriteBytes = std::function<HRESULT(HANDLE file, const void* bytes, ULONG count)>;
+HRESULT WriteToFile(HANDLE file, const void* bytes, ULONG count);
+
 /// Takes a stream of bytes. A sample's start time is the offset of its bytes in the file; headers and indexes
 /// that are known only at the end come through the stream that the pin offers. Has to outlive the graph.
+///
+/// The first failure of the file stays in Result. From then on nothing is written: a sample is refused, so
+/// that its stream ends, but the stream takes what comes, as a multiplexer whose index is refused does not
+/// stop.
 class StreamFile final : public SampleReceiver, public IStream
 {
 public:
     /// Makes the file, over one that is there. Throws Failure.
     explicit StreamFile(const std::wstring& path);
+    /// Writes to an open, empty file.
+    explicit StreamFile(SharedFile file, WriteBytes write = WriteToFile);
     ~StreamFile();
     StreamFile(const StreamFile&) = delete;
     StreamFile& operator=(const StreamFile&) = delete;
 
     /// S_OK, or the first failure of the file.
-    HRESULT Result() const { return m_result; }
+    HRESULT Result() const;
+    /// Set once there is a failure. Owned by the object.
+    HANDLE FailedEvent() const { return m_failed; }
     /// Bytes from the start of the file to the end of the last of them.
     ULONGLONG Size() const;
 
@@ -47,10 +60,14 @@ public:
     STDMETHODIMP Clone(IStream**) override { return E_NOTIMPL; }
 
 private:
-    HRESULT WriteAt(ULONGLONG position, const void* bytes, ULONG count, ULONG* written);
+    // Both under m_lock, with m_result as their result.
+    HRESULT WriteAt(ULONGLONG position, const void* bytes, ULONG count);
+    HRESULT Note(HRESULT hr);
 
-    mutable std::mutex m_lock; // guards the file's own position and m_position
-    HANDLE m_file;
-    ULONGLONG m_position = 0; // of the stream
-    std::atomic<HRESULT> m_result{S_OK};
+    const SharedFile m_file;
+    const WriteBytes m_write;
+    const HANDLE m_failed;
+    mutable std::mutex m_lock; // guards the file's own position and the members below
+    ULONGLONG m_position = 0;  // of the stream
+    HRESULT m_result = S_OK;
 };

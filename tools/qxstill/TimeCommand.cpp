@@ -3,6 +3,7 @@
 #include "Com.h"
 #include "Connection.h"
 #include "FilterGraph.h"
+#include "FormatChoice.h"
 #include "FrameEnd.h"
 #include "WaitForFrames.h"
 #include <cstdio>
@@ -29,12 +30,14 @@ void Time(const TimeOptions& options)
 {
     const CComPtr<IBaseFilter> source = CreateSource();
     SetUpSource(source, options.source);
+    ChooseFormat(source, options.source, {"RGB32"}, "the sink", [](const VideoFormat&) { return true; });
     FrameCollector collector({}, options.frames);
     FilterGraph graph;
     graph.Add(source, L"QXStillSource");
     std::string sinkName;
     const CComPtr<IBaseFilter> sink = ConnectFrameEnd(graph, source, collector, options.sink, sinkName);
     const VideoFormat format = PrintConnection(source, sink, options.source.picture, sinkName);
+    PrintUnshownEntries(options.source.picture, static_cast<size_t>(options.frames));
 
     const LONGLONG start = Tick();
     graph.Run();

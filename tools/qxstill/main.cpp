@@ -33,25 +33,37 @@ std::vector<std::string> Arguments()
     return arguments;
 }
 
+// An option whose text is read by a function of OptionValues.h.
+template <class T, class Value>
+CLI::Option* AddParsed(CLI::App* command, const char* name, T& target, Value (*parse)(const std::string&),
+                       const char* help)
+{
+    return command
+        ->add_option_function<std::string>(
+            name, [&target, parse](const std::string& text) { target = parse(text); }, help)
+        ->take_last();
+}
+
 // What all commands that use the filter have in common.
 void AddSource(CLI::App* command, SourceOptions& options)
 {
     command->footer("The filter has to be registered: regsvr32 QXStillSource.dll");
     command->add_option("--picture", options.picture,
                         "Picture file, or any other name that the filter knows (default: bars)");
-    command->add_option("--format", options.format,
-                        "Pixel format to ask for, as RGB32 or UYVY (default: the picture's)");
-    command->add_option("--size", options.size, "Frame size to ask for, as 720x576 (default: the picture's)");
-    command->add_option("--rate", options.rate, "Frames a second to ask for (default: 25)")
-        ->check(CLI::PositiveNumber);
     command->add_option(
-        "--aspect", options.aspect,
-        "Picture and frame of different shapes: none (stretched), letter-box, crop, or default: "
-        "letter-box where both width and height differ (default: crop)");
-    command->add_option("--shape", options.pictureShape,
-                        "Aspect ratio of the frame on the screen, as 16:9 (default: the pixels are square)");
-    command->add_option("--fields", options.fields,
-                        "Order of fields to announce: auto, top, bottom or progressive (default: auto)");
+        "--format", options.format,
+        "Pixel format to ask for, as RGB32 or UYVY (default: the picture's, or another that the "
+        "sink takes)");
+    AddParsed(command, "--size", options.size, ParseFrameSize,
+              "Frame size to ask for, as 720x576 (default: the picture's)");
+    AddParsed(command, "--rate", options.rate, ParseFrameRate, "Frames a second to ask for (default: 25)");
+    AddParsed(command, "--aspect", options.aspect, ParseKeepAspect,
+              "Picture and frame of different shapes: none (stretched), letter-box, crop, or default: "
+              "letter-box where both width and height differ (default: crop)");
+    AddParsed(command, "--shape", options.pictureShape, ParseAspectRatio,
+              "Aspect ratio of the frame on the screen, as 16:9 (default: the pixels are square)");
+    AddParsed(command, "--fields", options.fields, ParseFieldOrder,
+              "Order of fields to announce: auto, top, bottom or progressive (default: auto)");
 }
 
 // The end of a graph that takes frames.
@@ -86,9 +98,12 @@ void AddGrab(CLI::App& app, GrabOptions& options)
 void AddRecord(CLI::App& app, RecordOptions& options)
 {
     CLI::App* record = app.add_subcommand(
-        "record", "Write frames to an AVI file, uncompressed, through the platform's AVI mux.");
+        "record", "Write frames to an AVI file, uncompressed, through the platform's AVI mux.\n"
+                  "Ctrl+C ends it: the file then has the frames up to there, and the exit code is 1.");
     AddSource(record, options.source);
-    record->add_option("--out", options.out, "File to write")->required();
+    record->add_option("--out", options.out, "File to write; it appears when it is whole")->required();
+    record->add_flag("--force", options.force,
+                     "Write over an existing file, but never over a picture to record");
     record->add_option("--frames", options.frames, "How many frames")
         ->check(CLI::Range(2L, 1000000L))
         ->capture_default_str();
@@ -112,14 +127,13 @@ void AddShow(CLI::App& app, ShowOptions& options)
     show->add_option("--seconds", options.seconds, "How long; 0: until the window is closed")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
-    show->add_option("--window", options.window,
-                     "Size of the picture's area, as 720x576 (default: the frame's)");
-    show->add_option("--position", options.position, "The window's upper left corner, as 100,50");
+    AddParsed(show, "--window", options.window, ParseWindowSize,
+              "Size of the picture's area, as 720x576 (default: the frame's)");
+    AddParsed(show, "--position", options.position, ParsePosition,
+              "The window's upper left corner, as 100,50");
     show->add_flag("--borderless", options.borderless, "A window without frame and title");
-    show->add_option(
-            "--then-rate", options.then,
-            "Halfway, stop, change to that many frames a second on the connection that stands, and go on")
-        ->check(CLI::PositiveNumber);
+    AddParsed(show, "--then-rate", options.then, ParseFrameRate,
+              "Halfway, stop, change to that many frames a second without disconnecting, then resume");
     show->final_callback([&options] { RunShow(options); });
 }
 
@@ -198,6 +212,7 @@ int main()
 
     CLI::App app("A host for the still-picture source filter QXStillSource.", "qxstill");
     app.require_subcommand(1);
+    app.footer("Exit code: 0 success, 1 failure or Ctrl+C while recording, 2 wrong command line.");
     ShowOptions show;
     GrabOptions grab;
     RecordOptions record;
@@ -222,6 +237,11 @@ int main()
         if (error.get_exit_code() == 0)
             return app.exit(error); // help was asked for
         std::fprintf(stderr, "qxstill: %s (qxstill --help tells the usage)\n", OneLine(error.what()).c_str());
+        return g_exitUsage;
+    }
+    catch (const UsageError& error)
+    {
+        std::fprintf(stderr, "qxstill: %s\n", error.what());
         return g_exitUsage;
     }
     catch (const std::exception& error)
