@@ -35,7 +35,6 @@ bool CLogFold::Text::IsOf(const wchar_t* pszMessage, DWORD dwOwner) const noexce
 /// \param pszMessage shorter than cchText
 void CLogFold::Text::Begin(const wchar_t* pszMessage, DWORD dwOwner) noexcept
 {
-    pszKnown = nullptr;
     dwThread = dwOwner;
     nPut = nCounted;
     nPassed = 0;
@@ -45,10 +44,12 @@ void CLogFold::Text::Begin(const wchar_t* pszMessage, DWORD dwOwner) noexcept
 
 bool CLogFold::Count(const wchar_t* pszMessage) noexcept
 {
-    for (Text& text : m_texts)
+    for (size_t n = 0; n < nTexts; n++)
     {
-        if (text.pszKnown.load(std::memory_order_relaxed) != pszMessage ||
-            text.dwThread.load(std::memory_order_relaxed) != GetCurrentThreadId())
+        if (m_known[n].load(std::memory_order_relaxed) != pszMessage)
+            continue;
+        Text& text = m_texts[n];
+        if (text.dwThread.load(std::memory_order_relaxed) != GetCurrentThreadId())
             continue;
         const ULONGLONG ullNow = GetTickCount64();
         if (ullNow >= m_ullPutAt.load(std::memory_order_relaxed) ||
@@ -100,7 +101,7 @@ bool CLogFold::Take(const wchar_t* pszMessage, ILogRepeats& repeats) noexcept
     if (ullNow >= m_ullPutAt)
         PutAll(repeats);
     else if (IsReadOnly(pszMessage))
-        pText->pszKnown = pszMessage;
+        m_known[pText - m_texts] = pszMessage;
     return true;
 }
 
@@ -130,11 +131,9 @@ void CLogFold::PutAll(ILogRepeats& repeats) noexcept
 /// What comes next begins a run: every message passes again.
 void CLogFold::EndRun(ILogRepeats& repeats) noexcept
 {
+    ForgetAddresses();
     for (Text& text : m_texts)
-    {
-        text.pszKnown = nullptr;
         text.nPassed = 0;
-    }
     PutAll(repeats);
 }
 
@@ -150,12 +149,13 @@ bool CLogFold::HasCounted() const noexcept
 
 void CLogFold::ForgetAddresses() noexcept
 {
-    for (Text& text : m_texts)
-        text.pszKnown = nullptr;
+    for (std::atomic<const wchar_t*>& known : m_known)
+        known = nullptr;
 }
 
 void CLogFold::Clear() noexcept
 {
+    ForgetAddresses();
     for (Text& text : m_texts)
         text.Begin(L"", 0);
     m_nNext = 0;

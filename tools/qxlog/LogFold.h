@@ -68,8 +68,6 @@ private:
             ullLast.store(ullNow, std::memory_order_relaxed);
         }
 
-        std::atomic<const wchar_t*> pszKnown{
-            nullptr}; ///< its address, while it may be counted without a lock
         std::atomic<DWORD> dwThread{0};
         std::atomic<ULONGLONG> nCounted{0};
         std::atomic<ULONGLONG> ullLast{0}; ///< tick count of the last one
@@ -81,6 +79,8 @@ private:
 
     void EndRun(ILogRepeats& repeats) noexcept;
 
+    /// The addresses of texts, while they may be counted without a lock.
+    std::atomic<const wchar_t*> m_known[nTexts] = {};
     Text m_texts[nTexts];
     size_t m_nNext = 0;                   ///< the text to be replaced
     std::atomic<ULONGLONG> m_ullPutAt{0}; ///< tick count from which on counts are put out

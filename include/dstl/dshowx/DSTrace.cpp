@@ -264,9 +264,12 @@ int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszEx
 {
     if (bCondition)
         return 1;
-    const DWORD dwError = GetLastError(); // before anything else can change it
+    ILogObject* const plog = Log();
+    if (plog == nullptr && g_pfnDebugReport == NoDebugReport)
+        return 5; // nobody is there to hear of it
 
-    if (ILogObject* const plog = Log())
+    const DWORD dwError = GetLastError(); // before anything else can change it
+    if (plog != nullptr)
     {
         const AssertionKey key = {pszFile, nLine, pszExpression, dwError, g_pfnErrorText};
         if (const wchar_t* const pszKept = g_AssertionTexts.Find(key))
@@ -282,7 +285,7 @@ int assertion(bool bCondition, const char* pszFile, int nLine, const char* pszEx
         __debugbreak();
         nResult = 4;
     }
-    if (ILogObject* const plog = Log())
+    if (plog != nullptr)
         plog->Write(L"\nexit ASSERT");
     SetLastError(dwError);
     return nResult;
