@@ -47,8 +47,8 @@ TEST(HResultText, NamesCodesAndGivesTheirText)
     EXPECT_STREQ(HResultName(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)), "ERROR_FILE_NOT_FOUND");
     EXPECT_EQ(HResultName(static_cast<HRESULT>(0x8123BEEF)), nullptr);
     EXPECT_EQ(HResultText(static_cast<HRESULT>(0x8123BEEF)), "0x8123BEEF");
-    const std::string text = HResultText(VFW_E_NOT_STOPPED);
-    EXPECT_EQ(text.rfind("VFW_E_NOT_STOPPED (0x80040224): ", 0), 0u) << text;
+    const std::string text = HResultText(HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(text.rfind("ERROR_DISK_FULL (0x80070070): ", 0), 0u) << text;
     EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos) << text;
 }
 
