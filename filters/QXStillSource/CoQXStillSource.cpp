@@ -85,6 +85,8 @@ STDMETHODIMP CCoQXStillSource::Pause() noexcept
         return change.Refusal();
     const bool bWasStopped = m_eState == State_Stopped;
     HRESULT hr = IBaseFilterImpl::Pause();
+    if (hr == S_OK && !change.WriteGraph())
+        return VFW_E_STATE_CHANGED;
     if (hr == S_OK && bWasStopped && !change.IsStopWanted())
         hr = m_apOut->StreamStart();
     return change.Started(hr);

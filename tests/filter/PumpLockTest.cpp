@@ -194,11 +194,12 @@ TEST_F(PumpLock, NoneIsHeldWhileTheGraphIsDescribedInTheLog)
         bStopped = EndsInTime([&] { hrStop = Filter().Stop(); });
     };
     ASSERT_EQ(Connect(), S_OK);
-    EXPECT_EQ(Filter().Pause(), S_OK);
+    EXPECT_EQ(Filter().Pause(), VFW_E_STATE_CHANGED);
     EXPECT_EQ(sTaken, "");
     EXPECT_TRUE(bStopped) << "the stop waits for the description";
     EXPECT_EQ(hrStop, S_OK);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
+    EXPECT_FALSE(Out().m_pump.IsStreaming());
 }
 
 TEST_F(PumpLock, AStartAndADisconnectionExcludeEachOther)

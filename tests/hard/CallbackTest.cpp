@@ -277,17 +277,19 @@ class StopFrom : public Hard, public testing::WithParamInterface<ReleaseCase>
 
 TEST_P(StopFrom, WithinTheCall)
 {
-    CEvent evDone;
-    ASSERT_TRUE(evDone.Create(true));
+    CEvent evRan, evDone;
+    ASSERT_TRUE(evRan.Create(true) && evDone.Create(true));
     HRESULT hr = E_FAIL;
     Once(GetParam().eWhere,
          [&]
          {
+             IsSet(evRan); // within the start the stop would be left to its thread
              hr = m_source.spFilter->Stop();
              evDone.Set();
          });
     ASSERT_EQ(Connect(GetParam().bPeersAllocator), S_OK);
     ASSERT_EQ(m_source.spFilter->Run(0), S_OK);
+    evRan.Set();
     ASSERT_TRUE(IsSet(evDone)) << "the stop waits for the thread it is on";
     EXPECT_EQ(hr, S_OK);
     EXPECT_EQ(State(), State_Stopped);

@@ -58,7 +58,8 @@ void FilterGraph::Add(IBaseFilter* filter, const wchar_t* name)
     Check(m_graph->AddFilter(filter, name), "the graph rejects a filter");
     m_filters.push_back(filter);
     // The platform hands a clock only to the filters that are there when it is set.
-    Check(filter->SetSyncSource(m_clock), "a filter rejects the clock");
+    if (m_clock)
+        Check(filter->SetSyncSource(m_clock), "a filter rejects the clock");
 }
 
 void FilterGraph::Remove(IBaseFilter* filter)

@@ -80,6 +80,7 @@ protected:
     ~CFilterCore();
 
     int m_nStateChanges = 0;                 ///< depth of CStateChange; guarded by m_lock
+    unsigned m_nStops = 0;                   ///< changes to State_Stopped, counted round; guarded by m_lock
     bool m_bDumpNow = false;                 ///< behind the change of state; guarded by m_lock
     std::atomic<bool> m_bStopWanted = false; ///< a Stop was left to the thread that has m_lock
 
@@ -149,6 +150,22 @@ public:
         HRESULT Refusal() const noexcept { return m_hrRefused; }
         /// Whether a Stop has been left to this change.
         bool IsStopWanted() const noexcept { return m_filter.m_bStopWanted; }
+        /// Writes the graph to the log where that is due, before a pump starts. The lock is let go meanwhile:
+        /// the graph may be stopping the filter on another thread. \return false when the filter has been
+        /// stopped meanwhile
+        bool WriteGraph() noexcept
+        {
+            if (m_filter.m_nStateChanges > 1 || !m_filter.m_bDumpNow)
+                return true;
+            m_filter.m_bDumpNow = false;
+            const unsigned nStops = m_filter.m_nStops;
+            m_filter.m_nStateChanges = 0;
+            m_filter.m_lock.Unlock();
+            m_filter.Filter().ParseGraphToLogFile();
+            m_filter.m_lock.Lock();
+            m_filter.m_nStateChanges = 1;
+            return m_filter.m_nStops == nStops;
+        }
         /// The end of a change to State_Stopped. \param hr its result, which is returned
         HRESULT Stopped(HRESULT hr) noexcept
         {
@@ -211,7 +228,10 @@ public:
     void SetState(FILTER_STATE eNew, REFERENCE_TIME tStart) noexcept
     {
         if (eNew == State_Stopped)
+        {
             m_bGraphDumpDue = true;
+            m_nStops++;
+        }
         else if (m_bGraphDumpDue && !IsInCall())
         {
             m_bGraphDumpDue = false;
