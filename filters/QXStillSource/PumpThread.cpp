@@ -42,7 +42,10 @@ void CPumpThread::Loop(void* pObject, PFNSTEP pfnStep) noexcept
         {
             CStateLock lock(m_lockState);
             if (m_eState == ePump_Stopping)
+            {
                 m_eState = ePump_Idle;
+                ResetEvent(m_Thread.m_hEvent); // the wake of the stop, should it not have been needed
+            }
             if (m_eState == ePump_Idle)
                 m_evStopped.Set();
         }
@@ -68,15 +71,11 @@ void CPumpThread::Stop(bool bWait) noexcept
             return;
         if (m_eState == ePump_Sending)
             m_evStopped.Reset();
-        m_eState = ePump_Stopping;
+        m_eState = Wake() ? ePump_Stopping : ePump_Idle; // without a worker nobody would answer
+        if (m_eState == ePump_Idle)
+            return;
     }
     WakeAllConditionVariable(&m_cvHolds);
-    if (!Wake())
-    {
-        CStateLock lock(m_lockState);
-        m_eState = ePump_Idle; // the worker could not be started, and nobody would answer
-        return;
-    }
     if (!bWait || IsCurrent())
         return;
     const HANDLE arrWait[] = {m_evStopped, m_Thread.m_hThread}; // or its end, should it have failed

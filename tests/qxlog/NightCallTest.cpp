@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <regex>
 
@@ -178,9 +179,10 @@ TEST_F(NightCall, FormatChangeWhileRunning)
     AddBoth();
     m_sink.m_pin.m_pAllocator = &m_allocator;
     CMType mtOther;
+    std::atomic<bool> bRuns = false; // the sink asks behind the line of Run
     m_allocator.m_onLend = [&](FakeSample& sample)
     {
-        if (!mtOther.IsDefined())
+        if (bRuns && !mtOther.IsDefined())
         {
             mtOther = m_sink.m_pin.ConnectionType();
             mtOther.subtype = MEDIASUBTYPE_YUY2;
@@ -191,6 +193,7 @@ TEST_F(NightCall, FormatChangeWhileRunning)
     };
     ASSERT_EQ(Connect(), S_OK);
     m_graph->Run();
+    bRuns = true;
     EXPECT_EQ(m_control->SetOutputFormat(CComBSTR(L"RGB32"), 320, 240), VFW_E_NOT_STOPPED);
     RunUntil("2 ###Err### [CCoQXStillSourceOut] SetMediaTypeFromSample(): new mediatype is not accepted");
     ExpectQuoted("The format changes while the graph runs");

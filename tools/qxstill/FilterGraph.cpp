@@ -65,12 +65,15 @@ void FilterGraph::Add(IBaseFilter* filter, const wchar_t* name)
 void FilterGraph::Remove(IBaseFilter* filter)
 {
     // One by one: the graph leaves a filter in whose neighbour does not stop, or that does not disconnect.
-    filter->Stop();
+    FILTER_STATE state = State_Running;
+    if (FAILED(filter->GetState(0, &state)) || state != State_Stopped)
+        filter->Stop();
     for (const CComPtr<IPin>& pin : PinsOf(filter))
     {
         CComPtr<IPin> peer;
-        if (pin->ConnectedTo(&peer) == S_OK)
-            m_graph->Disconnect(peer);
+        if (pin->ConnectedTo(&peer) != S_OK)
+            continue;
+        m_graph->Disconnect(peer);
         m_graph->Disconnect(pin);
     }
     m_graph->RemoveFilter(filter);
