@@ -38,9 +38,11 @@ void CPumpThread::Loop(void* pObject, PFNSTEP pfnStep) noexcept
             break;
         DSASSERT(dwRet == WAIT_OBJECT_0 || dwRet == WAIT_TIMEOUT);
         if (dwRet == WAIT_FAILED)
-            break; // it would fail for ever; whoever waits for this thread sees its end
+            break;           // it would fail for ever; whoever waits for this thread sees its end
+        bool bSends = false; // decided with the lock held: a start behind it comes with a wake of its own
         {
             CStateLock lock(m_lockState);
+            bSends = m_eState == ePump_Sending;
             if (m_eState == ePump_Stopping)
             {
                 m_eState = ePump_Idle;
@@ -49,7 +51,7 @@ void CPumpThread::Loop(void* pObject, PFNSTEP pfnStep) noexcept
             if (m_eState == ePump_Idle)
                 m_evStopped.Set();
         }
-        dwTimeout = m_eState == ePump_Sending ? pfnStep(pObject) : INFINITE;
+        dwTimeout = bSends ? pfnStep(pObject) : INFINITE;
     }
 }
 
