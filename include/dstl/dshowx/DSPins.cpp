@@ -217,7 +217,7 @@ HRESULT COutputPinBase::PinConnect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) 
         trace(atlTraceGeneral, eTL_Main, L"Empty media type\n");
 
     DSASSERT(m_ePinDir == PINDIR_OUTPUT);
-    // Held across the lock: the filter's end waits for the worker, which needs the lock.
+    // Held to the end: the peer may release the last other reference within a call of the connection.
     const CComPtr<IBaseFilter> spFilter = HookFilter();
     DSASSERT_TEXT(spFilter != nullptr, "m_pFilter != NULL");
     DSASSERT(pReceivePin != NULL);
