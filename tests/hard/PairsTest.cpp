@@ -408,7 +408,7 @@ constexpr HRESULT hrNoConn = VFW_E_NOT_CONNECTED, hrNoAlloc = VFW_E_NO_ALLOCATOR
 const Operation arrOperations[] = {
     // columns: Unconnected, Choosing, Connecting, Reconnecting, Starting, Worker, Flushing, Stopping, Disconnecting, Disconnected
     {"Stop", [](Life& life) { return life.source.spFilter->Stop(); },
-     {hrNoConn, hrNoConn, hrNoAlloc, S_OK, S_OK, S_OK, S_OK, S_OK, hrNoAlloc, hrNoConn}, {}},
+     {hrNoConn, hrNoConn, hrNoAlloc, S_OK, S_OK, S_OK, S_OK, S_OK, hrNoAlloc, hrNoConn}, {S_OK}}, // left to it
     {"Pause", [](Life& life) { return life.source.spFilter->Pause(); },
      {hrWrong, hrWrong, hrWrong, S_OK, hrChanged, S_OK, S_OK, hrChanged, hrWrong, hrWrong}, {hrChanged}},
     {"Run", [](Life& life) { return life.source.spFilter->Run(0); },
