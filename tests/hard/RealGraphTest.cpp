@@ -27,6 +27,20 @@ constexpr int nThreads = 3;
 constexpr long long nWarmUp = 1500;
 constexpr int nSinks = 3; // slow, fast, failing
 
+/// Shared and exclusive holders. The platform's lock: std::shared_mutex of the compiler's thread library lets
+/// two exclusive holders in when several threads meet at its first use, or hangs.
+class SharedLock
+{
+public:
+    void lock() { AcquireSRWLockExclusive(&m_lock); }
+    void unlock() { ReleaseSRWLockExclusive(&m_lock); }
+    void lock_shared() { AcquireSRWLockShared(&m_lock); }
+    void unlock_shared() { ReleaseSRWLockShared(&m_lock); }
+
+private:
+    SRWLOCK m_lock = SRWLOCK_INIT;
+};
+
 /// What the sinks hand their samples to.
 class Receiver final : public FrameReceiver
 {
@@ -115,10 +129,10 @@ private:
         CComPtr<IPin> spPeer;
         if (old.spPin->ConnectedTo(&spPeer) == S_OK)
         {
-            m_graph->Disconnect(old.spPin);
-            m_graph->Disconnect(spPeer);
+            Check(m_graph->Disconnect(old.spPin), "the source does not let go of its peer");
+            Check(m_graph->Disconnect(spPeer), "the peer does not let go of the source");
         }
-        m_graph->RemoveFilter(old.spFilter);
+        Check(m_graph->RemoveFilter(old.spFilter), "the source does not leave the graph");
     }
 
     void Renew()
@@ -271,7 +285,7 @@ private:
     CComPtr<IMediaControl> m_control;
     CComPtr<IMediaSeeking> m_seeking;
     CComPtr<IBaseFilter> m_sinks[nSinks];
-    std::shared_mutex m_lockGraph; ///< the operations of the graph, and what may lead to one
+    SharedLock m_lockGraph; ///< the operations of the graph, and what may lead to one
     std::mutex m_lockSource;
     HardSource m_source;
     std::atomic<long long> m_nNext = 0;
