@@ -1,7 +1,10 @@
 // Registry scripts of a module, from folders with awkward names.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "dstl/WinAPI/Atl.h"
+#include "support/NewFolder.h"
 
 namespace
 {
@@ -20,11 +23,8 @@ protected:
         std::wstring sSource(szSelf);
         sSource.resize(sSource.find_last_of(L'\\') + 1);
         sSource += L"qx_atl_script.dll";
-        wchar_t szTemp[MAX_PATH];
-        ASSERT_NE(0u, GetTempPathW(MAX_PATH, szTemp));
-        m_sFolder = szTemp + (GetParam() + (L" " + std::to_wstring(GetCurrentProcessId())));
+        m_sFolder = MakeNewFolder(std::wstring(GetParam()) + L" ").wstring();
         m_sFile = m_sFolder + L"\\script.dll";
-        ASSERT_TRUE(CreateDirectoryW(m_sFolder.c_str(), nullptr));
         ASSERT_TRUE(CopyFileW(sSource.c_str(), m_sFile.c_str(), TRUE));
         m_hModule = LoadLibraryW(m_sFile.c_str());
         ASSERT_NE(nullptr, m_hModule);

@@ -1,6 +1,7 @@
 #include "GraphSupport.h"
 #include "Failure.h"
 #include "FrameSink.h"
+#include "support/NewFolder.h"
 #include <gtest/gtest.h>
 #include <fstream>
 
@@ -49,14 +50,7 @@ HRESULT FilterModule::CanUnloadNow() const
     return reinterpret_cast<CanUnload>(reinterpret_cast<void*>(ExportOf(m_module, "DllCanUnloadNow")))();
 }
 
-TempFolder::TempFolder()
-{
-    static int s_count = 0;
-    m_path = std::filesystem::temp_directory_path() /
-             (L"qx \u00FC\u0416\u4E2D " + std::to_wstring(GetCurrentProcessId()) + L" " +
-              std::to_wstring(++s_count));
-    std::filesystem::create_directories(m_path);
-}
+TempFolder::TempFolder() : m_path(MakeNewFolder(L"qx \u00FC\u0416\u4E2D ")) {}
 
 TempFolder::~TempFolder()
 {

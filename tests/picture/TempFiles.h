@@ -8,11 +8,7 @@
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
-#include <process.h>
-#else
-#include <unistd.h>
-#endif
+#include "support/NewFolder.h"
 
 /// ASCII as wide text. (std::wstring takes 32-bit characters for granted in the native build.)
 class WideText
@@ -30,18 +26,7 @@ using Bytes = std::vector<BYTE>;
 class TempFolder
 {
 public:
-    TempFolder()
-    {
-        static int nFolder = 0;
-#ifdef _WIN32
-        const int nProcess = _getpid();
-#else
-        const int nProcess = getpid();
-#endif
-        m_path = std::filesystem::temp_directory_path() /
-                 ("qxpicture" + std::to_string(nProcess) + "-" + std::to_string(nFolder++));
-        std::filesystem::create_directories(m_path);
-    }
+    TempFolder() : m_path(MakeNewFolder("qxpicture")) {}
     ~TempFolder()
     {
         std::error_code error;

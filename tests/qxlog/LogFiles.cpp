@@ -8,15 +8,13 @@
 #include <iterator>
 #include <regex>
 
+#include "support/NewFolder.h"
+
 namespace fs = std::filesystem;
 
 OwnLogFile::OwnLogFile(const wchar_t* pszSize)
 {
-    static int s_nFolder = 0;
-    m_folder =
-        fs::temp_directory_path() / (L"qxlog \u00FC\u0416\u4E2D " + std::to_wstring(GetCurrentProcessId()) +
-                                     L" " + std::to_wstring(++s_nFolder));
-    fs::create_directories(m_folder);
+    m_folder = MakeNewFolder(L"qxlog \u00FC\u0416\u4E2D ");
     m_path = m_folder / L"the l\u00F6g.txt";
     SetEnvironmentVariableW(szVariableFile, m_path.c_str());
     SetEnvironmentVariableW(szVariableSize, pszSize);
