@@ -1,9 +1,13 @@
 #include "CoQXStillSource.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "AlphaPolicy.h"
 #include "PictureNames.h"
+#include "dstl/Old/GDIPlusHelpers.h"
 #include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/DSVideo.h"
 
 namespace
 {
@@ -122,6 +126,70 @@ STDMETHODIMP CCoQXStillSource::GetCurFile(LPOLESTR* ppszFileName, AM_MEDIA_TYPE*
 }
 
 // --- IQXStillSource
+
+STDMETHODIMP CCoQXStillSource::SetPicture(BSTR _bsFileName) noexcept
+{
+    CCoQXStillSourceOut* const pOut = OutPin();
+    if (pOut == nullptr)
+        return E_UNEXPECTED;
+    int nEntries = 0;
+    HRESULT hr = pOut->Picture().SetList(_bsFileName, KeepsAlpha(GetProps()), nEntries);
+    if (FAILED(hr))
+        return hr;
+    if (nEntries > 1)
+        pOut->SetStopFrame(nEntries);
+    hr = pOut->Picture().ClassifyAlpha();
+    if (FAILED(hr))
+        return hr;
+    {
+        CComBSTR bsFileName(_bsFileName);
+        CScopedLock crs(&m_crsNames);
+        std::swap(m_bsFileName.m_str, bsFileName.m_str);
+    }
+    return UpdateOutputType();
+}
+
+STDMETHODIMP CCoQXStillSource::SetPictureHandle(int _hBitmap) noexcept
+{
+    CCoQXStillSourceOut* const pOut = OutPin();
+    if (_hBitmap == 0)
+        return E_INVALIDARG;
+    if (pOut == nullptr)
+        return E_UNEXPECTED;
+
+    BITMAPINFOHEADER biImage{};
+    DSTLBLOB blobPicture{};
+    const HBITMAP hBitmap =
+        reinterpret_cast<HBITMAP>(static_cast<INT_PTR>(_hBitmap)); // widened with its sign
+    HRESULT hr = CPicturePersist::LoadFromHBITMAP(hBitmap, &biImage, &blobPicture.pbData);
+    blobPicture.cbData = biImage.biSizeImage;
+    CBLOBHolder<CTaskMemory> blobImage;
+    blobImage.Attach(&blobPicture); // frees the pixels wherever this ends, also those of a failed call
+    if (FAILED(hr))
+        return hr;
+
+    CMType mtTemp;
+    hr = MTHelp::MTCreateVideo(&mtTemp, FORMAT_VideoInfo, reinterpret_cast<const BITMAPINFO*>(&biImage));
+    if (FAILED(hr))
+        return hr;
+    if (biImage.biBitCount == 32)
+    {
+        bool bAlpha = false;
+        hr = ClassifyHandleAlpha(biImage, blobImage.GetPtr(), blobImage.GetSize(), bAlpha);
+        if (FAILED(hr))
+            return hr;
+        if (bAlpha)
+            mtTemp.subtype = MEDIASUBTYPE_ARGB32;
+    }
+
+    PicProps picImage{};
+    const int nFormat = MTGetPicProps(&mtTemp, &picImage);
+    DSASSERT(nFormat != -1);
+    if (nFormat < 0)
+        return E_INVALIDARG;
+    pOut->Picture().SetPixels(std::move(blobImage), picImage);
+    return UpdateOutputType();
+}
 
 STDMETHODIMP CCoQXStillSource::SetOutputFormat(BSTR _bsFourcc, int _nWidth, int _nHeight) noexcept
 {

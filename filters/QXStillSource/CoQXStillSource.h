@@ -8,12 +8,11 @@
 #include "CoQXStillSourceOut.h"
 #include "QXStillSource.h"
 #include "Registration.h"
-#include "dstl/Old/FileList.h"
 #include "dstl/dshowx/DSFilters.h"
 
 /// The filter. Locks that a thread waits for, always in this order: this object's m_lock, the pin's m_lock,
-/// m_crsSeek, m_crsPosition, m_crsPicture. A thread within a call of the filter or its pin, the worker above
-/// all, waits for none of the first three.
+/// m_crsSeek, that of CStreamPosition, that of CStillPicture. A thread within a call of the filter or its
+/// pin, the worker above all, waits for none of the first three.
 class ATL_NO_VTABLE CCoQXStillSource : public CComObjectRootEx<CComMultiThreadModel>,
                                        public CComCoClass<CCoQXStillSource, &CLSID_CoQXStillSource>,
                                        public CSourceFilter<CCoQXStillSource, CCoQXStillSourceOut>,
@@ -83,9 +82,6 @@ public:
     /// Makes m_arrSupport from a type. Null only empties it.
     void RebuildSupportedTypes(const AM_MEDIA_TYPE* mt) noexcept;
 
-    /// Name number nFrame of a list of several, counted round. \return false for a list of one or none
-    bool GetListEntry(LONGLONG nFrame, CComBSTR& bsName) noexcept;
-
     /// A copy of what was asked for; any thread.
     QG_VID_PROPS GetProps() const noexcept;
     /// Changes what was asked for in one step. \param fnChange gets the record
@@ -96,15 +92,15 @@ public:
         fnChange(m_VidProps);
     }
 
+private:
+    friend struct FilterProbe; // tests
+
     /// What was asked for. It starts with eQGKA_Crop, deliberately not with the default. Guarded by
     /// m_crsNames.
     QG_VID_PROPS m_VidProps{};
     CComBSTR m_bsFileName; ///< the name last accepted, whole; guarded by m_crsNames
-    CFileNames m_arrFiles; ///< the names that it stands for; guarded by the pin's m_crsPicture
 
     /// The current type in the other formats, kept in step with it. Nothing reads it. Guarded by m_crsNames.
     CSimpleArray2<CMType> m_arrSupport;
-
-private:
     mutable CCritSec m_crsNames; ///< leaf, held to exchange or copy a value
 };

@@ -1,8 +1,7 @@
 #include "CoQXStillSourceOut.h"
 
 #include "CoQXStillSource.h"
-#include "FrameRate.h"
-#include "dstl/dshowx/DSVideo.h"
+#include "dstl/Old/GDIPlusHelpers.h"
 
 HRESULT CCoQXStillSourceOut::FinalConstruct() noexcept
 {
@@ -31,18 +30,18 @@ ULONG CCoQXStillSourceOut::InternalRelease() noexcept
     return InternalAddRef();
 }
 
-PicProps CCoQXStillSourceOut::GetSourceProps() noexcept
+void CCoQXStillSourceOut::SetStopFrame(LONGLONG nFrame) noexcept
 {
-    CScopedLock crs(&m_crsPicture);
-    return m_picSource;
+    // Within a call of the pin perhaps without the lock: the worker, which has it then, only reads the
+    // number.
+    const CStreamPosition::CHold hold(m_position, !IsInCall());
+    m_position.SetStopFrame(nFrame);
 }
 
 void CCoQXStillSourceOut::ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept
 {
-    CScopedLock crs(&m_crsPicture);
-    m_blobFrame.SetSize(0);
     SetMediaType(pmt);
-    m_picOutput = GetPicProps();
+    m_picture.SetOutput(GetPicProps());
 }
 
 HRESULT CCoQXStillSourceOut::ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept
@@ -56,10 +55,4 @@ HRESULT CCoQXStillSourceOut::ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept
         return S_FALSE;
     ApplyOutputType(pmt);
     return S_OK;
-}
-
-REFERENCE_TIME CCoQXStillSourceOut::GetFrameTime() const noexcept
-{
-    const REFERENCE_TIME rtFrame = FrameTime();
-    return rtFrame != 0 ? rtFrame : rtDefaultFrame;
 }

@@ -6,21 +6,18 @@
 #include <atlctl.h>
 #include <strmif.h>
 
-#include <atomic>
-
-#include "Common/Common.h"
-#include "PictureNames.h"
 #include "PumpThread.h"
 #include "QXStillSource.h"
+#include "StillPicture.h"
 #include "StreamConfig.h"
-#include "dstl/Old/GDIPlusHelpers.h"
-#include "dstl/WinAPI/Blob.h"
+#include "StreamPosition.h"
 #include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSPins.h"
 #include "dstl/dshowx/DSQuality.h"
 #include "dstl/dshowx/DSSeeking.h"
 
 class CCoQXStillSource;
+class CSampleT;
 
 /// The pin, "Video Out". Locks: see CCoQXStillSource. No lock is held across GetBuffer or Receive.
 class ATL_NO_VTABLE CCoQXStillSourceOut : public CComObjectRootEx<CComMultiThreadModel>,
@@ -66,44 +63,34 @@ public:
     /// Time of the last frame; a frame length of 0 gives 0. Takes no lock.
     STDMETHOD(GetDuration)(LONGLONG* pDuration) noexcept override;
     /// Flushes the peer, sets the next and the last frame, and begins a segment. Takes m_crsSeek for all of
-    /// it, m_crsPosition for the numbers.
+    /// it, the position for the numbers.
     /// \return S_OK; VFW_E_STATE_CHANGED within a call of the pin while another seek, or this one, flushes
     /// \param pCurrent,pStop null for a position that stays; times are cut to frames toward zero
     /// \param dwCurrentFlags,dwStopFlags only absolute and relative positioning have an effect
     STDMETHOD(SetPositions)
     (LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags) noexcept override;
-    /// Times of the next and of the last frame; each pointer may be null. Takes m_crsPosition.
+    /// Times of the next and of the last frame; each pointer may be null. Takes the position.
     STDMETHOD(GetPositions)(LONGLONG* pCurrent, LONGLONG* pStop) noexcept override;
 
     /// Within a call of the worker, or of a seek that flushes.
     bool HookIsStreamCall() const noexcept override { return m_pump.IsCurrent() || m_crsSeek.IsMine(); }
 
-    // --- Picture selection
+    // --- Picture and position
 
-    /// Selects a built-in picture, a colour or a file. Takes m_crsPicture.
-    /// \param pFilter its m_VidProps decide whether alpha is kept \param pszName null counts as empty
-    /// \return S_OK, or what the loader answers
-    HRESULT SelectPictureByName(const CCoQXStillSource* pFilter, LPCWSTR pszName) noexcept;
+    /// What the pin shows. It guards itself.
+    CStillPicture& Picture() noexcept { return m_picture; }
+    /// Ends the stream behind this frame; 0 or less: it has no end. Takes the position.
+    void SetStopFrame(LONGLONG nFrame) noexcept;
 
     // --- Output type
 
-    /// A copy of m_picSource.
-    PicProps GetSourceProps() noexcept;
-
-    /// Makes a type the current one: m_picOutput is read from it, and the frame is to be composed again.
-    /// Called by a control thread and by the worker. Takes m_crsPicture: a frame that is being composed keeps
-    /// its size.
+    /// Makes a type the current one: the frame is to be composed again, in its format. Called by a control
+    /// thread and by the worker. Takes m_crsPicture: a frame that is being composed keeps its size.
     void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept;
     /// The same under m_lock, unless the pin is connected.
     /// \return S_OK; S_FALSE for a connected pin; VFW_E_STATE_CHANGED within a call of the pin while another
     /// thread has m_lock
     HRESULT ApplyUnconnected(const AM_MEDIA_TYPE* pmt) noexcept;
-
-    // --- Composition
-
-    /// Copies the finished frame to a buffer, composing it first where there is none. Takes m_crsPicture.
-    /// \param pbBuf as large as the frame of m_picOutput \param cbBuf bytes of it: the copy ends there
-    HRESULT FillSampleBuffer(BYTE* pbBuf, DWORD cbBuf) noexcept;
 
     // --- Pump
 
@@ -121,42 +108,20 @@ public:
     /// Fills and stamps a sample. \return S_OK, S_FALSE at the end of the stream, or a failure
     HRESULT PrepareSample(IMediaSample* pSample) noexcept;
 
-    /// AvgTimePerFrame of the current type, or the default where it has none.
-    REFERENCE_TIME GetFrameTime() const noexcept;
-
-    // --- Picture state, guarded by m_crsPicture
-
-    LONG m_nPictureId = ePI_Bars; ///< ePictureId
-    DWORD m_nSolidColor = 0;      ///< 0xAABBGGRR
-    /// Format of the loaded picture, or of the built-in one that was composed last.
-    PicProps m_picSource = {FOURCC_UYVY, 720, 576, 720};
-    CBLOBHolder<CTaskMemory> m_blobSource; ///< pixels of the loaded picture; they outrank m_nPictureId
-    CBLOBHolder<CTaskMemory> m_blobFrame;  ///< the finished frame; size 0: to be composed
-    PicProps m_picOutput{};                ///< format of the frames, from the current media type
-    CCritSec m_crsPicture;
-
-    // --- Stream state, guarded by m_crsPosition; GetDuration, StreamStart and GetPositions of the worker go
-    // without it
-
-    std::atomic<REFERENCE_TIME> m_rtCurrent = 0;       ///< start of the next sample; 0 also begins a segment
-    std::atomic<LONGLONG> m_nFrame = 0;                ///< number of the next frame; it survives a stop
-    std::atomic<LONGLONG> m_nStopFrame = nNoStopFrame; ///< the last frame; 0 or less means no end
-    CCritSec m_crsPosition;
-
-    /// 90000 times the highest 32-bit count.
-    static constexpr LONGLONG nNoStopFrame = 90000LL * 2147483647LL;
-
-    CCritSec m_crsSeek; ///< held by a seek while it flushes the peer; taken before m_crsPosition
-    CPumpThread m_pump; ///< the worker
-
 private:
     static DWORD ThreadProc(void* pv) noexcept;
     static DWORD Step(void* pv) noexcept;
 
-    HRESULT ComposeFrame() noexcept;
-    HRESULT MakeSolidPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept;
-    HRESULT MakeBuiltInPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept;
+    void AnnounceSegment() noexcept;
+    HRESULT StampSample(CSampleT& sample, IMediaSample* pSample, LONG cbSize,
+                        REFERENCE_TIME rtFrame) noexcept;
 
+    friend struct PinProbe; // tests
+
+    CStillPicture m_picture;
+    CStreamPosition m_position;
+    CCritSec m_crsSeek; ///< held by a seek while it flushes the peer; taken before the position
+    CPumpThread m_pump; ///< the worker
     ULONG_PTR m_nGdiPlusToken = 0;
     bool m_bWorkerOwns = false;   ///< the worker has the last reference; the worker's alone
     bool m_bWorkerLeaves = false; ///< the worker gives it back; the worker's alone

@@ -1,13 +1,12 @@
 // From the picture to the frame in output format.
-#include "CoQXStillSource.h"
+#include "Composition.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 
 #include "AspectRects.h"
-#include "dstl/dshowx/BmpHeader.h"
-#include "dstl/dshowx/DSVideo.h"
+#include "dstl/WinAPI/Wrappers.h"
 #include "imgconverter/ImgConverter.h"
 
 namespace
@@ -26,13 +25,6 @@ DWORD BlockBytes(const PicProps& pic) noexcept
 {
     const uint64_t cbPicture = FrameBytes(pic);
     return cbPicture <= MAXDWORD ? static_cast<DWORD>(cbPicture) : 0;
-}
-
-/// The bytes in use, or null.
-template <class TBlob>
-BYTE* BlobData(const TBlob& blob) noexcept
-{
-    return blob.GetSize() != 0 ? blob.GetPtr() : nullptr;
 }
 
 /// Paints the margins of a frame. A null frame or a null format does nothing.
@@ -75,132 +67,82 @@ void ScaleIntoFrame(CBLOBHolder<CTaskMemory>& blobFrame, const PicProps& picFram
         blobFrame.Fill(0);
 }
 
+/// The pixels as the format claims them: a block that is too small, as after "transparent" over a 24-bit
+/// picture, is copied to one that ends in zeros. \param blobPadded holds the copy \return null without pixels
+BYTE* WholePixels(const PictureView& picture, CBLOBHolder<CTaskMemory>& blobPadded) noexcept
+{
+    const DWORD cbClaimed = BlockBytes(picture.pic);
+    if (cbClaimed == 0 || picture.pbPixels == nullptr)
+        return nullptr;
+    if (picture.cbPixels >= cbClaimed)
+        return picture.pbPixels;
+    blobPadded.Alloc(cbClaimed, true, 0);
+    if (blobPadded.IsValid())
+        memcpy(blobPadded.GetPtr(), picture.pbPixels, picture.cbPixels);
+    return BlobData(blobPadded);
+}
+
+/// Converts a picture, cut to an even size, to another format.
+/// \param blobConverted holds the result \param picConverted out: its format \return its pixels, or null
+BYTE* Converted(BYTE* pbSource, const PicProps& picSource, DWORD fccType,
+                CBLOBHolder<CTaskMemory>& blobConverted, PicProps& picConverted) noexcept
+{
+    picConverted = picSource;
+    picConverted.fccType = fccType;
+    picConverted.nWidth &= ~1;
+    picConverted.nHeight = AbsHeightLong(picConverted) & ~1;
+    picConverted.nRowWidth = picConverted.nWidth;
+    const RECT rcWhole = {0, 0, picConverted.nWidth, picConverted.nHeight};
+    blobConverted.Alloc(BlockBytes(picConverted), true, 0);
+    const HRESULT hr = Img_Convert(pbSource, BlobData(blobConverted), &picSource, &picConverted, &rcWhole,
+                                   &rcWhole, true, nullptr);
+    DSASSERT(hr == S_OK);
+    return BlobData(blobConverted);
+}
+
+/// The aspect policy as a number. Moved by bytes, as a value outside the enumeration, which a host may set,
+/// may not be read as one.
+int AspectPolicy(const QG_VID_PROPS& props) noexcept
+{
+    int nPolicy = 0;
+    static_assert(sizeof(nPolicy) == sizeof(props.eKeepAspect));
+    memcpy(&nPolicy, &props.eKeepAspect, sizeof(nPolicy));
+    return nPolicy;
+}
+
+/// Whether a picture fills the frame whatever its shape. The default keeps the shape only of a picture that
+/// differs in both directions; one of the same height is stretched, and this is deliberate. Values beyond the
+/// last one are letter-boxed.
+bool IsStretched(int nPolicy, const PicProps& picSource, const PicProps& picOutput) noexcept
+{
+    return nPolicy == eQGKA_None ||
+           (nPolicy == eQGKA_Default && (picSource.nWidth == picOutput.nWidth ||
+                                         AbsHeight(picSource.nHeight) == AbsHeight(picOutput.nHeight)));
+}
+
 } // namespace
 
-HRESULT CCoQXStillSourceOut::FillSampleBuffer(BYTE* pbBuf, DWORD cbBuf) noexcept
+void ComposePicture(const PictureView& picture, const PicProps& picOutput, const QG_VID_PROPS& props,
+                    CBLOBHolder<CTaskMemory>& blobFrame) noexcept
 {
-    DSASSERT(pbBuf != NULL);
-    if (pbBuf == nullptr)
-        return E_INVALIDARG;
-    CScopedLock crs(&m_crsPicture);
-    if (m_blobFrame.GetSize() == 0)
-    {
-        const HRESULT hr = ComposeFrame();
-        if (FAILED(hr))
-            return hr;
-    }
-    if (m_blobFrame.IsValid())
-        memcpy(pbBuf, m_blobFrame.GetPtr(), std::min(m_blobFrame.GetSize(), cbBuf));
-    return S_OK;
-}
-
-HRESULT CCoQXStillSourceOut::ComposeFrame() noexcept
-{
-    const CCoQXStillSource* const pFilter = m_pFilter;
-    if (pFilter == nullptr)
-        return E_UNEXPECTED;
-    const QG_VID_PROPS props = pFilter->GetProps();
-
-    // A colour or a built-in picture leaves its format in m_picSource, from where the next default type
-    // comes.
-    CBLOBHolder<CTaskMemory> blobImage;
-    const bool bLoaded = m_blobSource.GetSize() != 0;
-    if (!bLoaded)
-    {
-        const HRESULT hr =
-            m_nPictureId == ePI_SolidColor ? MakeSolidPicture(blobImage) : MakeBuiltInPicture(blobImage);
-        if (FAILED(hr))
-            return hr;
-    }
-    const CBLOBHolder<CTaskMemory>& blobPixels = bLoaded ? m_blobSource : blobImage;
-    BYTE* pbSource = BlobData(blobPixels);
-
-    // The format may claim more than the block holds, as after "transparent" over a 24-bit picture: what is
-    // not there reads as zero.
     CBLOBHolder<CTaskMemory> blobPadded;
-    const DWORD cbSource = BlockBytes(m_picSource);
-    if (cbSource == 0)
-    {
-        pbSource = nullptr;
-    }
-    else if (pbSource != nullptr && blobPixels.GetSize() < cbSource)
-    {
-        blobPadded.Alloc(cbSource, true, 0);
-        if (blobPadded.IsValid())
-            memcpy(blobPadded.GetPtr(), pbSource, blobPixels.GetSize());
-        pbSource = BlobData(blobPadded);
-    }
+    CBLOBHolder<CTaskMemory> blobConverted;
+    BYTE* pbImage = WholePixels(picture, blobPadded);
+    PicProps picImage = picture.pic;
+    if (picImage.fccType != picOutput.fccType)
+        pbImage = Converted(pbImage, picture.pic, picOutput.fccType, blobConverted, picImage);
 
-    PicProps picImage = m_picSource;
-    RECT rcConvertIn = {0, 0, picImage.nWidth, AbsHeightLong(picImage)};
-    RECT rcConvertOut = {0, 0, m_picOutput.nWidth, AbsHeightLong(m_picOutput)};
-
-    CBLOBHolder<CTaskMemory> blobBuffer;
-    if (m_picSource.fccType != m_picOutput.fccType)
-    {
-        picImage.fccType = m_picOutput.fccType;
-        picImage.nWidth &= ~1;
-        picImage.nHeight = AbsHeightLong(picImage) & ~1;
-        picImage.nRowWidth = picImage.nWidth;
-        rcConvertIn = {0, 0, picImage.nWidth, picImage.nHeight};
-        blobBuffer.Alloc(BlockBytes(picImage), true, 0);
-        const HRESULT hr = Img_Convert(pbSource, BlobData(blobBuffer), &m_picSource, &picImage, &rcConvertIn,
-                                       &rcConvertIn, true, nullptr);
-        DSASSERT(hr == S_OK);
-        pbSource = BlobData(blobBuffer);
-    }
-
-    // The default keeps the shape only of a picture that differs in both directions; one of the same height
-    // is stretched, and this is deliberate. Values beyond the last one are letter-boxed.
-    const bool bStretch = props.eKeepAspect == eQGKA_None ||
-                          (props.eKeepAspect == eQGKA_Default &&
-                           (m_picSource.nWidth == m_picOutput.nWidth ||
-                            AbsHeight(m_picSource.nHeight) == AbsHeight(m_picOutput.nHeight)));
-    if (!bStretch)
+    RECT rcImage = {0, 0, picImage.nWidth, AbsHeightLong(picImage)};
+    RECT rcFrame = {0, 0, picOutput.nWidth, AbsHeightLong(picOutput)};
+    const int nPolicy = AspectPolicy(props);
+    if (!IsStretched(nPolicy, picture.pic, picOutput))
     {
         const double dblPixelAspect =
-            PixelAspect(rcConvertOut.right - rcConvertOut.left, rcConvertOut.bottom - rcConvertOut.top,
-                        props.nAspectX, props.nAspectY);
-        CalcAspectRects(&picImage, &m_picOutput, props.eKeepAspect == eQGKA_Crop ? eAR_Crop : eAR_LetterBox,
-                        &rcConvertIn, &rcConvertOut, 1.0, dblPixelAspect);
+            PixelAspect(rcFrame.right, rcFrame.bottom, props.nAspectX, props.nAspectY);
+        CalcAspectRects(&picImage, &picOutput, nPolicy == eQGKA_Crop ? eAR_Crop : eAR_LetterBox, &rcImage,
+                        &rcFrame, 1.0, dblPixelAspect);
     }
-
-    ScaleIntoFrame(m_blobFrame, m_picOutput, rcConvertOut, pbSource, picImage, rcConvertIn,
-                   bLoaded ? eIR_Cubic : eIR_Nearest);
-    FillMargins(BlobData(m_blobFrame), &m_picOutput, 0, MarginsOfRect(rcConvertOut));
-    return S_OK;
-}
-
-HRESULT CCoQXStillSourceOut::MakeSolidPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept
-{
-    m_picSource = m_picOutput;
-    blobImage.Alloc(static_cast<DWORD>(SampleBytes(m_picSource)), true, 0);
-    BYTE* const pbImage = BlobData(blobImage);
-    if (pbImage == nullptr)
-        return S_OK; // the frame stays unfinished
-    Img_Fill(pbImage, &m_picSource, m_nSolidColor, nullptr, nOpaque, nWholeFrame);
-    if (m_picOutput.fccType == FOURCC_ARGB32 && m_nSolidColor == 0)
-        blobImage.Fill(0);
-    return S_OK;
-}
-
-HRESULT CCoQXStillSourceOut::MakeBuiltInPicture(CBLOBHolder<CTaskMemory>& blobImage) noexcept
-{
-    BITMAPINFOHEADER bmInfo{};
-    DSTLBLOB blobPicture{};
-    HRESULT hr =
-        LoadBmpResource(_Module.GetResourceInstance(), FindResourceNumber(m_nPictureId, m_picOutput.nHeight),
-                        L"CUSTOM", &bmInfo, &blobPicture.pbData);
-    DSASSERT(hr == S_OK);
-    blobPicture.cbData = bmInfo.biSizeImage;
-    blobImage.Attach(&blobPicture);
-
-    // After a failure the header is zero, which ends here.
-    CMType mtTemp;
-    hr = MTHelp::MTCreateVideo(&mtTemp, FORMAT_VideoInfo, reinterpret_cast<const BITMAPINFO*>(&bmInfo));
-    if (FAILED(hr))
-        return hr;
-    const int nFormat = MTGetPicProps(&mtTemp, &m_picSource);
-    DSASSERT(nFormat != -1);
-    return nFormat < 0 ? E_INVALIDARG : S_OK;
+    ScaleIntoFrame(blobFrame, picOutput, rcFrame, pbImage, picImage, rcImage,
+                   picture.bSmooth ? eIR_Cubic : eIR_Nearest);
+    FillMargins(BlobData(blobFrame), &picOutput, 0, MarginsOfRect(rcFrame));
 }

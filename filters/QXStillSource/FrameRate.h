@@ -6,6 +6,12 @@
 /// Length of a frame where none is known: 25 frames per second, in units of 100 ns.
 inline constexpr LONGLONG rtDefaultFrame = 400000;
 
+/// The length of a frame that a media type gives, or the default for 0.
+constexpr LONGLONG FrameTimeOrDefault(LONGLONG rtFrame) noexcept
+{
+    return rtFrame != 0 ? rtFrame : rtDefaultFrame;
+}
+
 /// Units of 100 ns in a second.
 inline constexpr double dblTimeUnits = 10000000.0;
 

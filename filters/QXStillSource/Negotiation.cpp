@@ -182,7 +182,6 @@ bool CCoQXStillSource::QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept
     PicProps picQuery{};
     if (pmt == nullptr || OutPin() == nullptr || MTGetPicProps(pmt, &picQuery) < 0)
         return false;
-    // What m_picOutput is, without its lock: a frame may be in the making.
     const PicProps picOutput = OutPin()->GetPicProps();
     return picQuery.fccType == picOutput.fccType && picQuery.nWidth == picOutput.nWidth &&
            AbsHeight(picQuery.nHeight) == AbsHeight(picOutput.nHeight);
@@ -195,7 +194,7 @@ HRESULT CCoQXStillSource::UpdateOutputType() noexcept
         return E_UNEXPECTED;
     // A type that cannot be built stays empty: the pin then has none, and connecting it fails.
     CMType mt;
-    BuildOutputType(mt, pOut->GetSourceProps());
+    BuildOutputType(mt, pOut->Picture().GetSourceProps());
     RebuildSupportedTypes(&mt);
     const HRESULT hr = pOut->ApplyUnconnected(&mt);
     // Not stored before the graph has connected the pin anew: a refusal leaves the old type.

@@ -1,7 +1,6 @@
 // The worker: gets samples, fills and stamps them, and sends them. The downstream filter's blocking paces it.
 #include "CoQXStillSource.h"
-
-#include "FrameTimes.h"
+#include "FrameRate.h"
 #include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/DSSample.h"
 
@@ -47,29 +46,32 @@ DWORD CCoQXStillSourceOut::Send() noexcept
     }
 
     m_pump.PassHolds(); // a seek that flushes lands before this frame
-    CScopedLock lock(&m_crsPosition);
-    if (m_rtCurrent == 0)
     {
-        const REFERENCE_TIME rtFrame = GetFrameTime();
-        const REFERENCE_TIME rtStart = FrameToTime(m_nFrame, rtFrame);
-        const REFERENCE_TIME rtStop = FrameToTime(m_nStopFrame, rtFrame);
-        trace(atlTraceGeneral, eTL_Error, L"%s: NewSegment( %s - %s)\n", GetClassName(),
-              RefTimeText(rtStart, CTimeText().sz), RefTimeText(rtStop, CTimeText().sz));
-        if (const CComPtr<IPin> spPeer = GetPeer())
-            spPeer->NewSegment(rtStart, rtStop, 1.0);
+        const CStreamPosition::CHold position(m_position); // let go before Receive, which may block
+        if (m_position.SegmentBegins())
+            AnnounceSegment();
+        hr = PrepareSample(spSample);
+        if (hr != S_OK)
+        {
+            // The normal end of the stream writes this line too.
+            trace(atlTraceGeneral, eTL_Error, L"###Err### %s: Send(): PrepareSample()=0x%X\n", GetClassName(),
+                  hr);
+            return INFINITE;
+        }
     }
-    hr = PrepareSample(spSample);
-    if (hr != S_OK)
-    {
-        // The normal end of the stream writes this line too.
-        trace(atlTraceGeneral, eTL_Error, L"###Err### %s: Send(): PrepareSample()=0x%X\n", GetClassName(),
-              hr);
-        return INFINITE;
-    }
-    lock.Unlock(); // or a blocked Receive would hold up whoever asks for the position
-
     Debug_Sample(atlTraceGeneral, eTL_Main, spSample, L"[CCoQXStillSourceOut]: ");
     return SendSample(spSample) == S_OK ? 0 : INFINITE;
+}
+
+void CCoQXStillSourceOut::AnnounceSegment() noexcept
+{
+    const REFERENCE_TIME rtFrame = FrameTimeOrDefault(FrameTime());
+    const REFERENCE_TIME rtStart = m_position.StartTime(rtFrame);
+    const REFERENCE_TIME rtStop = m_position.StopTime(rtFrame);
+    trace(atlTraceGeneral, eTL_Error, L"%s: NewSegment( %s - %s)\n", GetClassName(),
+          RefTimeText(rtStart, CTimeText().sz), RefTimeText(rtStop, CTimeText().sz));
+    if (const CComPtr<IPin> spPeer = GetPeer())
+        spPeer->NewSegment(rtStart, rtStop, 1.0);
 }
 
 HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
@@ -90,16 +92,15 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
     }
     SetMediaTypeFromSample(pSample);
 
-    // The last number is sent too, so that there is one frame more than the number says: this is deliberate.
-    if (m_nFrame > m_nStopFrame && m_nStopFrame > 0)
+    if (m_position.IsPastEnd())
     {
         if (const CComPtr<IPin> spPeer = GetPeer())
             spPeer->EndOfStream();
         return S_FALSE;
     }
 
-    const REFERENCE_TIME rtFrame = GetFrameTime();
-    const LONG cbSize = SampleBytes(m_picOutput);
+    const StreamFormat format = GetStreamFormat();
+    const LONG cbSize = SampleBytes(format.pic);
     DSASSERT(sample.m_pbBuf != NULL);
     DSASSERT(sample.m_cbBuf >= cbSize);
 
@@ -107,40 +108,43 @@ HRESULT CCoQXStillSourceOut::PrepareSample(IMediaSample* pSample) noexcept
     CCoQXStillSource* const pFilter = m_pFilter;
     if (pFilter == nullptr)
         return VFW_E_WRONG_STATE;
-    CComBSTR bsName;
-    if (pFilter->GetListEntry(m_nFrame, bsName))
-        SelectPictureByName(pFilter, bsName); // a name that fails leaves the picture as it was
-
-    hr = FillSampleBuffer(sample.m_pbBuf, static_cast<DWORD>(sample.m_cbBuf));
+    const QG_VID_PROPS props = pFilter->GetProps();
+    m_picture.SelectListEntry(m_position.NextFrame(), KeepsAlpha(props));
+    hr = m_picture.FillSampleBuffer(sample.m_pbBuf, static_cast<DWORD>(sample.m_cbBuf), props);
     if (hr != S_OK)
     {
         trace(atlTraceGeneral, eTL_Error, L"###Err### %s: PrepareSample(): FillSampleBuffer()=0x%X\n",
               GetClassName(), hr);
         return hr;
     }
+    return StampSample(sample, pSample, cbSize, FrameTimeOrDefault(format.rtFrame));
+}
 
+HRESULT CCoQXStillSourceOut::StampSample(CSampleT& sample, IMediaSample* pSample, LONG cbSize,
+                                         REFERENCE_TIME rtFrame) noexcept
+{
+    const CStreamPosition::CHold position(m_position);
+    const FrameStamp stamp = m_position.Stamp(rtFrame);
     sample.RemoveProps(PM_BUFFER);
-    CScopedLock crs(&m_crsPosition);
     sample.SetActualDataLength(cbSize);
-    sample.SetDiscontinuity(m_rtCurrent == 0);
+    sample.SetDiscontinuity(stamp.bSegmentBegins);
     sample.SetSyncPoint(TRUE);
-    sample.SetMediaTime(m_nFrame, AddTimes(m_nFrame, 1));
-    sample.SetTime(m_rtCurrent, AddTimes(m_rtCurrent, rtFrame));
-    hr = sample.Save(pSample, PM_ALL);
+    sample.SetMediaTime(stamp.nFrame, stamp.nNextFrame);
+    sample.SetTime(stamp.rtStart, stamp.rtEnd);
+    const HRESULT hr = sample.Save(pSample, PM_ALL);
     if (hr != S_OK)
     {
         trace(atlTraceGeneral, eTL_Error, L"###Err### %s: PrepareSample(): sample.Save()=0x%X\n",
               GetClassName(), hr);
         return hr;
     }
-    m_nFrame = AddTimes(m_nFrame, 1);
-    m_rtCurrent = sample.m_tE;
+    m_position.Advance(stamp);
     return S_OK;
 }
 
 HRESULT CCoQXStillSourceOut::StreamStart() noexcept
 {
-    m_rtCurrent = 0; // a new segment; the frame number goes on
+    m_position.BeginSegment(); // the frame number goes on
     if (!IsConnected())
         return VFW_E_NOT_CONNECTED;
     m_pump.Start();

@@ -1,25 +1,7 @@
 // The three operations of IMediaSeeking that touch the stream. Positions are frame numbers inside and times
 // outside.
 #include "CoQXStillSource.h"
-
-#include "FrameTimes.h"
-
-namespace
-{
-
-constexpr DWORD dwPositioned = AM_SEEKING_AbsolutePositioning | AM_SEEKING_RelativePositioning;
-
-/// Moves a position. \param pTime the host's variable, null for none: a relative time in it becomes absolute
-LONGLONG MovedFrame(LONGLONG nFrame, LONGLONG* pTime, DWORD dwFlags, REFERENCE_TIME rtFrame) noexcept
-{
-    if (pTime == nullptr)
-        return nFrame;
-    if ((dwFlags & AM_SEEKING_RelativePositioning) != 0)
-        *pTime = AddTimes(*pTime, FrameToTime(nFrame, rtFrame));
-    return (dwFlags & dwPositioned) != 0 ? TimeToFrame(*pTime, rtFrame) : nFrame;
-}
-
-} // namespace
+#include "FrameRate.h"
 
 STDMETHODIMP CCoQXStillSourceOut::GetDuration(LONGLONG* pDuration) noexcept
 {
@@ -27,7 +9,7 @@ STDMETHODIMP CCoQXStillSourceOut::GetDuration(LONGLONG* pDuration) noexcept
     DSASSERT(pDuration != NULL);
     if (pDuration == nullptr)
         return E_POINTER;
-    *pDuration = FrameToTime(m_nStopFrame, FrameTime());
+    *pDuration = m_position.StopTime(FrameTime());
     return S_OK;
 }
 
@@ -50,13 +32,10 @@ STDMETHODIMP CCoQXStillSourceOut::SetPositions(LONGLONG* pCurrent, DWORD dwCurre
             spPeer->BeginFlush();
             spPeer->EndFlush();
         }
-        const CScopedTryLock crs(&m_crsPosition, bMayWait);
-        if (!crs.IsHeld())
+        const CStreamPosition::CHold position(m_position, bMayWait);
+        if (!position.IsHeld())
             return VFW_E_STATE_CHANGED; // so may the worker, within a call for the frame that it prepares
-        const REFERENCE_TIME rtFrame = GetFrameTime();
-        m_nFrame = MovedFrame(m_nFrame, pCurrent, dwCurrentFlags, rtFrame);
-        m_nStopFrame = MovedFrame(m_nStopFrame, pStop, dwStopFlags, rtFrame);
-        m_rtCurrent = 0; // also when nothing moved: the next sample begins a segment
+        m_position.Seek({pCurrent, dwCurrentFlags}, {pStop, dwStopFlags}, FrameTimeOrDefault(FrameTime()));
     }
     m_pump.Wake();
     return S_OK;
@@ -65,15 +44,13 @@ STDMETHODIMP CCoQXStillSourceOut::SetPositions(LONGLONG* pCurrent, DWORD dwCurre
 STDMETHODIMP CCoQXStillSourceOut::GetPositions(LONGLONG* pCurrent, LONGLONG* pStop) noexcept
 {
     TraceSeeking(eTL_Frame, L"%s: IMediaSeekingImpl::GetPositions\n");
-    // Within a call of the pin without the lock, which the worker holds while it prepares a frame. The frames
-    // are those from before a seek or from after it.
-    CScopedLock crs(IsInCall() ? nullptr : &m_crsPosition);
-    const LONGLONG nFrame = m_nFrame;
-    const LONGLONG nStopFrame = m_nStopFrame;
+    // Within a call of the pin perhaps without the lock, which the worker holds while it prepares a frame.
+    // The frames are those from before a seek or from after it.
+    const CStreamPosition::CHold position(m_position, !IsInCall());
     const REFERENCE_TIME rtFrame = FrameTime();
     if (pCurrent != nullptr)
-        *pCurrent = FrameToTime(nFrame, rtFrame);
+        *pCurrent = m_position.StartTime(rtFrame);
     if (pStop != nullptr)
-        *pStop = FrameToTime(nStopFrame, rtFrame);
+        *pStop = m_position.StopTime(rtFrame);
     return S_OK;
 }

@@ -63,7 +63,7 @@ STDMETHODIMP IAMStreamConfigWrapper<T>::SetFormat(AM_MEDIA_TYPE* pmt) noexcept
 
     pFilter->ChangeProps([=](QG_VID_PROPS& props) { PropsFromMediaType(pmt, &props); });
     CMType mtTemp;
-    pFilter->BuildOutputType(mtTemp, pin.GetSourceProps());
+    pFilter->BuildOutputType(mtTemp, pin.Picture().GetSourceProps());
     pFilter->RebuildSupportedTypes(&mtTemp);
     const HRESULT hr = pin.ApplyUnconnected(pmt); // with all that it says, not the one built from it
     return hr == S_FALSE ? pFilter->Reconnect(pmt) : hr;

@@ -58,8 +58,8 @@ protected:
     /// Connects, runs for two frames, which have to be alike, and stops.
     void ExpectFrames(const Bytes& expected)
     {
-        Out().m_nFrame = 0; // it survives a stop
-        Out().m_nStopFrame = 1;
+        Inside().m_nFrame = 0; // it survives a stop
+        Inside().m_nStopFrame = 1;
         ASSERT_EQ(Connect(), S_OK);
         const size_t nBefore = m_sink.m_pin.Samples().size();
         const int nEnds = m_log.Count("in.EndOfStream");
@@ -78,7 +78,7 @@ protected:
     /// \param picture what the file holds \param shown the same at the size that it has in the frame
     void ExpectEverywhere(const Placing& placing, const Picture& picture, const Picture& shown)
     {
-        Filter().m_VidProps.eKeepAspect = placing.eAspect;
+        InsideFilter().m_VidProps.eKeepAspect = placing.eAspect;
         for (const auto& kind : g_arrKinds)
         {
             const Text file(m_folder.Write(kind.pszFile, FileOf(kind.eIs, picture)));
@@ -131,7 +131,7 @@ TEST_F(Colour, NamesInEveryFormat)
             {
                 SCOPED_TRACE(std::string(row.pszName) + " in " + format.pszName + ", aspect " +
                              std::to_string(eAspect));
-                Filter().m_VidProps.eKeepAspect = eAspect;
+                InsideFilter().m_VidProps.eKeepAspect = eAspect;
                 ASSERT_EQ(Control().SetPicture(Text(row.pszName)), S_OK);
                 ASSERT_EQ(Control().SetOutputFormat(Text(format.pszName), g_nColourWidth, g_nColourHeight),
                           S_OK);
@@ -192,7 +192,7 @@ TEST_F(Colour, SixteenBits)
     {
         for (const eQGKeepAspect eAspect : g_arrAspects)
         {
-            Filter().m_VidProps.eKeepAspect = eAspect;
+            InsideFilter().m_VidProps.eKeepAspect = eAspect;
             for (const SIZE size : {SIZE{8, 4}, SIZE{16, 8}, SIZE{16, 16}})
             {
                 ASSERT_EQ(Control().SetOutputFormat(Text(pszFormat), size.cx, size.cy), S_OK);
@@ -214,7 +214,7 @@ TEST_F(Colour, EightBitsAreRefused)
         m_asserts.Clear();
         EXPECT_EQ(Control().SetOutputFormat(Text(pszFormat), 16, 8), S_OK) << pszFormat;
         EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{"nIndex != -1"}) << pszFormat;
-        EXPECT_EQ(Out().m_picOutput, (PicProps{0, 0, 0, 0})) << pszFormat;
+        EXPECT_EQ(Inside().m_picOutput, (PicProps{0, 0, 0, 0})) << pszFormat;
         EXPECT_TRUE(FAILED(Connect())) << pszFormat;
         EXPECT_FALSE(m_sink.m_pin.IsConnected()) << pszFormat;
     }

@@ -40,18 +40,18 @@ protected:
 
     void Compose(eQGKeepAspect eKeepAspect, DWORD fcc, LONG nWidth, LONG nHeight)
     {
-        Filter().m_VidProps.eKeepAspect = eKeepAspect;
+        InsideFilter().m_VidProps.eKeepAspect = eKeepAspect;
         const CMType mt = VideoType(fcc, nWidth, nHeight);
         Out().ApplyOutputType(&mt);
-        m_frame.assign(GetPicSize(&Out().m_picOutput), 0xEE);
-        ASSERT_EQ(Out().FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
+        m_frame.assign(GetPicSize(&Inside().m_picOutput), 0xEE);
+        ASSERT_EQ(FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
         EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
     }
 
     /// Of a frame in RGB32, from the top left.
     Colour At(LONG x, LONG y)
     {
-        const PicProps& pic = Out().m_picOutput;
+        const PicProps& pic = Inside().m_picOutput;
         const BYTE* pb = m_frame.data() + (static_cast<size_t>(pic.nHeight - 1 - y) * pic.nWidth + x) * 4;
         return {pb[0], pb[1], pb[2]};
     }
@@ -69,7 +69,7 @@ TEST_F(CompositionAspect, OddSizesAreCutToEvenOnesBeforeAConversion)
     for (int i = 0; i < 720 * 576 / 2; i++)
         Append(expected, {128, 16, 128, 16});
     EXPECT_EQ(m_frame, expected);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 721, 577, 721})); // as it was
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 721, 577, 721})); // as it was
 
     // Without a conversion all of it is scaled.
     Compose(eQGKA_None, FOURCC_RGB32, 720, 576);
@@ -159,15 +159,15 @@ TEST_F(CompositionAspect, NoneStretchesEverything)
 TEST_F(CompositionAspect, AspectOfTheFrameEntersAsOneOfItsPixels)
 {
     ShowPicture(1024, 576, [](LONG, LONG) { return g_white; });
-    Filter().m_VidProps.nAspectX = 16;
-    Filter().m_VidProps.nAspectY = 9;
+    InsideFilter().m_VidProps.nAspectX = 16;
+    InsideFilter().m_VidProps.nAspectY = 9;
     Compose(eQGKA_LetterBox, FOURCC_RGB32, 720, 576);
     EXPECT_EQ(At(0, 145), g_black);
     EXPECT_EQ(At(0, 146), g_white);
     EXPECT_EQ(At(719, 429), g_white);
     EXPECT_EQ(At(719, 430), g_black);
     // One of the two alone says nothing.
-    Filter().m_VidProps.nAspectY = 0;
+    InsideFilter().m_VidProps.nAspectY = 0;
     Compose(eQGKA_LetterBox, FOURCC_RGB32, 1024, 576);
     EXPECT_EQ(At(0, 0), g_white);
 }

@@ -14,8 +14,8 @@ protected:
     /// The frame as a sample of its exact size gets it.
     Bytes Fill(HRESULT hrExpected = S_OK)
     {
-        Bytes frame(GetPicSize(&Out().m_picOutput), 0xEE);
-        EXPECT_EQ(Out().FillSampleBuffer(frame.data(), static_cast<DWORD>(frame.size())), hrExpected);
+        Bytes frame(GetPicSize(&Inside().m_picOutput), 0xEE);
+        EXPECT_EQ(FillSampleBuffer(frame.data(), static_cast<DWORD>(frame.size())), hrExpected);
         return frame;
     }
 };
@@ -23,9 +23,9 @@ protected:
 TEST_F(Composition, NullBuffer)
 {
     ShowSmall();
-    EXPECT_EQ(Out().FillSampleBuffer(nullptr, 128), E_INVALIDARG);
+    EXPECT_EQ(FillSampleBuffer(nullptr, 128), E_INVALIDARG);
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{"pbBuf != NULL"});
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
 }
 
 TEST_F(Composition, SameSizeAndFormatIsAnExactCopy)
@@ -50,7 +50,7 @@ TEST_F(Composition, SameSizeAndFormatIsAnExactCopy)
         m_asserts.Clear();
         EXPECT_EQ(Fill(), pixels);
         EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
-        EXPECT_EQ(Bytes(Out().m_blobFrame.GetPtr(), Out().m_blobFrame.GetPtr() + Out().m_blobFrame.GetSize()),
+        EXPECT_EQ(Bytes(Inside().m_blobFrame.GetPtr(), Inside().m_blobFrame.GetPtr() + Inside().m_blobFrame.GetSize()),
                   pixels);
     }
 }
@@ -60,7 +60,7 @@ TEST_F(Composition, SameSizeIsACopyUnderEveryAspectMode)
     const Bytes pixels = Pattern(128);
     for (const int nMode : {0, 1, 2, 3, 4, 100, -1})
     {
-        Filter().m_VidProps.eKeepAspect = static_cast<eQGKeepAspect>(nMode);
+        InsideFilter().m_VidProps.eKeepAspect = static_cast<eQGKeepAspect>(nMode);
         Show(FOURCC_RGB32, 8, 4, pixels);
         EXPECT_EQ(Fill(), pixels) << nMode;
     }
@@ -81,9 +81,9 @@ TEST_F(Composition, FrameIsComposedOnce)
 {
     ShowSmall(0x11);
     EXPECT_EQ(Fill(), Bytes(128, 0x11));
-    memset(Out().m_blobSource.GetPtr(), 0x22, 128);
+    memset(Inside().m_blobSource.GetPtr(), 0x22, 128);
     EXPECT_EQ(Fill(), Bytes(128, 0x11)); // the cache never looks at what changed
-    Out().m_blobFrame.SetSize(0);
+    Inside().m_blobFrame.SetSize(0);
     EXPECT_EQ(Fill(), Bytes(128, 0x22));
 }
 
@@ -91,14 +91,14 @@ TEST_F(Composition, WhatEmptiesTheFrame)
 {
     ShowSmall(0x11);
     Fill();
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
     const CMType mt = VideoType(FOURCC_RGB32, 8, 4);
     Out().ApplyOutputType(&mt);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
-    EXPECT_GE(Out().m_blobFrame.GetAllocSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
+    EXPECT_GE(Inside().m_blobFrame.GetAllocSize(), 128u);
     Fill();
     EXPECT_EQ(Control().SetFrameRate(10), S_OK); // sets the type of an unconnected pin
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
 }
 
 TEST_F(Composition, WhatDoesNotEmptyTheFrame)
@@ -106,44 +106,44 @@ TEST_F(Composition, WhatDoesNotEmptyTheFrame)
     ShowSmall(0x11);
     ASSERT_EQ(Connect(), S_OK);
     Fill();
-    const BYTE* const pbFrame = Out().m_blobFrame.GetPtr();
+    const BYTE* const pbFrame = Inside().m_blobFrame.GetPtr();
     EXPECT_EQ(Control().SetPicture(Text("red")), S_OK);
     EXPECT_EQ(Control().SetPicture(Text("bars")), S_OK);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
     m_sink.m_pin.m_gate.Close();
     EXPECT_EQ(Filter().Run(0), S_OK);
     ASSERT_TRUE(m_log.WaitFor("in.Receive"));
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
     QG_VID_PROPS props = Props();
     props.nWidth = 100;
     EXPECT_EQ(Control().SetOutputProps(&props), S_OK);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
     m_sink.m_pin.m_gate.Open();
     EXPECT_EQ(Filter().Stop(), S_OK);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
-    EXPECT_EQ(Out().m_blobFrame.GetPtr(), pbFrame);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetPtr(), pbFrame);
 }
 
 TEST_F(Composition, FrameKeepsItsMemoryWhileItIsLargeEnough)
 {
     Show(FOURCC_RGB32, 16, 16, Bytes(1024, 1));
     Fill();
-    const BYTE* const pbFrame = Out().m_blobFrame.GetPtr();
+    const BYTE* const pbFrame = Inside().m_blobFrame.GetPtr();
     ShowSmall(0x22);
     EXPECT_EQ(Fill(), Bytes(128, 0x22));
-    EXPECT_EQ(Out().m_blobFrame.GetPtr(), pbFrame);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
-    EXPECT_EQ(Out().m_blobFrame.GetAllocSize(), 1024u);
+    EXPECT_EQ(Inside().m_blobFrame.GetPtr(), pbFrame);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetAllocSize(), 1024u);
 }
 
 TEST_F(Composition, CopyEndsWithTheBuffer)
 {
     ShowSmall(0x11);
     Bytes buffer(200, 0xEE);
-    EXPECT_EQ(Out().FillSampleBuffer(buffer.data(), 50), S_OK);
+    EXPECT_EQ(FillSampleBuffer(buffer.data(), 50), S_OK);
     EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0x11), 50);
     EXPECT_EQ(buffer[50], 0xEE);
-    EXPECT_EQ(Out().FillSampleBuffer(buffer.data(), 200), S_OK);
+    EXPECT_EQ(FillSampleBuffer(buffer.data(), 200), S_OK);
     EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0x11), 128); // and with the frame
     EXPECT_EQ(buffer[128], 0xEE);
 }
@@ -155,13 +155,13 @@ TEST_F(Composition, VideoQualityHasNoPicture)
     {
         m_asserts.Clear();
         BYTE byBuffer = 0xEE;
-        EXPECT_EQ(Out().FillSampleBuffer(&byBuffer, 1), E_INVALIDARG);
+        EXPECT_EQ(FillSampleBuffer(&byBuffer, 1), E_INVALIDARG);
         EXPECT_EQ(byBuffer, 0xEE);
-        EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u); // so the next call tries again
+        EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u); // so the next call tries again
         EXPECT_EQ(m_asserts.Count("hr == S_OK"), 1);
         EXPECT_EQ(m_asserts.Texts().back(), "bmiHeader.biSize >= sizeof(BITMAPINFOHEADER)");
     }
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_UYVY, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_UYVY, 720, 576, 720}));
 }
 
 TEST_F(Composition, LoadedPictureIsShownUnderVideoQuality)
@@ -175,19 +175,19 @@ TEST_F(Composition, ColourLeavesItsFormatInTheSource)
 {
     ASSERT_EQ(Control().SetPicture(Text("red")), S_OK);
     ASSERT_EQ(Control().SetOutputFormat(Text("RGB32"), 16, -8), S_OK);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_UYVY, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_UYVY, 720, 576, 720}));
     Fill();
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 16, -8, 16}));
-    EXPECT_EQ(Out().m_blobSource.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 16, -8, 16}));
+    EXPECT_EQ(Inside().m_blobSource.GetSize(), 0u);
     // The default of the next type comes from there.
     ASSERT_EQ(Control().SetOutputFormat(nullptr, 0, 0), S_OK);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 16, -8, 16}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 16, -8, 16}));
 }
 
 TEST_F(Composition, TransparentIsAllZero)
 {
     ASSERT_EQ(Control().SetPicture(Text("transparent")), S_OK);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_ARGB32, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_ARGB32, 720, 576, 720}));
     EXPECT_EQ(Fill(), Bytes(720 * 576 * 4, 0));
 }
 
@@ -195,16 +195,16 @@ TEST_F(Composition, FailedConversionIsOnlyAsserted)
 {
     // A format that nobody knows.
     Show(FOURCC_RGB32, 8, 4, Bytes(128, 0x11));
-    Out().m_picSource.fccType = 0x41414141;
+    Inside().m_picSource.fccType = 0x41414141;
     EXPECT_EQ(Fill(), Bytes(128, 0)); // no stranger's memory
     EXPECT_EQ(m_asserts.Count("hr == S_OK"), 1);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
 }
 
 TEST_F(Composition, FailedResizeLeavesAZeroedFrame)
 {
     Show(FOURCC_RGB32, 8, 4, Bytes(128, 0x11));
-    Out().m_picSource.nRowWidth = -1;
+    Inside().m_picSource.nRowWidth = -1;
     EXPECT_EQ(Fill(), Bytes(128, 0));
 }
 
@@ -212,7 +212,7 @@ TEST_F(Composition, BlockThatIsTooSmallReadsAsZero)
 {
     // 24-bit pixels that are then said to have 32.
     Show(FOURCC_RGB24, 8, 4, Bytes(96, 0x11));
-    Out().m_picSource.fccType = FOURCC_ARGB32;
+    Inside().m_picSource.fccType = FOURCC_ARGB32;
     ASSERT_EQ(Control().SetOutputFormat(Text("ARGB32"), 8, 4), S_OK);
     Bytes expected(128, 0);
     std::fill_n(expected.begin(), 96, BYTE{0x11});
@@ -252,13 +252,13 @@ TEST_F(Composition, NothingIsReadBehindTheLoadedBlock)
     const Bytes pixels = Pattern(8 * 4 * 3);
     Show(FOURCC_RGB24, 8, 4, pixels);
     ASSERT_EQ(Control().SetPicture(Text("transparent")), S_OK);
-    const GuardedSource source(Out().m_blobSource, pixels);
+    const GuardedSource source(Inside().m_blobSource, pixels);
     for (const char* pszFormat : {"ARGB32", "RGB32", "RGB24", "UYVY", "YUY2", "YV12"})
     {
         for (const LONG nHeight : {4, -4, 6})
         {
             SCOPED_TRACE(testing::Message() << pszFormat << ' ' << nHeight);
-            Out().m_picSource.fccType = FOURCC_ARGB32;
+            Inside().m_picSource.fccType = FOURCC_ARGB32;
             ASSERT_EQ(Control().SetOutputFormat(Text(pszFormat), 8, nHeight), S_OK);
             const Bytes frame = Fill();
             EXPECT_GT(frame.size(), 0u);
@@ -277,7 +277,7 @@ TEST_F(Composition, FailedResizeShowsNothingOfTheLastPicture)
     Show(FOURCC_RGB32, 16, 16, Bytes(1024, 0x11)); // the block is used again
     EXPECT_EQ(Fill(), Bytes(1024, 0x11));
     Show(FOURCC_RGB32, 8, 4, Bytes(128, 0x22));
-    Out().m_picSource.nRowWidth = -1;
+    Inside().m_picSource.nRowWidth = -1;
     EXPECT_EQ(Fill(), Bytes(128, 0));
 }
 
@@ -309,11 +309,11 @@ TEST_F(Composition, FrameDependsOnNothingThatTheBlockHeld)
         ASSERT_EQ(MTCreateVideo(&mt, format.Code(), FORMAT_VideoInfo, nWidth, nHeight, nRowWidth), S_OK);
         Out().ApplyOutputType(&mt);
         const Bytes pixels = Pattern(GetPicSize(&picSource));
-        ASSERT_NE(Out().m_blobSource.Alloc(static_cast<DWORD>(pixels.size())), E_OUTOFMEMORY);
-        memcpy(Out().m_blobSource.GetPtr(), pixels.data(), pixels.size());
-        Filter().m_VidProps.eKeepAspect = static_cast<eQGKeepAspect>(random() % 4);
-        Filter().m_VidProps.nAspectX = static_cast<SHORT>(random() % 3);
-        Filter().m_VidProps.nAspectY = static_cast<SHORT>(random() % 3);
+        ASSERT_NE(Inside().m_blobSource.Alloc(static_cast<DWORD>(pixels.size())), E_OUTOFMEMORY);
+        memcpy(Inside().m_blobSource.GetPtr(), pixels.data(), pixels.size());
+        InsideFilter().m_VidProps.eKeepAspect = static_cast<eQGKeepAspect>(random() % 4);
+        InsideFilter().m_VidProps.nAspectX = static_cast<SHORT>(random() % 3);
+        InsideFilter().m_VidProps.nAspectY = static_cast<SHORT>(random() % 3);
         SCOPED_TRACE(testing::Message() << i << std::hex << ' ' << fccSource << " to " << format.Code()
                                         << std::dec << ' ' << nWidth << '*' << nHeight << " row " << nRowWidth
                                         << " from " << picSource.nWidth << '*' << picSource.nHeight);
@@ -321,9 +321,9 @@ TEST_F(Composition, FrameDependsOnNothingThatTheBlockHeld)
         Bytes arrFrames[2];
         for (const BYTE byHeld : {BYTE{0}, BYTE{0xEE}})
         {
-            Out().m_picSource = picSource;
-            ASSERT_NE(Out().m_blobFrame.Alloc(100000, true, byHeld), E_OUTOFMEMORY);
-            Out().m_blobFrame.SetSize(0);
+            Inside().m_picSource = picSource;
+            ASSERT_NE(Inside().m_blobFrame.Alloc(100000, true, byHeld), E_OUTOFMEMORY);
+            Inside().m_blobFrame.SetSize(0);
             arrFrames[byHeld != 0] = Fill();
         }
         ASSERT_EQ(arrFrames[0], arrFrames[1]);
@@ -336,9 +336,9 @@ TEST_F(Composition, NoTypeNoFrame)
     const CMType mtEmpty;
     Out().ApplyOutputType(&mtEmpty);
     BYTE byBuffer = 0xEE;
-    EXPECT_EQ(Out().FillSampleBuffer(&byBuffer, 1), S_OK);
+    EXPECT_EQ(FillSampleBuffer(&byBuffer, 1), S_OK);
     EXPECT_EQ(byBuffer, 0xEE);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
 }
 
 TEST_F(Composition, SizesThatNoSampleHolds)
@@ -352,12 +352,12 @@ TEST_F(Composition, SizesThatNoSampleHolds)
             {
                 if (nWidth == 40000 && std::abs(nHeight) == 20000 && fcc != FOURCC_RGB32)
                     continue; // those fit
-                Out().m_blobFrame.SetSize(0);
-                Out().m_picOutput = {fcc, nWidth, nHeight, nWidth};
+                Inside().m_blobFrame.SetSize(0);
+                Inside().m_picOutput = {fcc, nWidth, nHeight, nWidth};
                 BYTE byBuffer = 0xEE;
-                EXPECT_EQ(Out().FillSampleBuffer(&byBuffer, 1), S_OK);
+                EXPECT_EQ(FillSampleBuffer(&byBuffer, 1), S_OK);
                 EXPECT_EQ(byBuffer, 0xEE);
-                EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+                EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
             }
         }
     }
@@ -372,7 +372,7 @@ TEST_F(Composition, TgaComesOutRightSideUp)
     for (int i = 0; i < 8; i++)
         Append(tga.image, i < 4 ? Bytes{0, 0, 255} : Bytes{255, 0, 0});
     ASSERT_EQ(Control().SetPicture(Text(m_folder.Write("top.tga", tga.File()))), S_OK);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 4, 2, 4}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 4, 2, 4}));
     const Bytes frame = Fill();
     EXPECT_EQ(Bytes(frame.begin(), frame.begin() + 3), (Bytes{255, 0, 0})); // the last row comes first
     EXPECT_EQ(Bytes(frame.begin() + 16, frame.begin() + 19), (Bytes{0, 0, 255}));

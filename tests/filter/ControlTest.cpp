@@ -22,18 +22,18 @@ TEST_F(FilterControl, StartValues)
     EXPECT_EQ(props.eKeepAspect, eQGKA_Crop);
     EXPECT_EQ(props.dblRate, 0.0);
 
-    EXPECT_EQ(Filter().m_bsFileName.m_str, nullptr);
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 0);
-    EXPECT_EQ(Out().m_nPictureId, -1);
-    EXPECT_EQ(Out().m_nSolidColor, 0u);
-    EXPECT_EQ(Out().m_picSource, (PicProps{0x59565955, 720, 576, 720}));
-    EXPECT_EQ(Out().m_blobSource.GetSize(), 0u);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{0x59565955, 720, 576, 720}));
-    EXPECT_EQ(Out().m_rtCurrent, 0);
-    EXPECT_EQ(Out().m_nFrame, 0);
-    EXPECT_EQ(Out().m_nStopFrame, 193273528230000);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_EQ(InsideFilter().m_bsFileName.m_str, nullptr);
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 0);
+    EXPECT_EQ(Inside().m_nPictureId, -1);
+    EXPECT_EQ(Inside().m_nSolidColor, 0u);
+    EXPECT_EQ(Inside().m_picSource, (PicProps{0x59565955, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_blobSource.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{0x59565955, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_rtCurrent, 0);
+    EXPECT_EQ(Inside().m_nFrame, 0);
+    EXPECT_EQ(Inside().m_nStopFrame, 193273528230000);
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     EXPECT_TRUE(m_trace.Has(2, "CCoQXStillSource::FinalConstruct\n"));
     EXPECT_TRUE(m_trace.Has(2, "CCoQXStillSourceOut::FinalConstruct\n"));
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
@@ -168,7 +168,7 @@ TEST_F(FilterControl, SetOutputFormatStoresAndUpdates)
     const QG_VID_PROPS props = Props();
     EXPECT_EQ(props.nWidth, 320);
     EXPECT_EQ(props.nHeight, -240);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 320, -240, 320}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 320, -240, 320}));
     ASSERT_NE(Header(), nullptr);
     EXPECT_EQ(Header()->bmiHeader.biHeight, -240);
 }
@@ -178,10 +178,10 @@ TEST_F(FilterControl, SetOutputFormatEmptyResetsToThePicture)
     EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 320, 240), S_OK);
     EXPECT_EQ(Control().SetOutputFormat(Text(""), 0, 0), S_OK);
     EXPECT_EQ(Props().fccType, eQGFCC_Default);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_UYVY, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_UYVY, 720, 576, 720}));
     EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 320, 240), S_OK);
     EXPECT_EQ(Control().SetOutputFormat(nullptr, 0, 0), S_OK); // a null BSTR is an empty one
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_UYVY, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_UYVY, 720, 576, 720}));
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
 }
 
@@ -259,7 +259,7 @@ TEST_F(FilterControl, OutputPropsAreABlock)
     memset(&got, 0, sizeof(got));
     EXPECT_EQ(Control().GetOutputProps(&got), S_OK);
     EXPECT_EQ(memcmp(&props, &got, sizeof(props)), 0);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB24, 352, -288, 352}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 352, -288, 352}));
     EXPECT_EQ(Control().SetOutputProps(nullptr), E_POINTER);
     EXPECT_EQ(Control().GetOutputProps(nullptr), E_POINTER);
 }
@@ -272,7 +272,7 @@ TEST_F(FilterControl, OnlyWhenStopped)
     ASSERT_EQ(Filter().Pause(), S_OK);
     EXPECT_EQ(Control().SetOutputFormat(Text("RGB24"), 1, 2), VFW_E_NOT_STOPPED);
     EXPECT_EQ(Control().SetFrameRate(10), VFW_E_NOT_STOPPED);
-    EXPECT_EQ(memcmp(&before, &Filter().m_VidProps, sizeof(before)), 0);
+    EXPECT_EQ(memcmp(&before, &InsideFilter().m_VidProps, sizeof(before)), 0);
     ASSERT_EQ(Filter().Run(0), S_OK);
     EXPECT_EQ(Control().SetOutputFormat(nullptr, 1, 2), VFW_E_NOT_STOPPED);
     EXPECT_EQ(Control().SetFrameRate(10), VFW_E_NOT_STOPPED);
@@ -281,10 +281,10 @@ TEST_F(FilterControl, OnlyWhenStopped)
     QG_VID_PROPS props = before;
     props.nWidth = 4000;
     props.dblRate = 10;
-    const PicProps picOutput = Out().m_picOutput;
+    const PicProps picOutput = Inside().m_picOutput;
     EXPECT_EQ(Control().SetOutputProps(&props), S_OK);
     EXPECT_EQ(Props().nWidth, 4000);
-    EXPECT_EQ(Out().m_picOutput, picOutput);
+    EXPECT_EQ(Inside().m_picOutput, picOutput);
     EXPECT_EQ(Header()->AvgTimePerFrame, 400000);
     EXPECT_EQ(m_log.Count("graph.ReconnectEx"), 0);
     EXPECT_EQ(Filter().Pause(), S_OK);
@@ -307,7 +307,7 @@ TEST_F(FilterControl, HostileSizesEndInNoType)
                 props.nAspectY = 9;
                 EXPECT_EQ(Control().SetOutputProps(&props), S_OK);
                 BYTE arr[64] = {};
-                Out().FillSampleBuffer(arr, sizeof(arr));
+                FillSampleBuffer(arr, sizeof(arr));
             }
         }
     }

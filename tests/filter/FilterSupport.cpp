@@ -76,10 +76,10 @@ HRESULT FilterTest::Connect(const AM_MEDIA_TYPE* pmt)
 
 void FilterTest::Show(DWORD fcc, LONG nWidth, LONG nHeight, const Bytes& pixels)
 {
-    ASSERT_NE(Out().m_blobSource.Alloc(static_cast<DWORD>(pixels.size())), E_OUTOFMEMORY);
-    memcpy(Out().m_blobSource.GetPtr(), pixels.data(), pixels.size());
-    Out().m_picSource = {fcc, nWidth, nHeight, nWidth};
-    Out().m_blobFrame.SetSize(0);
+    ASSERT_NE(Inside().m_blobSource.Alloc(static_cast<DWORD>(pixels.size())), E_OUTOFMEMORY);
+    memcpy(Inside().m_blobSource.GetPtr(), pixels.data(), pixels.size());
+    Inside().m_picSource = {fcc, nWidth, nHeight, nWidth};
+    Inside().m_blobFrame.SetSize(0);
     EXPECT_EQ(Filter().UpdateOutputType(), S_OK);
 }
 

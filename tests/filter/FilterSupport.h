@@ -1,7 +1,7 @@
 #pragma once
 /// A filter between scriptable neighbours, and what tests ask of it again and again.
 
-#include "CoQXStillSource.h"
+#include "Probe.h"
 
 #include <gtest/gtest.h>
 
@@ -49,6 +49,18 @@ protected:
     CCoQXStillSource& Filter() { return *m_spFilter; }
     CCoQXStillSourceOut& Out() { return *m_spFilter->m_apOut; }
     IQXStillSource& Control() { return *m_spFilter; }
+    PinProbe Inside() { return PinProbe(Out()); }
+    FilterProbe InsideFilter() { return FilterProbe(Filter()); }
+
+    /// The frame of the current picture with what the filter was asked for.
+    HRESULT FillSampleBuffer(BYTE* pbBuf, DWORD cbBuf)
+    {
+        return Out().Picture().FillSampleBuffer(pbBuf, cbBuf, Filter().GetProps());
+    }
+    HRESULT SelectPictureByName(LPCWSTR pszName)
+    {
+        return Out().Picture().SelectPictureByName(pszName, KeepsAlpha(Filter().GetProps()));
+    }
 
     /// Joins the graph and connects the pin to the sink, which offers m_alloc.
     HRESULT Connect(const AM_MEDIA_TYPE* pmt = nullptr);
@@ -57,8 +69,8 @@ protected:
     /// A small RGB32 picture of one byte value.
     void ShowSmall(BYTE byValue = 0x11) { Show(FOURCC_RGB32, 8, 4, Bytes(8 * 4 * 4, byValue)); }
 
-    const VIDEOINFOHEADER* Header() { return Out().m_theMediaType.VideoInfo(); }
-    const VIDEOINFOHEADER2* Header2() { return Out().m_theMediaType.VideoInfo2(); }
+    const VIDEOINFOHEADER* Header() { return Inside().m_theMediaType.VideoInfo(); }
+    const VIDEOINFOHEADER2* Header2() { return Inside().m_theMediaType.VideoInfo2(); }
 
     QG_VID_PROPS Props();
 

@@ -64,14 +64,14 @@ TEST_F(FrameSize, OutputPropertiesEndInNoType)
             props.nWidth = large.nWidth;
             props.nHeight = large.nHeight;
             EXPECT_EQ(Control().SetOutputProps(&props), S_OK);
-            EXPECT_FALSE(Out().m_theMediaType.IsDefined());
-            EXPECT_EQ(Out().m_picOutput, PicProps{});
-            EXPECT_EQ(Filter().m_arrSupport.GetSize(), 0);
+            EXPECT_FALSE(Inside().m_theMediaType.IsDefined());
+            EXPECT_EQ(Inside().m_picOutput, PicProps{});
+            EXPECT_EQ(InsideFilter().m_arrSupport.GetSize(), 0);
             EXPECT_EQ(Connect(), VFW_E_NO_ACCEPTABLE_TYPES);
             BYTE byBuffer = 0xEE;
-            Out().FillSampleBuffer(&byBuffer, 1);
+            FillSampleBuffer(&byBuffer, 1);
             EXPECT_EQ(byBuffer, 0xEE);
-            EXPECT_EQ(Out().m_blobFrame.GetAllocSize(), 0u);
+            EXPECT_EQ(Inside().m_blobFrame.GetAllocSize(), 0u);
         }
         CMType mt = VideoType(FOURCC_RGB32, 16, 16);
         const CMType before = mt;
@@ -93,10 +93,10 @@ TEST_F(FrameSize, OneRowLessIsAFormat)
         props.nWidth = largest.nWidth;
         props.nHeight = largest.nHeight;
         EXPECT_EQ(Control().SetOutputProps(&props), S_OK);
-        EXPECT_TRUE(Out().m_theMediaType.IsDefined());
+        EXPECT_TRUE(Inside().m_theMediaType.IsDefined());
         ALLOCATOR_PROPERTIES rgProps = rgDefaultAllocatorProps;
         EXPECT_EQ(Out().AllocatorDecideProps(&rgProps), S_OK);
-        EXPECT_EQ(rgProps.cbBuffer, SampleBytes(Out().m_picOutput));
+        EXPECT_EQ(rgProps.cbBuffer, SampleBytes(Inside().m_picOutput));
         EXPECT_GE(rgProps.cbBuffer, 0x7FFF0000);
     }
 }
@@ -104,7 +104,7 @@ TEST_F(FrameSize, OneRowLessIsAFormat)
 TEST_F(FrameSize, StreamFormatIsRefused)
 {
     const QG_VID_PROPS before = Props();
-    const CMType mtBefore = Out().m_theMediaType;
+    const CMType mtBefore = Inside().m_theMediaType;
     for (const LargeFrame& large : arrLarge)
     {
         for (const GUID& guidFormat : {FORMAT_VideoInfo, FORMAT_VideoInfo2})
@@ -116,7 +116,7 @@ TEST_F(FrameSize, StreamFormatIsRefused)
     }
     const QG_VID_PROPS after = Props();
     EXPECT_EQ(memcmp(&before, &after, sizeof(before)), 0);
-    EXPECT_TRUE(MTEqual(&mtBefore, &Out().m_theMediaType));
+    EXPECT_TRUE(MTEqual(&mtBefore, &Inside().m_theMediaType));
 }
 
 /// Rows so long that a frame of a few of them fits no sample; the picture itself is the one that is offered.
@@ -136,13 +136,13 @@ TEST_F(FrameSize, LongRowsAreNotAccepted)
     EXPECT_EQ(Out().QueryAccept(&mt), S_FALSE);
     EXPECT_EQ(Connect(&mt), VFW_E_TYPE_NOT_ACCEPTED);
     EXPECT_FALSE(Out().IsConnected());
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
 }
 
 TEST_F(FrameSize, TypeOnASampleIsRefused)
 {
     ShowSmall(0x11);
-    Out().m_nStopFrame = 1;
+    Inside().m_nStopFrame = 1;
     m_sink.m_pin.m_bCopyData = true;
     m_alloc.m_onLend = [](FakeSample& sample) { sample.m_mt = LongRows(); };
     ASSERT_EQ(Connect(), S_OK);
@@ -156,7 +156,7 @@ TEST_F(FrameSize, TypeOnASampleIsRefused)
         EXPECT_EQ(sample.lActual, 128);
         EXPECT_EQ(sample.arrData, Bytes(128, 0x11));
     }
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
 }
 
 TEST_F(FrameSize, AllocatorIsNotAsked)
@@ -166,7 +166,7 @@ TEST_F(FrameSize, AllocatorIsNotAsked)
     for (const LargeFrame& large : arrLarge)
     {
         SCOPED_TRACE(Str(large));
-        Out().m_picOutput = {large.fccType, large.nWidth, large.nHeight, large.nWidth};
+        Inside().m_picType = {large.fccType, large.nWidth, large.nHeight, large.nWidth};
         ALLOCATOR_PROPERTIES rgProps = rgDefaultAllocatorProps;
         EXPECT_EQ(Out().AllocatorDecideProps(&rgProps), E_INVALIDARG);
         EXPECT_EQ(rgProps.cbBuffer, 1);
@@ -182,10 +182,10 @@ TEST_F(FrameSize, SupportedTypesAreThoseThatFit)
     const CMType mt = VideoType(FOURCC_I420, 28000, 28000);
     Filter().RebuildSupportedTypes(&mt);
     std::vector<DWORD> codes;
-    for (int i = 0; i < Filter().m_arrSupport.GetSize(); i++)
+    for (int i = 0; i < InsideFilter().m_arrSupport.GetSize(); i++)
     {
-        codes.push_back(Filter().m_arrSupport[i].subtype.Data1);
-        EXPECT_GT(Filter().m_arrSupport[i].VideoInfo()->bmiHeader.biSizeImage, 0u);
+        codes.push_back(InsideFilter().m_arrSupport[i].subtype.Data1);
+        EXPECT_GT(InsideFilter().m_arrSupport[i].VideoInfo()->bmiHeader.biSizeImage, 0u);
     }
     EXPECT_EQ(codes, (std::vector<DWORD>{FOURCC_YUY2, FOURCC_UYVY, FOURCC_YV12, FOURCC_YVYU, FOURCC_RGB565,
                                          FOURCC_RGB555, FOURCC_HDYC}));

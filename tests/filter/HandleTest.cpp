@@ -47,7 +47,7 @@ class Handle : public FilterTest
 protected:
     Bytes Source()
     {
-        return Bytes(Out().m_blobSource.GetPtr(), Out().m_blobSource.GetPtr() + Out().m_blobSource.GetSize());
+        return Bytes(Inside().m_blobSource.GetPtr(), Inside().m_blobSource.GetPtr() + Inside().m_blobSource.GetSize());
     }
 };
 
@@ -63,16 +63,16 @@ TEST_F(Handle, NoBitmap)
     EXPECT_LT(Control().SetPictureHandle(0x7FFF0001), 0);
     EXPECT_LT(Control().SetPictureHandle(-1), 0);
     EXPECT_EQ(Source(), before);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
 }
 
 TEST_F(Handle, TwentyFourBits)
 {
     const TestBitmap bitmap(5, 3, 24, {10, 20, 30});
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB24, 5, 3, 5}));
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB24, 5, 3, 5}));
-    EXPECT_EQ(Out().m_blobSource.GetSize(), 16u * 3);
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB24, 5, 3, 5}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 5, 3, 5}));
+    EXPECT_EQ(Inside().m_blobSource.GetSize(), 16u * 3);
     EXPECT_EQ(Source(), bitmap.Bits());
 }
 
@@ -80,7 +80,7 @@ TEST_F(Handle, ThirtyTwoBitsWithAlpha)
 {
     const TestBitmap bitmap(6, 4, 32, {10, 20, 30, 77});
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_ARGB32, 6, 4, 6}));
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_ARGB32, 6, 4, 6}));
     EXPECT_EQ(Source(), bitmap.Bits()); // kept as it is
 }
 
@@ -89,7 +89,7 @@ TEST_F(Handle, ThirtyTwoBitsWithoutAlphaBecomeOpaque)
     const TestBitmap bitmap(6, 4, 32, {10, 20, 30, 0});
     const Bytes bits = bitmap.Bits();
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 6, 4, 6}));
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 6, 4, 6}));
     Bytes expected = bits;
     for (size_t i = 3; i < expected.size(); i += 4)
         expected[i] = 255;
@@ -102,7 +102,7 @@ TEST_F(Handle, OpaqueAlphaCountsAsAlpha)
     // Unlike with a file, where a solid plane says nothing.
     const TestBitmap bitmap(6, 4, 32, {10, 20, 30, 255});
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-    EXPECT_EQ(Out().m_picSource.fccType, static_cast<DWORD>(FOURCC_ARGB32));
+    EXPECT_EQ(Inside().m_picSource.fccType, static_cast<DWORD>(FOURCC_ARGB32));
 }
 
 TEST_F(Handle, AlphaIsLookedForInEveryFourthRow)
@@ -118,7 +118,7 @@ TEST_F(Handle, AlphaIsLookedForInEveryFourthRow)
         TestBitmap bitmap(7, 9, 32, {10, 20, 30, 0});
         bitmap.Data()[row.nRow * 7 * 4 + 6 * 4 + 3] = 1; // rows as they lie in memory
         EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-        EXPECT_EQ(Out().m_picSource.fccType, row.fcc) << row.nRow;
+        EXPECT_EQ(Inside().m_picSource.fccType, row.fcc) << row.nRow;
     }
 }
 
@@ -126,7 +126,7 @@ TEST_F(Handle, OtherDepthsAreRefused)
 {
     ShowSmall(0x33);
     const Bytes before = Source();
-    Out().m_blobFrame.Alloc(128);
+    Inside().m_blobFrame.Alloc(128);
     const struct
     {
         WORD nBits;
@@ -143,8 +143,8 @@ TEST_F(Handle, OtherDepthsAreRefused)
         EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{row.pszAssertion}) << row.nBits;
     }
     EXPECT_EQ(Source(), before);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 128u);
 }
 
 TEST_F(Handle, LeavesNameListAndId)
@@ -152,9 +152,9 @@ TEST_F(Handle, LeavesNameListAndId)
     ASSERT_EQ(Control().SetPicture(Text("red|green")), S_OK);
     const TestBitmap bitmap(6, 4, 32, {10, 20, 30, 0});
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-    EXPECT_EQ(Out().m_nPictureId, 0);
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), "red|green");
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 2);
+    EXPECT_EQ(Inside().m_nPictureId, 0);
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), "red|green");
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 2);
     // The bitmap stays the caller's.
     EXPECT_EQ(bitmap.Bits().size(), 96u);
 }
@@ -163,10 +163,10 @@ TEST_F(Handle, EmptiesTheFrameOfAConnectedPin)
 {
     ShowSmall();
     ASSERT_EQ(Connect(), S_OK);
-    Out().m_blobFrame.Alloc(128);
+    Inside().m_blobFrame.Alloc(128);
     const TestBitmap bitmap(8, 4, 32, {1, 2, 3, 0});
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
     EXPECT_EQ(m_log.Count("graph.ReconnectEx"), 0); // the same type
 }
 
@@ -178,7 +178,7 @@ TEST_F(Handle, ResultIsThatOfTheReconnection)
     const TestBitmap bitmap(16, 4, 32, {1, 2, 3, 0});
     EXPECT_EQ(Control().SetPictureHandle(bitmap.Handle()), static_cast<HRESULT>(0x80040217));
     EXPECT_EQ(m_log.Count("graph.ReconnectEx"), 1);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8})); // the type is not stored before
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8})); // the type is not stored before
 }
 
 TEST_F(Handle, FrameIsAnExactCopy)
@@ -186,7 +186,7 @@ TEST_F(Handle, FrameIsAnExactCopy)
     const TestBitmap bitmap(6, 4, 32, {10, 20, 30, 77});
     ASSERT_EQ(Control().SetPictureHandle(bitmap.Handle()), S_OK);
     Bytes frame(96);
-    EXPECT_EQ(Out().FillSampleBuffer(frame.data(), 96), S_OK);
+    EXPECT_EQ(FillSampleBuffer(frame.data(), 96), S_OK);
     EXPECT_EQ(frame, bitmap.Bits());
 }
 

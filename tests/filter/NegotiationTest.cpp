@@ -26,15 +26,15 @@ protected:
     std::vector<DWORD> Supported()
     {
         std::vector<DWORD> codes;
-        for (int i = 0; i < Filter().m_arrSupport.GetSize(); i++)
-            codes.push_back(Filter().m_arrSupport[i].subtype.Data1);
+        for (int i = 0; i < InsideFilter().m_arrSupport.GetSize(); i++)
+            codes.push_back(InsideFilter().m_arrSupport[i].subtype.Data1);
         return codes;
     }
 };
 
 TEST_F(Negotiation, FreshFilterOffersUyvy)
 {
-    const CMType& mt = Out().m_theMediaType;
+    const CMType& mt = Inside().m_theMediaType;
     EXPECT_TRUE(IsEqualGUID(mt.majortype, MEDIATYPE_Video));
     EXPECT_TRUE(IsEqualGUID(mt.subtype, MEDIASUBTYPE_UYVY));
     EXPECT_TRUE(IsEqualGUID(mt.formattype, FORMAT_VideoInfo));
@@ -129,10 +129,10 @@ TEST_F(Negotiation, PictureFillsInWhatIsZero)
     };
     for (const auto& row : rows)
     {
-        Filter().m_VidProps = {};
-        Filter().m_VidProps.nWidth = row.nWidth;
-        Filter().m_VidProps.nHeight = row.nHeight;
-        Filter().m_VidProps.fccType = row.fcc;
+        InsideFilter().m_VidProps = {};
+        InsideFilter().m_VidProps.nWidth = row.nWidth;
+        InsideFilter().m_VidProps.nHeight = row.nHeight;
+        InsideFilter().m_VidProps.fccType = row.fcc;
         CMType mt;
         EXPECT_EQ(Filter().BuildOutputType(mt, picBase), S_OK);
         PicProps pic{};
@@ -143,7 +143,7 @@ TEST_F(Negotiation, PictureFillsInWhatIsZero)
 
 TEST_F(Negotiation, FailedTypeIsLeftAsItIs)
 {
-    Filter().m_VidProps.nWidth = 721; // odd, in a format of pairs
+    InsideFilter().m_VidProps.nWidth = 721; // odd, in a format of pairs
     CMType mt = VideoType(FOURCC_RGB32, 16, 16);
     const CMType before = mt;
     EXPECT_EQ(Filter().BuildOutputType(mt, {FOURCC_UYVY, 720, 576, 720}), E_INVALIDARG);
@@ -154,17 +154,17 @@ TEST_F(Negotiation, FailedTypeLeavesThePinWithoutOne)
 {
     EXPECT_EQ(Control().SetOutputFormat(nullptr, 721, 576), S_OK);
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{"nIndex != -1"});
-    EXPECT_FALSE(Out().m_theMediaType.IsDefined());
-    EXPECT_EQ(Out().m_picOutput, PicProps{});
-    EXPECT_EQ(Filter().m_arrSupport.GetSize(), 0);
+    EXPECT_FALSE(Inside().m_theMediaType.IsDefined());
+    EXPECT_EQ(Inside().m_picOutput, PicProps{});
+    EXPECT_EQ(InsideFilter().m_arrSupport.GetSize(), 0);
     EXPECT_EQ(Connect(), VFW_E_NO_ACCEPTABLE_TYPES);
 
     m_asserts.Clear();
     EXPECT_EQ(Control().SetOutputFormat(Text("XYZ1"), 720, 576), S_OK);
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{"nIndex != -1"});
-    EXPECT_FALSE(Out().m_theMediaType.IsDefined());
+    EXPECT_FALSE(Inside().m_theMediaType.IsDefined());
     EXPECT_EQ(Control().SetOutputFormat(nullptr, 0, 0), S_OK);
-    EXPECT_TRUE(Out().m_theMediaType.IsDefined());
+    EXPECT_TRUE(Inside().m_theMediaType.IsDefined());
 }
 
 TEST_F(Negotiation, SupportedTypesOfAFreshFilter)
@@ -172,9 +172,9 @@ TEST_F(Negotiation, SupportedTypesOfAFreshFilter)
     EXPECT_EQ(Supported(),
               (std::vector<DWORD>{FOURCC_YUY2, FOURCC_YV12, FOURCC_YVYU, FOURCC_I420, FOURCC_RGB32,
                                   FOURCC_ARGB32, FOURCC_RGB24, FOURCC_RGB565, FOURCC_RGB555, FOURCC_HDYC}));
-    for (int i = 0; i < Filter().m_arrSupport.GetSize(); i++)
+    for (int i = 0; i < InsideFilter().m_arrSupport.GetSize(); i++)
     {
-        const CMType& mt = Filter().m_arrSupport[i];
+        const CMType& mt = InsideFilter().m_arrSupport[i];
         PicProps pic{};
         EXPECT_GE(MTGetPicProps(&mt, &pic), 0);
         EXPECT_EQ(pic, (PicProps{mt.subtype.Data1, 720, 576, 720}));
@@ -188,7 +188,7 @@ TEST_F(Negotiation, SupportedTypesOfAWantedFormat)
     Set(eQGI_Default, 0, 0);
     EXPECT_EQ(Supported(), std::vector<DWORD>{}); // the wanted one is the current one
     // The case of letters does not count: "hdyc" is HDYC here.
-    Filter().m_VidProps.fccType = static_cast<eQGFCC>(0x63796468);
+    InsideFilter().m_VidProps.fccType = static_cast<eQGFCC>(0x63796468);
     const CMType mt = VideoType(FOURCC_UYVY, 720, 576);
     Filter().RebuildSupportedTypes(&mt);
     EXPECT_EQ(Supported(), std::vector<DWORD>{FOURCC_HDYC});
@@ -200,12 +200,12 @@ TEST_F(Negotiation, SupportedTypesOfAWantedFormat)
 TEST_F(Negotiation, SupportedTypesOfTheLongerHeader)
 {
     const CMType mt = VideoType(FOURCC_RGB32, 64, -48, 400000, FORMAT_VideoInfo2);
-    Filter().m_VidProps = {};
+    InsideFilter().m_VidProps = {};
     Filter().RebuildSupportedTypes(&mt);
     EXPECT_EQ(Supported().size(), 10u); // one entry a format, not two
-    for (int i = 0; i < Filter().m_arrSupport.GetSize(); i++)
+    for (int i = 0; i < InsideFilter().m_arrSupport.GetSize(); i++)
     {
-        const CMType& mtSupport = Filter().m_arrSupport[i];
+        const CMType& mtSupport = InsideFilter().m_arrSupport[i];
         ASSERT_NE(mtSupport.VideoInfo2(), nullptr);
         const bool bRGB = IsRGBFormat(mtSupport.subtype.Data1);
         EXPECT_EQ(mtSupport.VideoInfo2()->bmiHeader.biHeight, bRGB ? -48 : 48);
@@ -456,7 +456,7 @@ TEST(PropsFromType, RoundTrip)
     {
         for (const double dblRate : {25.0, 50.0, 10.0})
         {
-            pFilter->m_VidProps = {720, 576, eQGFCC_YUY2, eInterlace, 16, 9, eQGKA_Crop, dblRate};
+            FilterProbe(*pFilter).m_VidProps = {720, 576, eQGFCC_YUY2, eInterlace, 16, 9, eQGKA_Crop, dblRate};
             CMType mt;
             ASSERT_EQ(pFilter->BuildOutputType(mt, PicProps{}), S_OK);
             QG_VID_PROPS props{};

@@ -12,30 +12,30 @@ protected:
 
 TEST_F(OutputType, NotConnectedTakesEffectAtOnce)
 {
-    Out().m_blobFrame.Alloc(100);
+    Inside().m_blobFrame.Alloc(100);
     EXPECT_EQ(Control().SetOutputFormat(Text("RGB24"), 64, 48), S_OK);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB24, 64, 48, 64}));
-    EXPECT_EQ(Out().m_theMediaType.subtype.Data1, static_cast<DWORD>(FOURCC_RGB24));
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
-    EXPECT_GE(Out().m_blobFrame.GetAllocSize(), 100u);
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 64, 48, 64}));
+    EXPECT_EQ(Inside().m_theMediaType.subtype.Data1, static_cast<DWORD>(FOURCC_RGB24));
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
+    EXPECT_GE(Inside().m_blobFrame.GetAllocSize(), 100u);
 }
 
 TEST_F(OutputType, ApplyOutputType)
 {
-    Out().m_blobFrame.Alloc(100);
+    Inside().m_blobFrame.Alloc(100);
     const CMType mt = VideoType(FOURCC_RGB32, 12, -10, 123);
     Out().ApplyOutputType(&mt);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 12, -10, 12}));
-    EXPECT_TRUE(MTEqual(&Out().m_theMediaType, &mt));
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 12, -10, 12}));
+    EXPECT_TRUE(MTEqual(&Inside().m_theMediaType, &mt));
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
     const CMType mtEmpty;
     Out().ApplyOutputType(&mtEmpty);
-    EXPECT_EQ(Out().m_picOutput, PicProps{});
-    EXPECT_FALSE(Out().m_theMediaType.IsDefined());
+    EXPECT_EQ(Inside().m_picOutput, PicProps{});
+    EXPECT_FALSE(Inside().m_theMediaType.IsDefined());
     Out().ApplyOutputType(&mt);
     Out().ApplyOutputType(nullptr);
-    EXPECT_EQ(Out().m_picOutput, PicProps{});
-    EXPECT_FALSE(Out().m_theMediaType.IsDefined());
+    EXPECT_EQ(Inside().m_picOutput, PicProps{});
+    EXPECT_FALSE(Inside().m_theMediaType.IsDefined());
 }
 
 TEST_F(OutputType, ConnectedAndStoppedWithTheSameType)
@@ -103,11 +103,11 @@ TEST_F(OutputType, AnotherSizeOrFormatBreaksTheConnection)
         m_graph.m_bReallyReconnect = true;
         EXPECT_EQ(Control().SetOutputFormat(Text(row.pszFormat), row.nWidth, 0), VFW_E_TYPE_NOT_ACCEPTED);
         EXPECT_FALSE(Out().IsConnected());
-        EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8})); // with its old type
+        EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8})); // with its old type
         EXPECT_EQ(Props().nWidth, row.nWidth);                           // what was asked for is kept
         // On the pin that is not connected any more the next change takes effect.
         EXPECT_EQ(Control().SetOutputFormat(Text("RGB24"), 16, 2), S_OK);
-        EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB24, 16, 2, 16}));
+        EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 16, 2, 16}));
         ASSERT_EQ(Control().SetOutputFormat(nullptr, 0, 0), S_OK);
     }
 }
@@ -194,7 +194,7 @@ TEST_F(OutputType, ProposalOfTheOtherRowOrderIsTakenOver)
     ShowSmall();
     const CMType mt = VideoType(FOURCC_RGB32, 8, -4, 333333);
     ASSERT_EQ(Connect(&mt), S_OK);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, -4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, -4, 8}));
     EXPECT_EQ(Header()->AvgTimePerFrame, 333333);
     // What the graph negotiates is not written back.
     EXPECT_EQ(Props().nHeight, 0);
@@ -209,7 +209,7 @@ TEST_F(OutputType, EnumeratorGivesExactlyOneType)
     ULONG nFetched = 0;
     ASSERT_EQ(spEnum->Next(1, &pmt, &nFetched), S_OK);
     EXPECT_EQ(nFetched, 1u);
-    EXPECT_TRUE(MTEqual(pmt, &Out().m_theMediaType));
+    EXPECT_TRUE(MTEqual(pmt, &Inside().m_theMediaType));
     EXPECT_EQ(Out().QueryAccept(pmt), S_OK);
     MTDelete(pmt);
     EXPECT_EQ(spEnum->Next(1, &pmt, &nFetched), S_FALSE);

@@ -83,8 +83,8 @@ TEST_F(Position, OfAFreshPin)
 
 TEST_F(Position, NullPointersOfGetPositions)
 {
-    Out().m_nFrame = 3;
-    Out().m_nStopFrame = 5;
+    Inside().m_nFrame = 3;
+    Inside().m_nStopFrame = 5;
     LONGLONG ll = 0;
     EXPECT_EQ(Out().GetPositions(nullptr, nullptr), S_OK);
     EXPECT_EQ(Out().GetPositions(&ll, nullptr), S_OK);
@@ -98,29 +98,29 @@ TEST_F(Position, Absolute)
 {
     EXPECT_EQ(Seek(10000000, AM_SEEKING_AbsolutePositioning, 20399999, AM_SEEKING_AbsolutePositioning),
               (Pair{10000000, 20399999})); // the caller's values stay
-    EXPECT_EQ(Out().m_nFrame, 25);
-    EXPECT_EQ(Out().m_nStopFrame, 50);
+    EXPECT_EQ(Inside().m_nFrame, 25);
+    EXPECT_EQ(Inside().m_nStopFrame, 50);
     EXPECT_EQ(Positions(), (Pair{10000000, 20000000})); // cut to frames
     EXPECT_EQ(Duration(), 20000000);
     EXPECT_EQ(Seek(-10000000, AM_SEEKING_AbsolutePositioning, -399999, AM_SEEKING_AbsolutePositioning),
               (Pair{-10000000, -399999}));
-    EXPECT_EQ(Out().m_nFrame, -25);
-    EXPECT_EQ(Out().m_nStopFrame, 0); // toward zero: a stream without an end
+    EXPECT_EQ(Inside().m_nFrame, -25);
+    EXPECT_EQ(Inside().m_nStopFrame, 0); // toward zero: a stream without an end
 }
 
 TEST_F(Position, Relative)
 {
-    Out().m_nFrame = 100;
-    Out().m_nStopFrame = 1000;
+    Inside().m_nFrame = 100;
+    Inside().m_nStopFrame = 1000;
     EXPECT_EQ(Seek(10000000, AM_SEEKING_RelativePositioning, -4000000, AM_SEEKING_RelativePositioning),
               (Pair{50000000, 396000000})); // the caller gets the absolute times
-    EXPECT_EQ(Out().m_nFrame, 125);
-    EXPECT_EQ(Out().m_nStopFrame, 990);
+    EXPECT_EQ(Inside().m_nFrame, 125);
+    EXPECT_EQ(Inside().m_nStopFrame, 990);
     // Both bits are the same as the higher one.
     EXPECT_EQ(Seek(400000, AM_SEEKING_IncrementalPositioning, 399999, AM_SEEKING_IncrementalPositioning),
               (Pair{50400000, 396399999}));
-    EXPECT_EQ(Out().m_nFrame, 126);
-    EXPECT_EQ(Out().m_nStopFrame, 990);
+    EXPECT_EQ(Inside().m_nFrame, 126);
+    EXPECT_EQ(Inside().m_nStopFrame, 990);
 }
 
 TEST_F(Position, EveryFlagOfBothPositions)
@@ -140,9 +140,9 @@ TEST_F(Position, EveryFlagOfBothPositions)
                 {
                     SCOPED_TRACE(testing::Message()
                                  << dwCurrent << ' ' << dwStop << ' ' << dwExtra << ' ' << nNulls);
-                    Out().m_nFrame = 7;
-                    Out().m_nStopFrame = 70;
-                    Out().m_rtCurrent = 1234;
+                    Inside().m_nFrame = 7;
+                    Inside().m_nStopFrame = 70;
+                    Inside().m_rtCurrent = 1234;
                     m_log.Clear();
                     LONGLONG llCurrent = 4000001, llStop = 8000001;
                     LONGLONG* const pCurrent = (nNulls & 1) != 0 ? nullptr : &llCurrent;
@@ -151,12 +151,12 @@ TEST_F(Position, EveryFlagOfBothPositions)
                               S_OK);
                     // Frames 0 = as before, 1 = at the time, 2 and 3 = the time further on.
                     constexpr LONGLONG arrFrame[] = {7, 10, 17, 17}, arrStop[] = {70, 20, 90, 90};
-                    EXPECT_EQ(Out().m_nFrame, pCurrent != nullptr ? arrFrame[dwCurrent] : 7);
-                    EXPECT_EQ(Out().m_nStopFrame, pStop != nullptr ? arrStop[dwStop] : 70);
+                    EXPECT_EQ(Inside().m_nFrame, pCurrent != nullptr ? arrFrame[dwCurrent] : 7);
+                    EXPECT_EQ(Inside().m_nStopFrame, pStop != nullptr ? arrStop[dwStop] : 70);
                     EXPECT_EQ(llCurrent,
                               pCurrent != nullptr && dwCurrent >= 2 ? 4000001 + 7 * 400000 : 4000001);
                     EXPECT_EQ(llStop, pStop != nullptr && dwStop >= 2 ? 8000001 + 70 * 400000 : 8000001);
-                    EXPECT_EQ(Out().m_rtCurrent, 0);
+                    EXPECT_EQ(Inside().m_rtCurrent, 0);
                     EXPECT_EQ(m_log.Calls(), (std::vector<std::string>{"in.BeginFlush", "in.EndFlush"}));
                 }
             }
@@ -167,13 +167,13 @@ TEST_F(Position, EveryFlagOfBothPositions)
 
 TEST_F(Position, OneVariableForBoth)
 {
-    Out().m_nFrame = 10;
-    Out().m_nStopFrame = 100;
+    Inside().m_nFrame = 10;
+    Inside().m_nStopFrame = 100;
     LONGLONG ll = 400000;
     EXPECT_EQ(Out().SetPositions(&ll, AM_SEEKING_RelativePositioning, &ll, AM_SEEKING_RelativePositioning),
               S_OK);
-    EXPECT_EQ(Out().m_nFrame, 11);
-    EXPECT_EQ(Out().m_nStopFrame, 111); // current first, then stop from what that left
+    EXPECT_EQ(Inside().m_nFrame, 11);
+    EXPECT_EQ(Inside().m_nStopFrame, 111); // current first, then stop from what that left
     EXPECT_EQ(ll, 111 * 400000);
 }
 
@@ -182,7 +182,7 @@ TEST_F(Position, UnconnectedPinFlushesNobody)
     m_trace.Clear();
     SeekTo(400000);
     EXPECT_EQ(m_log.Calls(), std::vector<std::string>{});
-    EXPECT_EQ(Out().m_nFrame, 1);
+    EXPECT_EQ(Inside().m_nFrame, 1);
     EXPECT_EQ(m_trace.Lines(),
               (std::vector<LogLine>{{8, "[CCoQXStillSourceOut]: IMediaSeekingImpl::SetPositions\n"}}));
 }
@@ -195,20 +195,20 @@ TEST_F(Position, RefusedFlushIsIgnored)
     m_log.Clear();
     SeekTo(400000);
     EXPECT_EQ(m_log.Calls(), (std::vector<std::string>{"in.BeginFlush", "in.EndFlush"}));
-    EXPECT_EQ(Out().m_nFrame, 1);
+    EXPECT_EQ(Inside().m_nFrame, 1);
 }
 
 TEST_F(Position, FrameLengthOfNothing)
 {
     SetFrameLength(0);
-    Out().m_nFrame = 5;
-    Out().m_nStopFrame = 50;
+    Inside().m_nFrame = 5;
+    Inside().m_nStopFrame = 50;
     EXPECT_EQ(Positions(), (Pair{0, 0})); // as it is
     EXPECT_EQ(Duration(), 0);
     EXPECT_EQ(Seek(400000, AM_SEEKING_RelativePositioning, 800000, AM_SEEKING_AbsolutePositioning),
               (Pair{2400000, 800000})); // 25 frames a second
-    EXPECT_EQ(Out().m_nFrame, 6);
-    EXPECT_EQ(Out().m_nStopFrame, 2);
+    EXPECT_EQ(Inside().m_nFrame, 6);
+    EXPECT_EQ(Inside().m_nStopFrame, 2);
 }
 
 TEST_F(Position, FrameLengthsAtTheEdges)
@@ -230,8 +230,8 @@ TEST_F(Position, FrameLengthsAtTheEdges)
         SCOPED_TRACE(row.rtFrame);
         SetFrameLength(row.rtFrame);
         Seek(row.llCurrent, AM_SEEKING_AbsolutePositioning, row.llStop, AM_SEEKING_AbsolutePositioning);
-        EXPECT_EQ(Out().m_nFrame, row.nFrame);
-        EXPECT_EQ(Out().m_nStopFrame, row.nStopFrame);
+        EXPECT_EQ(Inside().m_nFrame, row.nFrame);
+        EXPECT_EQ(Inside().m_nStopFrame, row.nStopFrame);
         EXPECT_EQ(Positions(), (Pair{row.llReadCurrent, row.llReadStop}));
         EXPECT_EQ(Duration(), row.llReadStop);
     }
@@ -240,16 +240,16 @@ TEST_F(Position, FrameLengthsAtTheEdges)
 TEST_F(Position, RelativeTimesWrap)
 {
     SetFrameLength(1);
-    Out().m_nFrame = LLONG_MAX;
-    Out().m_nStopFrame = LLONG_MIN;
+    Inside().m_nFrame = LLONG_MAX;
+    Inside().m_nStopFrame = LLONG_MIN;
     EXPECT_EQ(Seek(1, AM_SEEKING_RelativePositioning, -1, AM_SEEKING_RelativePositioning),
               (Pair{LLONG_MIN, LLONG_MAX}));
-    EXPECT_EQ(Out().m_nFrame, LLONG_MIN);
-    EXPECT_EQ(Out().m_nStopFrame, LLONG_MAX);
+    EXPECT_EQ(Inside().m_nFrame, LLONG_MIN);
+    EXPECT_EQ(Inside().m_nStopFrame, LLONG_MAX);
     SetFrameLength(400000);
-    Out().m_nFrame = nNoStop;
+    Inside().m_nFrame = nNoStop;
     EXPECT_EQ(Seek(0, AM_SEEKING_RelativePositioning, 0, 0).first, 3522434997161793536);
-    EXPECT_EQ(Out().m_nFrame, 3522434997161793536 / 400000);
+    EXPECT_EQ(Inside().m_nFrame, 3522434997161793536 / 400000);
 }
 
 TEST_F(Position, FramesAtTheEndOfTheCount)
@@ -258,8 +258,8 @@ TEST_F(Position, FramesAtTheEndOfTheCount)
     ShowSmall();
     const CMType mt = VideoType(FOURCC_RGB32, 8, 4, LLONG_MAX);
     ASSERT_EQ(Connect(&mt), S_OK);
-    Out().m_nFrame = LLONG_MAX;
-    Out().m_nStopFrame = 0;
+    Inside().m_nFrame = LLONG_MAX;
+    Inside().m_nStopFrame = 0;
     m_sink.m_pin.m_onReceive = [this](IMediaSample*)
     { return m_sink.m_pin.Samples().size() < 3 ? S_OK : S_FALSE; };
     ASSERT_EQ(Filter().Pause(), S_OK);
@@ -282,7 +282,7 @@ TEST_F(Position, FramesAtTheEndOfTheCount)
 TEST_F(Position, SeekToTheBeginning)
 {
     ShowSmall();
-    Out().m_nStopFrame = 2;
+    Inside().m_nStopFrame = 2;
     ASSERT_EQ(Connect(), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_log.WaitFor("in.EndOfStream"));
@@ -305,7 +305,7 @@ TEST_F(Position, SeekToTheBeginning)
 TEST_F(Position, SeekWakesAfterAFailure)
 {
     ShowSmall();
-    Out().m_nStopFrame = 3;
+    Inside().m_nStopFrame = 3;
     ASSERT_EQ(Connect(), S_OK);
     m_sink.m_pin.m_onReceive = [this](IMediaSample*)
     { return m_sink.m_pin.Samples().size() == 1 ? E_FAIL : S_OK; };
@@ -327,14 +327,14 @@ TEST_F(Position, SeekWakesAfterAFailure)
 TEST_F(Position, SeekBehindTheEndEndsAtOnce)
 {
     ShowSmall();
-    Out().m_nStopFrame = 2;
+    Inside().m_nStopFrame = 2;
     ASSERT_EQ(Connect(), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_log.WaitFor("in.EndOfStream"));
     SeekTo(3 * 400000);
     ASSERT_TRUE(m_log.WaitFor("in.EndOfStream", 2));
     EXPECT_EQ(m_log.Count("in.Receive"), 3);
-    EXPECT_EQ(Out().m_nFrame, 3);
+    EXPECT_EQ(Inside().m_nFrame, 3);
     SeekTo(2 * 400000); // the last one is still sent
     ASSERT_TRUE(m_log.WaitFor("in.EndOfStream", 3));
     EXPECT_EQ(m_log.Count("in.Receive"), 4);
@@ -356,7 +356,7 @@ TEST_F(Position, StopBeforeTheFirstFrameIsNoEnd)
 {
     ShowSmall();
     StopAt(399999);
-    EXPECT_EQ(Out().m_nStopFrame, 0);
+    EXPECT_EQ(Inside().m_nStopFrame, 0);
     ASSERT_EQ(Connect(), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_log.WaitFor("in.Receive", 50));
@@ -430,7 +430,7 @@ TEST_F(Position, FlushComesUnderTheLockOfThePosition)
 
 TEST_F(Position, DurationNeedsNoLock)
 {
-    CScopedLock crs(&Out().m_crsPosition);
+    CScopedLock crs(&Inside().m_crsPosition);
     LONGLONG ll = 0;
     EXPECT_TRUE(EndsInTime([&] { EXPECT_EQ(Out().GetDuration(&ll), S_OK); }));
     EXPECT_EQ(ll, 3522434997161793536);
@@ -447,9 +447,9 @@ TEST_F(Position, DurationNeedsNoLock)
 
 TEST_F(Position, WorkerThatIsMissing)
 {
-    Out().m_pump.End();
+    Inside().m_pump.End();
     SeekTo(400000);
-    EXPECT_EQ(Out().m_nFrame, 1);
+    EXPECT_EQ(Inside().m_nFrame, 1);
 }
 
 TEST_F(Position, OfAPinWithoutItsFilter)

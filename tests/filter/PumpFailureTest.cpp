@@ -20,10 +20,10 @@ protected:
     /// The worker is asleep: another wake gives one more step that fails alike, and no sample comes.
     void ExpectAsleep(const std::string& sLine)
     {
-        EXPECT_TRUE(Out().m_pump.IsStreaming());
+        EXPECT_TRUE(Inside().m_pump.IsStreaming());
         EXPECT_EQ(m_log.Count("in.EndOfStream"), 0);
         const int nBefore = m_trace.Count(2, sLine);
-        EXPECT_TRUE(Out().m_pump.Wake());
+        EXPECT_TRUE(Inside().m_pump.Wake());
         for (int i = 0; i < nTestLimitMs && m_trace.Count(2, sLine) == nBefore; i++)
             Sleep(1);
         EXPECT_EQ(m_trace.Count(2, sLine), nBefore + 1);
@@ -56,8 +56,8 @@ TEST_F(PumpFailure, LoadOfTheSample)
     RunInto("###Err### [CCoQXStillSourceOut]: PrepareSample(): sample.Load()=0x80004005\n");
     EXPECT_TRUE(m_trace.WaitFor(2, sEnd + "80004005\n"));
     ExpectAsleep(sEnd + "80004005\n");
-    EXPECT_EQ(Out().m_nFrame, 0);
-    EXPECT_EQ(Out().m_rtCurrent, 0);
+    EXPECT_EQ(Inside().m_nFrame, 0);
+    EXPECT_EQ(Inside().m_rtCurrent, 0);
 }
 
 TEST_F(PumpFailure, NoFrame)
@@ -66,17 +66,17 @@ TEST_F(PumpFailure, NoFrame)
     ASSERT_EQ(Connect(), S_OK);
     {
         // No picture but the one that does not exist.
-        CScopedLock lock(&Out().m_crsPicture);
-        Out().m_blobSource.SetSize(0);
-        Out().m_nPictureId = ePI_VideoQuality;
+        CScopedLock lock(&Inside().m_crsPicture);
+        Inside().m_blobSource.SetSize(0);
+        Inside().m_nPictureId = ePI_VideoQuality;
     }
     ASSERT_EQ(Filter().Pause(), S_OK);
     EXPECT_TRUE(m_trace.WaitFor(
         2, "###Err### [CCoQXStillSourceOut]: PrepareSample(): FillSampleBuffer()=0x80070057\n"));
     EXPECT_TRUE(m_trace.WaitFor(2, sEnd + "80070057\n"));
     ExpectAsleep(sEnd + "80070057\n");
-    EXPECT_EQ(Out().m_nFrame, 0);
-    EXPECT_EQ(Out().m_rtCurrent, 0);
+    EXPECT_EQ(Inside().m_nFrame, 0);
+    EXPECT_EQ(Inside().m_rtCurrent, 0);
 }
 
 TEST_F(PumpFailure, SaveOfTheSample)
@@ -85,8 +85,8 @@ TEST_F(PumpFailure, SaveOfTheSample)
     RunInto("###Err### [CCoQXStillSourceOut]: PrepareSample(): sample.Save()=0x80070005\n");
     EXPECT_TRUE(m_trace.WaitFor(2, sEnd + "80070005\n"));
     ExpectAsleep(sEnd + "80070005\n");
-    EXPECT_EQ(Out().m_nFrame, 0);
-    EXPECT_EQ(Out().m_rtCurrent, 0);
+    EXPECT_EQ(Inside().m_nFrame, 0);
+    EXPECT_EQ(Inside().m_rtCurrent, 0);
     m_asserts.Clear();
 }
 
@@ -137,7 +137,7 @@ TEST_F(PumpFailure, NegativeBufferSize)
         EXPECT_TRUE(sample.GuardsIntact());
         EXPECT_EQ(sample.Calls(eSC_SetActualDataLength), 0);
     }
-    EXPECT_EQ(Out().m_nFrame, 0);
+    EXPECT_EQ(Inside().m_nFrame, 0);
 }
 
 struct ReceiveRow
@@ -158,9 +158,9 @@ TEST_P(PumpReceive, AnythingButSuccessEndsInSleep)
     ASSERT_EQ(Connect(), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_trace.WaitFor(static_cast<int>(GetParam().nLevel), GetParam().pszLine));
-    EXPECT_TRUE(Out().m_pump.IsStreaming());
+    EXPECT_TRUE(Inside().m_pump.IsStreaming());
     // A wake gives one more frame, which counts on.
-    EXPECT_TRUE(Out().m_pump.Wake());
+    EXPECT_TRUE(Inside().m_pump.Wake());
     ASSERT_TRUE(m_log.WaitFor("in.Receive", 2));
     ASSERT_EQ(Filter().Stop(), S_OK);
     const auto samples = m_sink.m_pin.Samples();

@@ -27,8 +27,8 @@ protected:
     /// The same for the locks that have to be free while the filter's is held.
     std::string FirstTakenOfThePin()
     {
-        return FirstTaken(std::pair{"pin", &Out().m_lock}, std::pair{"position", &Out().m_crsPosition},
-                          std::pair{"picture", &Out().m_crsPicture}, std::pair{"link", &Out().m_crsLink});
+        return FirstTaken(std::pair{"pin", &Out().m_lock}, std::pair{"position", &Inside().m_crsPosition},
+                          std::pair{"picture", &Inside().m_crsPicture}, std::pair{"link", &Out().m_crsLink});
     }
 
     /// Every lock there is.
@@ -76,7 +76,7 @@ protected:
 TEST_F(PumpLock, NoneIsHeldAcrossReceive)
 {
     ShowSmall();
-    Out().m_nStopFrame = 2;
+    Inside().m_nStopFrame = 2;
     std::string sTaken = "never asked";
     bool bCalledBack = false;
     m_sink.m_pin.m_onReceive = [&](IMediaSample*)
@@ -95,7 +95,7 @@ TEST_F(PumpLock, NoneIsHeldAcrossReceive)
 TEST_F(PumpLock, NoneIsHeldAcrossGetBuffer)
 {
     ShowSmall();
-    Out().m_nStopFrame = 1;
+    Inside().m_nStopFrame = 1;
     std::string sTaken = "never asked";
     m_alloc.m_onLend = [&](FakeSample&) { sTaken = FirstTakenOfAll(); };
     ASSERT_EQ(Connect(), S_OK);
@@ -113,7 +113,7 @@ TEST_F(PumpLock, WorkerNeverTakesTheFiltersLock)
         m_folder.Write(std::to_string(i) + ".tga", SolidTga(8, 4, {by, by, by, 255}));
     }
     ASSERT_EQ(Control().SetPicture(Text(m_folder.Path())), S_OK);
-    Out().m_nStopFrame = 20;
+    Inside().m_nStopFrame = 20;
     m_alloc.m_onLend = [](FakeSample& sample) { sample.m_mt = VideoType(FOURCC_RGB32, 8, 4, 200000); };
     ASSERT_EQ(Connect(), S_OK);
     {
@@ -144,7 +144,7 @@ TEST_F(PumpLock, PositionIsHeldWhileAFrameIsPrepared)
     // NewSegment comes from within the same hold.
     ShowSmall();
     ASSERT_EQ(Connect(), S_OK);
-    CScopedLock lock(&Out().m_crsPosition);
+    CScopedLock lock(&Inside().m_crsPosition);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_log.WaitFor("alloc.GetBuffer"));
     EXPECT_FALSE(m_log.WaitFor("in.Receive", 1, 50)); // it waits for us
@@ -158,13 +158,13 @@ TEST_F(PumpLock, AFrameThatIsBeingComposedKeepsItsFormat)
     // The worker may still be with its last frame when a host, behind a stop that waits, takes the pin apart
     // and sets another format.
     ShowSmall();
-    CScopedLock crs(&Out().m_crsPicture); // as the composition has it
+    CScopedLock crs(&Inside().m_crsPicture); // as the composition has it
     std::thread host([&] { EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 640, 480), S_OK); });
     Sleep(50);
-    EXPECT_EQ(Out().m_picOutput.nWidth, 8);
+    EXPECT_EQ(Inside().m_picOutput.nWidth, 8);
     crs.Unlock();
     EXPECT_TRUE(EndsInTime([&] { host.join(); }));
-    EXPECT_EQ(Out().m_picOutput.nWidth, 640);
+    EXPECT_EQ(Inside().m_picOutput.nWidth, 640);
 }
 
 TEST_F(PumpLock, ATypeIsNotStoredWhileTheConnectionIsAtWork)
@@ -175,10 +175,10 @@ TEST_F(PumpLock, ATypeIsNotStoredWhileTheConnectionIsAtWork)
     CScopedLock lock(&Out().m_lock); // as Connect has it
     std::thread host([&] { EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 640, 480), S_OK); });
     Sleep(50);
-    EXPECT_EQ(Out().m_picOutput.nWidth, 8);
+    EXPECT_EQ(Inside().m_picOutput.nWidth, 8);
     lock.Unlock();
     EXPECT_TRUE(EndsInTime([&] { host.join(); }));
-    EXPECT_EQ(Out().m_picOutput.nWidth, 640);
+    EXPECT_EQ(Inside().m_picOutput.nWidth, 640);
 }
 
 TEST_F(PumpLock, NoneIsHeldWhileTheGraphIsDescribedInTheLog)
@@ -199,7 +199,7 @@ TEST_F(PumpLock, NoneIsHeldWhileTheGraphIsDescribedInTheLog)
     EXPECT_TRUE(bStopped) << "the stop waits for the description";
     EXPECT_EQ(hrStop, S_OK);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
 }
 
 TEST_F(PumpLock, AStartAndADisconnectionExcludeEachOther)
@@ -259,7 +259,7 @@ TEST_F(PumpLock, NewListsInARunningGraph)
         m_folder.Write(std::to_string(i) + ".tga", SolidTga(8, 4, {1, 2, 3, 255}));
     ASSERT_EQ(Control().SetPicture(Text(m_folder.Path())), S_OK);
     ASSERT_EQ(Connect(), S_OK);
-    Out().m_nStopFrame = 0;
+    Inside().m_nStopFrame = 0;
     ASSERT_EQ(Filter().Run(0), S_OK);
     const bool bEnded = EndsInTime(
         [&]
@@ -271,10 +271,10 @@ TEST_F(PumpLock, NewListsInARunningGraph)
                                      : Control().SetPicture(Text(arrNames[i % 3])),
                           S_OK);
                 {
-                    CScopedLock lock(&Out().m_crsPosition);
-                    Out().m_nStopFrame = 0;
+                    CScopedLock lock(&Inside().m_crsPosition);
+                    Inside().m_nStopFrame = 0;
                 }
-                Out().m_pump.Wake(); // should it have come to the end of a list meanwhile
+                Inside().m_pump.Wake(); // should it have come to the end of a list meanwhile
             }
         },
         120000);

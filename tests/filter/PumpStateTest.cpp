@@ -13,32 +13,32 @@ class PumpState : public FilterTest
 TEST_F(PumpState, UnconnectedFilterDoesNotStart)
 {
     EXPECT_EQ(Filter().Pause(), VFW_E_WRONG_STATE);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     EXPECT_EQ(Filter().Run(0), VFW_E_WRONG_STATE);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
     EXPECT_EQ(Out().StreamStart(), VFW_E_NOT_CONNECTED);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
 }
 
 TEST_F(PumpState, StopOfAnUnconnectedFilter)
 {
     EXPECT_EQ(Filter().Stop(), VFW_E_NOT_CONNECTED);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
 }
 
 TEST_F(PumpState, StreamStartLeavesTheFrameNumber)
 {
     ShowSmall();
     ASSERT_EQ(Connect(), S_OK);
-    Out().m_rtCurrent = 123;
-    Out().m_nFrame = 45;
+    Inside().m_rtCurrent = 123;
+    Inside().m_nFrame = 45;
     EXPECT_EQ(Out().StreamStart(), S_OK); // the filter is stopped: the worker finds nothing to do
-    EXPECT_EQ(Out().m_rtCurrent, 0);
-    EXPECT_EQ(Out().m_nFrame, 45);
-    EXPECT_TRUE(Out().m_pump.IsStreaming());
+    EXPECT_EQ(Inside().m_rtCurrent, 0);
+    EXPECT_EQ(Inside().m_nFrame, 45);
+    EXPECT_TRUE(Inside().m_pump.IsStreaming());
     Out().StreamStop();
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     EXPECT_EQ(m_log.Count("alloc.GetBuffer"), 0);
 }
 
@@ -48,7 +48,7 @@ TEST_F(PumpState, RunGoesThroughPause)
     ASSERT_EQ(Connect(), S_OK);
     EXPECT_EQ(Filter().Run(77), S_OK);
     EXPECT_EQ(Filter().FilterState(), State_Running);
-    EXPECT_TRUE(Out().m_pump.IsStreaming());
+    EXPECT_TRUE(Inside().m_pump.IsStreaming());
     ASSERT_TRUE(m_log.WaitFor("in.Receive"));
     EXPECT_TRUE(m_trace.Has(
         4, "WARNING. CCoQXStillSource IBaseFilterImpl::Run(): current state is State_Stopped, call "
@@ -62,7 +62,7 @@ TEST_F(PumpState, StopOfARunningFilterGoesThroughPause)
     ASSERT_EQ(Filter().Run(0), S_OK);
     EXPECT_EQ(Filter().Stop(), S_OK);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     EXPECT_FALSE(m_alloc.IsCommitted());
     EXPECT_TRUE(m_trace.Has(
         4, "WARNING. CCoQXStillSource IBaseFilterImpl::Stop(): current state is State_Running, call "
@@ -76,12 +76,12 @@ TEST_F(PumpState, PauseOfAPausedFilterDoesNothingMore)
     ASSERT_EQ(Connect(), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);
     ASSERT_TRUE(m_sink.m_pin.m_gate.WaitForWaiting());
-    EXPECT_EQ(Out().m_rtCurrent, 400000);
+    EXPECT_EQ(Inside().m_rtCurrent, 400000);
     EXPECT_EQ(Filter().Pause(), S_OK);
-    EXPECT_EQ(Out().m_rtCurrent, 400000); // StreamStart is not called again
+    EXPECT_EQ(Inside().m_rtCurrent, 400000); // StreamStart is not called again
     EXPECT_EQ(Filter().Run(0), S_OK);
     EXPECT_EQ(Filter().Pause(), S_OK);
-    EXPECT_EQ(Out().m_rtCurrent, 400000);
+    EXPECT_EQ(Inside().m_rtCurrent, 400000);
 }
 
 TEST_F(PumpState, FailedCommitDoesNotStart)
@@ -91,7 +91,7 @@ TEST_F(PumpState, FailedCommitDoesNotStart)
     m_alloc.m_hrCommit = E_OUTOFMEMORY;
     EXPECT_EQ(Filter().Pause(), E_OUTOFMEMORY);
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
 }
 
 TEST_F(PumpState, FailedDecommitStopsThePumpAllTheSame)
@@ -103,10 +103,10 @@ TEST_F(PumpState, FailedDecommitStopsThePumpAllTheSame)
     m_alloc.m_hrDecommit = E_FAIL;
     EXPECT_EQ(Filter().Stop(), E_FAIL); // the result of the base
     EXPECT_EQ(Filter().FilterState(), State_Paused);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     const int nReceived = m_log.Count("in.Receive");
-    EXPECT_TRUE(Out().m_pump.Wake());
-    EXPECT_EQ(WaitForSingleObject(Out().m_pump.m_evStopped, nTestLimitMs), WAIT_OBJECT_0); // idle
+    EXPECT_TRUE(Inside().m_pump.Wake());
+    EXPECT_EQ(WaitForSingleObject(Inside().m_pump.m_evStopped, nTestLimitMs), WAIT_OBJECT_0); // idle
     EXPECT_EQ(m_log.Count("in.Receive"), nReceived);
     m_alloc.m_hrDecommit.reset();
     EXPECT_EQ(Filter().Stop(), S_OK);
@@ -127,9 +127,9 @@ TEST_F(PumpState, StopWaitsForABlockedReceive)
             bStopped = true;
         });
     // The stop has come as far as the wait.
-    for (int i = 0; i < nTestLimitMs && Out().m_pump.IsStreaming(); i++)
+    for (int i = 0; i < nTestLimitMs && Inside().m_pump.IsStreaming(); i++)
         Sleep(1);
-    EXPECT_FALSE(Out().m_pump.IsStreaming());
+    EXPECT_FALSE(Inside().m_pump.IsStreaming());
     EXPECT_EQ(Filter().FilterState(), State_Stopped);
     EXPECT_FALSE(bStopped);
     m_sink.m_pin.m_gate.Open();
@@ -156,7 +156,7 @@ TEST_F(PumpState, WorkerThatIsMissing)
 {
     ShowSmall();
     ASSERT_EQ(Connect(), S_OK);
-    Out().m_pump.End();
+    Inside().m_pump.End();
     EXPECT_EQ(Filter().Pause(), S_OK);
     EXPECT_TRUE(EndsInTime([&] { EXPECT_EQ(Filter().Stop(), S_OK); })); // nobody would answer
     EXPECT_EQ(m_log.Count("in.Receive"), 0);
@@ -174,7 +174,7 @@ TEST_F(PumpState, ReleaseWithoutAStop)
     m_asserts.Clear();
     EXPECT_TRUE(EndsInTime([&] { m_spFilter.Release(); }));
     EXPECT_EQ(m_asserts.Count("m_eState == State_Stopped"), 1);
-    EXPECT_FALSE(pOut->m_pump.IsStreaming());
+    EXPECT_FALSE(PinProbe(*pOut).m_pump.IsStreaming());
     // The pin outlives its filter and stays usable.
     EXPECT_EQ(pOut->Send(), INFINITE);
     EXPECT_EQ(spPin->Disconnect(), S_OK);

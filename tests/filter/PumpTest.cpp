@@ -25,7 +25,7 @@ protected:
 TEST_F(Pump, StampsOfTheFrames)
 {
     ShowSmall(0x11);
-    Out().m_nStopFrame = 5;
+    Inside().m_nStopFrame = 5;
     m_sink.m_pin.m_bCopyData = true;
     ASSERT_EQ(Connect(), S_OK);
     RunAndStop();
@@ -54,15 +54,15 @@ TEST_F(Pump, StampsOfTheFrames)
     EXPECT_EQ(m_log.Count("in.Receive"), 6);
     EXPECT_EQ(m_log.Count("alloc.GetBuffer"), 7); // the last one goes back unsent
     EXPECT_EQ(m_alloc.Lent(), 0);
-    EXPECT_EQ(Out().m_nFrame, 6);
-    EXPECT_EQ(Out().m_rtCurrent, 6 * 400000);
+    EXPECT_EQ(Inside().m_nFrame, 6);
+    EXPECT_EQ(Inside().m_rtCurrent, 6 * 400000);
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
 }
 
 TEST_F(Pump, TraceOfAStream)
 {
     ShowSmall();
-    Out().m_nStopFrame = 2;
+    Inside().m_nStopFrame = 2;
     ASSERT_EQ(Connect(), S_OK);
     m_trace.Clear();
     RunAndStop();
@@ -74,7 +74,7 @@ TEST_F(Pump, TraceOfAStream)
 TEST_F(Pump, OrderOfCalls)
 {
     ShowSmall();
-    Out().m_nStopFrame = 1;
+    Inside().m_nStopFrame = 1;
     ASSERT_EQ(Connect(), S_OK);
     m_log.Clear();
     RunAndStop();
@@ -98,8 +98,8 @@ TEST_F(Pump, FrameLengthOfTheType)
     } const rows[] = {{0, 400000}, {333667, 333667}, {1, 1}, {10000000, 10000000}};
     for (const auto& row : rows)
     {
-        Out().m_nFrame = 0;
-        Out().m_nStopFrame = 3;
+        Inside().m_nFrame = 0;
+        Inside().m_nStopFrame = 3;
         const CMType mt = VideoType(FOURCC_RGB32, 8, 4, row.rtType);
         ASSERT_EQ(Connect(&mt), S_OK);
         const size_t nBefore = m_sink.m_pin.Samples().size();
@@ -124,8 +124,8 @@ TEST_F(Pump, ListIsCycled)
     // here. place.
     ASSERT_EQ(Control().SetPicture(Text(m_folder.Path("0.tga"))), S_OK);
     for (int i = 1; i < 3; i++)
-        ASSERT_TRUE(Filter().m_arrFiles.Add(CComBSTR(WideText(m_folder.Path(std::to_string(i) + ".tga")))));
-    Out().m_nStopFrame = 3;
+        ASSERT_TRUE(Inside().m_arrFiles.Add(CComBSTR(WideText(m_folder.Path(std::to_string(i) + ".tga")))));
+    Inside().m_nStopFrame = 3;
     m_sink.m_pin.m_bCopyData = true;
     ASSERT_EQ(Connect(), S_OK);
     RunAndStop();
@@ -147,7 +147,7 @@ TEST_F(Pump, FolderIsAList)
         m_folder.Write(std::to_string(i) + ".tga", SolidTga(8, 4, {by, by, by, 128}));
     }
     ASSERT_EQ(Control().SetPicture(Text(m_folder.Path())), S_OK);
-    EXPECT_EQ(Out().m_nStopFrame, 3);
+    EXPECT_EQ(Inside().m_nStopFrame, 3);
     m_sink.m_pin.m_bCopyData = true;
     ASSERT_EQ(Connect(), S_OK);
     RunAndStop();
@@ -164,7 +164,7 @@ TEST_F(Pump, EntryThatFailsLeavesThePicture)
     ShowSmall(0x11);
     const std::string sFile = m_folder.Write("a.tga", SolidTga(8, 4, {0x22, 0x22, 0x22, 0x22}));
     ASSERT_EQ(Control().SetPicture(Text("red|green|blue")), S_OK);
-    Filter().m_arrFiles[1] = CComBSTR(L"C:\\no such folder\\x.tga");
+    Inside().m_arrFiles[1] = CComBSTR(L"C:\\no such folder\\x.tga");
     m_sink.m_pin.m_bCopyData = true;
     ASSERT_EQ(Connect(), S_OK);
     RunAndStop();
@@ -181,7 +181,7 @@ TEST_F(Pump, ColoursInAListKeepTheFrame)
     ASSERT_EQ(Connect(), S_OK);
     RunAndStop();
     EXPECT_EQ(m_sink.m_pin.Samples().size(), 3u);
-    EXPECT_EQ(Out().m_nSolidColor, 0xFF0000FF); // of frame 2, counted round
+    EXPECT_EQ(Inside().m_nSolidColor, 0xFF0000FF); // of frame 2, counted round
 }
 
 TEST_F(Pump, NoEnd)
@@ -189,8 +189,8 @@ TEST_F(Pump, NoEnd)
     ShowSmall();
     for (const LONGLONG nStopFrame : {0LL, -1LL, -1000LL})
     {
-        Out().m_nFrame = 0;
-        Out().m_nStopFrame = nStopFrame;
+        Inside().m_nFrame = 0;
+        Inside().m_nStopFrame = nStopFrame;
         if (!Out().IsConnected())
         {
             ASSERT_EQ(Connect(), S_OK);
@@ -217,17 +217,17 @@ TEST_F(Pump, SegmentOfTheStartValueWraps)
 TEST_F(Pump, SleepsAfterTheEndUntilWoken)
 {
     ShowSmall();
-    Out().m_nStopFrame = 1;
+    Inside().m_nStopFrame = 1;
     ASSERT_EQ(Connect(), S_OK);
     RunToTheEnd();
-    EXPECT_TRUE(Out().m_pump.IsStreaming());
+    EXPECT_TRUE(Inside().m_pump.IsStreaming());
     // What a seek does: another position, a new segment, a wake.
     {
-        CScopedLock lock(&Out().m_crsPosition);
-        Out().m_nFrame = 0;
-        Out().m_rtCurrent = 0;
+        CScopedLock lock(&Inside().m_crsPosition);
+        Inside().m_nFrame = 0;
+        Inside().m_rtCurrent = 0;
     }
-    EXPECT_TRUE(Out().m_pump.Wake());
+    EXPECT_TRUE(Inside().m_pump.Wake());
     ASSERT_TRUE(m_log.WaitFor("in.EndOfStream", 2));
     const auto samples = m_sink.m_pin.Samples();
     ASSERT_EQ(samples.size(), 4u);
@@ -241,12 +241,12 @@ TEST_F(Pump, SleepsAfterTheEndUntilWoken)
 TEST_F(Pump, PositionBehindTheEndEndsAtOnce)
 {
     ShowSmall();
-    Out().m_nStopFrame = 3;
-    Out().m_nFrame = 10;
+    Inside().m_nStopFrame = 3;
+    Inside().m_nFrame = 10;
     ASSERT_EQ(Connect(), S_OK);
     RunAndStop();
     EXPECT_EQ(m_log.Count("in.Receive"), 0);
-    EXPECT_EQ(Out().m_nFrame, 10); // does not move
+    EXPECT_EQ(Inside().m_nFrame, 10); // does not move
     EXPECT_EQ(m_sink.m_pin.Segments(), (std::vector<FakeInputPin::Segment>{{10 * 400000, 3 * 400000, 1.0}}));
 }
 
@@ -278,7 +278,7 @@ TEST_F(Pump, SecondRunGoesOnCounting)
 TEST_F(Pump, TypeOnASampleIsTakenOver)
 {
     Show(FOURCC_RGB32, 8, 4, Pattern(128));
-    Out().m_nStopFrame = 3;
+    Inside().m_nStopFrame = 3;
     m_sink.m_pin.m_bCopyData = true;
     int nLent = 0;
     m_alloc.m_onLend = [&](FakeSample& sample)
@@ -290,7 +290,7 @@ TEST_F(Pump, TypeOnASampleIsTakenOver)
     RunAndStop();
     const auto samples = m_sink.m_pin.Samples();
     ASSERT_EQ(samples.size(), 4u);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, -4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, -4, 8}));
     EXPECT_NE(Header2(), nullptr);
     // The frame is made anew before the sample is filled: its rows are turned.
     EXPECT_EQ(samples[0].arrData, Pattern(128));
@@ -314,7 +314,7 @@ TEST_F(Pump, TypeWithPaddedRowsOnTheFirstSample)
 {
     // What a renderer does that wants its rows longer than the picture.
     Show(FOURCC_RGB32, 8, 4, Pattern(128));
-    Out().m_nStopFrame = 1;
+    Inside().m_nStopFrame = 1;
     m_sink.m_pin.m_bCopyData = true;
     m_alloc.m_grant = [](ALLOCATOR_PROPERTIES& props) { props.cbBuffer = 256; };
     bool bFirst = true;
@@ -346,7 +346,7 @@ TEST_F(Pump, TypeWithPaddedRowsOnTheFirstSample)
 TEST_F(Pump, RefusedTypeOnASampleChangesNothing)
 {
     ShowSmall(0x11);
-    Out().m_nStopFrame = 2;
+    Inside().m_nStopFrame = 2;
     m_sink.m_pin.m_bCopyData = true;
     m_alloc.m_onLend = [](FakeSample& sample) { sample.m_mt = VideoType(FOURCC_RGB24, 8, 4); };
     ASSERT_EQ(Connect(), S_OK);
@@ -354,7 +354,7 @@ TEST_F(Pump, RefusedTypeOnASampleChangesNothing)
     const auto samples = m_sink.m_pin.Samples();
     ASSERT_EQ(samples.size(), 3u);
     EXPECT_EQ(samples[2].arrData, Bytes(128, 0x11));
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
     EXPECT_EQ(
         m_trace.Count(
             2, "###Err### [CCoQXStillSourceOut] SetMediaTypeFromSample(): new mediatype is not accepted\n"),

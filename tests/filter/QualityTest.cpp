@@ -11,7 +11,7 @@ class QualityControl : public FilterTest
 TEST_F(QualityControl, MessagesHaveNoEffect)
 {
     ShowSmall();
-    Out().m_nStopFrame = 4;
+    Inside().m_nStopFrame = 4;
     ASSERT_EQ(Connect(), S_OK);
     CComPtr<IQualityControl> spQuality;
     ASSERT_EQ(static_cast<IPin*>(&Out())->QueryInterface(&spQuality), S_OK);

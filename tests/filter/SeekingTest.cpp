@@ -330,7 +330,7 @@ TEST_F(Seeking, Rates)
 TEST_F(Seeking, RateLeavesThePace)
 {
     ShowSmall();
-    Out().m_nStopFrame = 3;
+    Inside().m_nStopFrame = 3;
     ASSERT_EQ(Connect(), S_OK);
     EXPECT_EQ(m_spSeeking->SetRate(2.0), S_OK);
     ASSERT_EQ(Filter().Pause(), S_OK);

@@ -36,45 +36,46 @@ TEST_F(Selection, SpecialNames)
 {
     for (const SpecialRow& row : arrRows)
     {
-        Out().m_nPictureId = nOtherId;
-        Out().m_nSolidColor = nOtherColor;
-        Out().m_picSource = {FOURCC_UYVY, 720, 576, 720};
+        Inside().m_nPictureId = nOtherId;
+        Inside().m_nSolidColor = nOtherColor;
+        Inside().m_picSource = {FOURCC_UYVY, 720, 576, 720};
         EXPECT_EQ(Control().SetPicture(Text(row.pszName)), S_OK) << row.pszName;
-        EXPECT_EQ(Out().m_nPictureId, row.nPictureId) << row.pszName;
-        EXPECT_EQ(Out().m_nSolidColor, row.nSolidColor) << row.pszName;
+        EXPECT_EQ(Inside().m_nPictureId, row.nPictureId) << row.pszName;
+        EXPECT_EQ(Inside().m_nSolidColor, row.nSolidColor) << row.pszName;
         const DWORD fcc = row.bAlpha ? FOURCC_ARGB32 : FOURCC_UYVY;
-        EXPECT_EQ(Out().m_picSource, (PicProps{fcc, 720, 576, 720})) << row.pszName;
-        EXPECT_EQ(Out().m_picOutput.fccType, fcc) << row.pszName;
-        EXPECT_EQ(Utf8(Filter().m_bsFileName), row.pszName);
-        ASSERT_EQ(Filter().m_arrFiles.GetSize(), 1) << row.pszName;
-        EXPECT_EQ(Utf8(Filter().m_arrFiles[0]), row.pszName);
+        EXPECT_EQ(Inside().m_picSource, (PicProps{fcc, 720, 576, 720})) << row.pszName;
+        EXPECT_EQ(Inside().m_picOutput.fccType, fcc) << row.pszName;
+        EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), row.pszName);
+        ASSERT_EQ(Inside().m_arrFiles.GetSize(), 1) << row.pszName;
+        EXPECT_EQ(Utf8(Inside().m_arrFiles[0]), row.pszName);
     }
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
 }
 
 TEST_F(Selection, NullNameIsTheEmptyOne)
 {
-    Out().m_nPictureId = nOtherId;
+    Inside().m_nPictureId = nOtherId;
     EXPECT_EQ(Control().SetPicture(nullptr), S_OK);
-    EXPECT_EQ(Out().m_nPictureId, -1);
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 1);
-    Out().m_nPictureId = nOtherId;
-    EXPECT_EQ(Out().SelectPictureByName(m_spFilter, nullptr), S_OK);
-    EXPECT_EQ(Out().m_nPictureId, -1);
+    EXPECT_EQ(Inside().m_nPictureId, -1);
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 1);
+    Inside().m_nPictureId = nOtherId;
+    EXPECT_EQ(SelectPictureByName(nullptr), S_OK);
+    EXPECT_EQ(Inside().m_nPictureId, -1);
 }
 
 TEST_F(Selection, FileIsLoaded)
 {
     const std::string sFile = m_folder.Write("a.tga", SolidTga(8, 4, {10, 20, 30, 255}));
-    Out().m_nPictureId = nOtherId;
+    Inside().m_nPictureId = nOtherId;
     EXPECT_EQ(Control().SetPicture(Text(sFile)), S_OK);
-    EXPECT_EQ(Out().m_nPictureId, nOtherId); // kept
-    ASSERT_EQ(Out().m_blobSource.GetSize(), 8u * 4 * 4);
-    EXPECT_EQ(Bytes(Out().m_blobSource.GetPtr(), Out().m_blobSource.GetPtr() + 4), (Bytes{10, 20, 30, 255}));
+    EXPECT_EQ(Inside().m_nPictureId, nOtherId); // kept
+    ASSERT_EQ(Inside().m_blobSource.GetSize(), 8u * 4 * 4);
+    EXPECT_EQ(Bytes(Inside().m_blobSource.GetPtr(), Inside().m_blobSource.GetPtr() + 4),
+              (Bytes{10, 20, 30, 255}));
     // Opaque: alpha says nothing.
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), sFile);
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), sFile);
 }
 
 TEST_F(Selection, AlphaDecidesTheFormat)
@@ -88,41 +89,41 @@ TEST_F(Selection, AlphaDecidesTheFormat)
     {
         const std::string sFile = m_folder.Write("a.tga", SolidTga(5, 3, {10, 20, 30, row.byAlpha}));
         EXPECT_EQ(Control().SetPicture(Text(sFile)), S_OK);
-        EXPECT_EQ(Out().m_picSource.fccType, row.fcc) << int(row.byAlpha);
+        EXPECT_EQ(Inside().m_picSource.fccType, row.fcc) << int(row.byAlpha);
     }
     // One pixel is enough.
     Bytes file = SolidTga(5, 3, {10, 20, 30, 255});
     file[file.size() - 1] = 0;
     EXPECT_EQ(Control().SetPicture(Text(m_folder.Write("b.tga", file))), S_OK);
-    EXPECT_EQ(Out().m_picSource.fccType, static_cast<DWORD>(FOURCC_ARGB32));
+    EXPECT_EQ(Inside().m_picSource.fccType, static_cast<DWORD>(FOURCC_ARGB32));
 }
 
 TEST_F(Selection, StraightAlphaOnlyForAlphaOutput)
 {
     const std::string sFile = m_folder.Write("a.tga", SolidTga(4, 4, {200, 100, 50, 128}));
     EXPECT_EQ(Control().SetPicture(Text(sFile)), S_OK);
-    EXPECT_NE(Out().m_blobSource.GetPtr()[0], 200); // premultiplied
+    EXPECT_NE(Inside().m_blobSource.GetPtr()[0], 200); // premultiplied
     EXPECT_EQ(Control().SetOutputFormat(Text("ARGB32"), 0, 0), S_OK);
     EXPECT_EQ(Control().SetPicture(Text(sFile)), S_OK);
-    EXPECT_EQ(Out().m_blobSource.GetPtr()[0], 200);
+    EXPECT_EQ(Inside().m_blobSource.GetPtr()[0], 200);
 }
 
 TEST_F(Selection, LoadedFileEmptiesTheFrame)
 {
-    Out().m_blobFrame.Alloc(100);
+    Inside().m_blobFrame.Alloc(100);
     EXPECT_EQ(Control().SetPicture(Text("red")), S_OK);
     // The output type was set on an unconnected pin, which empties it in any case.
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
 
     ShowSmall();
     ASSERT_EQ(Connect(), S_OK);
-    Out().m_blobFrame.Alloc(100);
+    Inside().m_blobFrame.Alloc(100);
     EXPECT_EQ(Control().SetPicture(Text("red")), S_OK);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 100u); // a colour keeps it
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 100u); // a colour keeps it
     const std::string sFile = m_folder.Write("a.tga", SolidTga(8, 4, {10, 20, 30, 255}));
     EXPECT_EQ(Control().SetPicture(Text(sFile)), S_OK);
-    EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
-    EXPECT_GE(Out().m_blobFrame.GetAllocSize(), 100u); // with its memory kept
+    EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
+    EXPECT_GE(Inside().m_blobFrame.GetAllocSize(), 100u); // with its memory kept
 }
 
 TEST_F(Selection, LoadedFileOutranksLaterNames)
@@ -132,13 +133,13 @@ TEST_F(Selection, LoadedFileOutranksLaterNames)
     for (const char* psz : {"bars", "red", "videoq", ""})
     {
         EXPECT_EQ(Control().SetPicture(Text(psz)), S_OK);
-        EXPECT_EQ(Out().m_blobSource.GetSize(), 128u);
-        EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+        EXPECT_EQ(Inside().m_blobSource.GetSize(), 128u);
+        EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
         Bytes frame(128);
-        EXPECT_EQ(Out().FillSampleBuffer(frame.data(), 128), S_OK);
+        EXPECT_EQ(FillSampleBuffer(frame.data(), 128), S_OK);
         EXPECT_EQ(Bytes(frame.begin(), frame.begin() + 4), (Bytes{10, 20, 30, 255})) << psz;
     }
-    EXPECT_EQ(Out().m_nPictureId, -1); // stored all the same
+    EXPECT_EQ(Inside().m_nPictureId, -1); // stored all the same
 }
 
 TEST_F(Selection, TransparentOverALoadedFileIsClassifiedAgain)
@@ -146,7 +147,7 @@ TEST_F(Selection, TransparentOverALoadedFileIsClassifiedAgain)
     const std::string sFile = m_folder.Write("a.tga", SolidTga(8, 4, {10, 20, 30, 255}));
     ASSERT_EQ(Control().SetPicture(Text(sFile)), S_OK);
     EXPECT_EQ(Control().SetPicture(Text("transparent")), S_OK);
-    EXPECT_EQ(Out().m_picSource.fccType, static_cast<DWORD>(FOURCC_RGB32)); // all opaque
+    EXPECT_EQ(Inside().m_picSource.fccType, static_cast<DWORD>(FOURCC_RGB32)); // all opaque
 }
 
 TEST_F(Selection, MissingFileInAMissingFolder)
@@ -154,11 +155,11 @@ TEST_F(Selection, MissingFileInAMissingFolder)
     ASSERT_EQ(Control().SetPicture(Text("red")), S_OK);
     EXPECT_EQ(Control().SetPicture(Text("C:\\no such folder\\x.tga")),
               HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), "red");
-    ASSERT_EQ(Filter().m_arrFiles.GetSize(), 1); // left filled
-    EXPECT_EQ(Utf8(Filter().m_arrFiles[0]), "C:\\no such folder\\x.tga");
-    EXPECT_EQ(Out().m_nPictureId, 0);
-    EXPECT_EQ(Out().m_nSolidColor, 0xFF0000FF);
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), "red");
+    ASSERT_EQ(Inside().m_arrFiles.GetSize(), 1); // left filled
+    EXPECT_EQ(Utf8(Inside().m_arrFiles[0]), "C:\\no such folder\\x.tga");
+    EXPECT_EQ(Inside().m_nPictureId, 0);
+    EXPECT_EQ(Inside().m_nSolidColor, 0xFF0000FF);
 }
 
 TEST_F(Selection, NoEntry)
@@ -166,9 +167,9 @@ TEST_F(Selection, NoEntry)
     ASSERT_EQ(Control().SetPicture(Text("red")), S_OK);
     // A file that does not exist, in a folder that does.
     EXPECT_EQ(Control().SetPicture(Text(m_folder.Path("missing.tga"))), E_INVALIDARG);
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), "red");
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 0);
-    EXPECT_EQ(Out().m_nSolidColor, 0xFF0000FF);
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), "red");
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 0);
+    EXPECT_EQ(Inside().m_nSolidColor, 0xFF0000FF);
 }
 
 TEST_F(Selection, UnreadableFileKeepsThePicture)
@@ -177,47 +178,48 @@ TEST_F(Selection, UnreadableFileKeepsThePicture)
     ASSERT_EQ(Control().SetPicture(Text(sGood)), S_OK);
     const std::string sBad = m_folder.Write("b.tga", Bytes(5, 0));
     EXPECT_EQ(Control().SetPicture(Text(sBad)), E_FAIL); // what GDI+ made of it
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), sGood);
-    EXPECT_EQ(Out().m_blobSource.GetSize(), 128u);
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), sGood);
+    EXPECT_EQ(Inside().m_blobSource.GetSize(), 128u);
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB32, 8, 4, 8}));
 }
 
 TEST_F(Selection, ListSetsTheStopFrame)
 {
     EXPECT_EQ(Control().SetPicture(Text("red|green|blue")), S_OK);
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 3);
-    EXPECT_EQ(Out().m_nStopFrame, 3);
-    EXPECT_EQ(Out().m_nSolidColor, 0xFF0000FF); // the first one
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), "red|green|blue");
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 3);
+    EXPECT_EQ(Inside().m_nStopFrame, 3);
+    EXPECT_EQ(Inside().m_nSolidColor, 0xFF0000FF); // the first one
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), "red|green|blue");
     // A single name leaves the stop frame where it is.
     EXPECT_EQ(Control().SetPicture(Text("blue")), S_OK);
-    EXPECT_EQ(Out().m_nStopFrame, 3);
+    EXPECT_EQ(Inside().m_nStopFrame, 3);
     EXPECT_EQ(Control().SetPicture(Text("a|")), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Out().m_nStopFrame, 3); // a first entry that fails comes before
+    EXPECT_EQ(Inside().m_nStopFrame, 3); // a first entry that fails comes before
     EXPECT_EQ(Control().SetPicture(Text("|a")), S_OK);
-    EXPECT_EQ(Out().m_nStopFrame, 2);
-    EXPECT_EQ(Out().m_nPictureId, -1); // the empty one
+    EXPECT_EQ(Inside().m_nStopFrame, 2);
+    EXPECT_EQ(Inside().m_nPictureId, -1); // the empty one
 }
 
 TEST_F(Selection, ListEntriesAreCountedRound)
 {
-    CComBSTR bs;
-    EXPECT_FALSE(Filter().GetListEntry(0, bs));
+    constexpr DWORD nRed = 0xFF0000FF, nGreen = 0xFF00FF00, nBlue = 0xFFFF0000;
     ASSERT_EQ(Control().SetPicture(Text("red")), S_OK);
-    EXPECT_FALSE(Filter().GetListEntry(0, bs)); // a list of one is never read
+    EXPECT_EQ(SelectPictureByName(L"blue"), S_OK);
+    Out().Picture().SelectListEntry(0, false); // a list of one is never read
+    EXPECT_EQ(Inside().m_nSolidColor, nBlue);
     ASSERT_EQ(Control().SetPicture(Text("red|green|blue")), S_OK);
     struct
     {
         LONGLONG nFrame;
-        const char* psz;
-    } const rows[] = {{0, "red"},   {1, "green"}, {2, "blue"},
-                      {3, "red"},   {4, "green"}, {193273528230000, "red"},
-                      {-1, "blue"}, {-3, "red"},  {LLONG_MIN, "green"}};
+        DWORD nColor;
+    } const rows[] = {{0, nRed},   {1, nGreen}, {2, nBlue},
+                      {3, nRed},   {4, nGreen}, {193273528230000, nRed},
+                      {-1, nBlue}, {-3, nRed},  {LLONG_MIN, nGreen}};
     for (const auto& row : rows)
     {
-        CComBSTR bsName;
-        EXPECT_TRUE(Filter().GetListEntry(row.nFrame, bsName));
-        EXPECT_EQ(Utf8(bsName), row.psz) << row.nFrame;
+        Inside().m_nSolidColor = 0;
+        Out().Picture().SelectListEntry(row.nFrame, false);
+        EXPECT_EQ(Inside().m_nSolidColor, row.nColor) << row.nFrame;
     }
 }
 
@@ -240,7 +242,7 @@ TEST_F(Selection, LoadAndGetCurFile)
 
     EXPECT_EQ(source.Load(WideText(m_folder.Path("missing.tga")), nullptr), E_INVALIDARG);
     EXPECT_EQ(source.Load(nullptr, nullptr), S_OK); // as an empty name
-    EXPECT_EQ(Out().m_nPictureId, -1);
+    EXPECT_EQ(Inside().m_nPictureId, -1);
     EXPECT_EQ(source.GetCurFile(&psz, nullptr), S_OK);
     EXPECT_EQ(Utf8(psz), "");
     CoTaskMemFree(psz);
@@ -260,7 +262,7 @@ TEST_F(Selection, GetCurFileCutsLongNames)
         EXPECT_EQ(Filter().GetCurFile(&psz, nullptr), S_OK);
         EXPECT_EQ(Utf8(psz), sName.substr(0, 259)) << nLength;
         CoTaskMemFree(psz);
-        EXPECT_EQ(Utf8(Filter().m_bsFileName), sName); // whole
+        EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), sName); // whole
     }
 }
 
@@ -283,8 +285,8 @@ TEST_F(Selection, ListAndNameSurviveStopAndRun)
     ASSERT_EQ(Filter().Run(0), S_OK);
     ASSERT_TRUE(m_log.WaitFor("in.Receive"));
     ASSERT_EQ(Filter().Stop(), S_OK);
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 2);
-    EXPECT_EQ(Utf8(Filter().m_bsFileName), "red|green");
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 2);
+    EXPECT_EQ(Utf8(InsideFilter().m_bsFileName), "red|green");
 }
 
 } // namespace

@@ -26,8 +26,8 @@ TEST_F(StreamConfig, SetFormatUnconnectedTakesTheCallersType)
     CMType mt = VideoType(FOURCC_RGB24, 64, -48, 333667);
     mt.VideoInfo()->dwBitRate = 777; // what the properties cannot say
     EXPECT_EQ(Config().SetFormat(&mt), S_OK);
-    EXPECT_TRUE(MTEqual(&Out().m_theMediaType, &mt));
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB24, 64, -48, 64}));
+    EXPECT_TRUE(MTEqual(&Inside().m_theMediaType, &mt));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 64, -48, 64}));
     const QG_VID_PROPS props = Props();
     EXPECT_EQ(props.fccType, eQGFCC_RGB24);
     EXPECT_EQ(props.nWidth, 64);
@@ -35,13 +35,13 @@ TEST_F(StreamConfig, SetFormatUnconnectedTakesTheCallersType)
     EXPECT_DOUBLE_EQ(props.dblRate, 10000000.0 / 333667);
     EXPECT_EQ(props.eInterlace, eQGI_Progressive);
     EXPECT_EQ(props.eKeepAspect, eQGKA_Crop);
-    EXPECT_EQ(Filter().m_arrSupport.GetSize(), 0);
+    EXPECT_EQ(InsideFilter().m_arrSupport.GetSize(), 0);
 }
 
 TEST_F(StreamConfig, SetFormatRefusals)
 {
     const QG_VID_PROPS before = Props();
-    const CMType mtBefore = Out().m_theMediaType;
+    const CMType mtBefore = Inside().m_theMediaType;
     EXPECT_EQ(Config().SetFormat(nullptr), E_POINTER);
     CMType mt;
     EXPECT_EQ(Config().SetFormat(&mt), VFW_E_INVALIDMEDIATYPE);
@@ -58,7 +58,7 @@ TEST_F(StreamConfig, SetFormatRefusals)
     EXPECT_EQ(Config().SetFormat(&mt), VFW_E_INVALIDMEDIATYPE);
     const QG_VID_PROPS after = Props();
     EXPECT_EQ(memcmp(&before, &after, sizeof(before)), 0);
-    EXPECT_TRUE(MTEqual(&mtBefore, &Out().m_theMediaType));
+    EXPECT_TRUE(MTEqual(&mtBefore, &Inside().m_theMediaType));
 }
 
 TEST_F(StreamConfig, SetFormatOnlyWhenStopped)
@@ -83,7 +83,7 @@ TEST_F(StreamConfig, SetFormatConnectedReconnects)
     EXPECT_EQ(Config().SetFormat(&mt), S_OK);
     ASSERT_EQ(m_graph.Reconnections().size(), 1u);
     EXPECT_TRUE(MTEqual(&m_graph.Reconnections()[0].mt, &mt));
-    EXPECT_TRUE(MTEqual(&Out().m_theMediaType, &mt));
+    EXPECT_TRUE(MTEqual(&Inside().m_theMediaType, &mt));
     EXPECT_TRUE(Out().IsConnected());
     // The same again needs nothing.
     EXPECT_EQ(Config().SetFormat(&mt), S_OK);
@@ -92,7 +92,7 @@ TEST_F(StreamConfig, SetFormatConnectedReconnects)
     mt = VideoType(FOURCC_RGB32, 16, 4);
     EXPECT_EQ(Config().SetFormat(&mt), VFW_E_TYPE_NOT_ACCEPTED);
     EXPECT_FALSE(Out().IsConnected());
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB32, 8, -4, 8}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, -4, 8}));
     EXPECT_EQ(Props().nWidth, 16);
 }
 
@@ -102,8 +102,8 @@ TEST_F(StreamConfig, GetFormat)
     {
         Format format;
         ASSERT_EQ(Config().GetFormat(&format.pmt), S_OK);
-        EXPECT_TRUE(MTEqual(format.pmt, &Out().m_theMediaType));
-        EXPECT_NE(format.pmt->pbFormat, Out().m_theMediaType.pbFormat); // a copy
+        EXPECT_TRUE(MTEqual(format.pmt, &Inside().m_theMediaType));
+        EXPECT_NE(format.pmt->pbFormat, Inside().m_theMediaType.pbFormat); // a copy
         EXPECT_EQ(Config().SetFormat(format.pmt), S_OK);                // which can be set again
     }
     Show(FOURCC_RGB32, 8, 4, Bytes(128));
@@ -113,7 +113,7 @@ TEST_F(StreamConfig, GetFormat)
     {
         Format format;
         ASSERT_EQ(Config().GetFormat(&format.pmt), S_OK);
-        EXPECT_TRUE(MTEqual(format.pmt, &Out().m_theMediaType));
+        EXPECT_TRUE(MTEqual(format.pmt, &Inside().m_theMediaType));
     }
     ASSERT_EQ(Filter().Stop(), S_OK);
     const CMType mtEmpty;
@@ -149,8 +149,8 @@ protected:
         Format format;
         EXPECT_EQ(Config().GetFormat(&format.pmt), S_OK);
         EXPECT_EQ(output.mt.Set(format.pmt), S_OK);
-        output.frame.assign(GetPicSize(&Out().m_picOutput), 0xEE);
-        EXPECT_EQ(Out().FillSampleBuffer(output.frame.data(), static_cast<DWORD>(output.frame.size())), S_OK);
+        output.frame.assign(GetPicSize(&Inside().m_picOutput), 0xEE);
+        EXPECT_EQ(FillSampleBuffer(output.frame.data(), static_cast<DWORD>(output.frame.size())), S_OK);
         return output;
     }
     static void ExpectSame(const Output& before, const Output& after)
@@ -203,7 +203,7 @@ protected:
         QG_VID_PROPS set = props;
         ASSERT_EQ(Control().SetOutputProps(&set), S_OK);
         const Output output = Read();
-        const PicProps pic = Out().m_picOutput;
+        const PicProps pic = Inside().m_picOutput;
         if (!Img_CheckProps(&pic, false))
         {
             // What the library does not work on can be had, but not set.
@@ -272,7 +272,7 @@ TEST_F(SetFormatAgain, ChangesNothingAtAnyRate)
             {
                 Check({48, nHeight, eQGFCC_RGB32, eInterlace, 0, 0, eQGKA_Crop, dblRate});
                 // The rate of the type, from which the same type comes again.
-                EXPECT_EQ(Props().dblRate, 1e7 / static_cast<double>(MTFrameTime(&Out().m_theMediaType)));
+                EXPECT_EQ(Props().dblRate, 1e7 / static_cast<double>(MTFrameTime(&Inside().m_theMediaType)));
             }
         }
     }

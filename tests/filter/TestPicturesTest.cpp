@@ -138,13 +138,13 @@ protected:
         ASSERT_EQ(Control().SetPicture(Text(pszPicture)), S_OK);
         const CMType mt = VideoType(fcc, nWidth, nHeight);
         Out().ApplyOutputType(&mt);
-        ASSERT_EQ(Out().m_picOutput, (PicProps{fcc, nWidth, nHeight, nWidth}));
-        m_frame.assign(GetPicSize(&Out().m_picOutput), 0xEE);
-        ASSERT_EQ(Out().FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
+        ASSERT_EQ(Inside().m_picOutput, (PicProps{fcc, nWidth, nHeight, nWidth}));
+        m_frame.assign(GetPicSize(&Inside().m_picOutput), 0xEE);
+        ASSERT_EQ(FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
         EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
     }
 
-    const PicProps& Pic() { return Out().m_picOutput; }
+    const PicProps& Pic() { return Inside().m_picOutput; }
 
     const BYTE* PixelOf(LONG x, LONG y) // from the top left
     {
@@ -191,9 +191,9 @@ protected:
 
 TEST_F(TestPictureFrames, NewFilterShowsBars)
 {
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_UYVY, 720, 576, 720}));
-    m_frame.resize(GetPicSize(&Out().m_picOutput));
-    ASSERT_EQ(Out().FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_UYVY, 720, 576, 720}));
+    m_frame.resize(GetPicSize(&Inside().m_picOutput));
+    ASSERT_EQ(FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
     const Rgb arrBars[] = {{181, 128, 128}, {162, 43, 141}, {132, 156, 43}, {113, 72, 57},
                            {84, 183, 198},  {65, 99, 212},  {35, 212, 114}};
     const LONG arrMiddles[] = {50, 150, 250, 360, 460, 560, 660};
@@ -203,9 +203,9 @@ TEST_F(TestPictureFrames, NewFilterShowsBars)
         EXPECT_EQ(Yuv(arrMiddles[i], 383), arrBars[i]);
     }
     // What was composed last decides the next default.
-    EXPECT_EQ(Out().m_picSource, (PicProps{FOURCC_RGB24, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picSource, (PicProps{FOURCC_RGB24, 720, 576, 720}));
     ASSERT_EQ(Control().SetOutputFormat(nullptr, 0, 0), S_OK);
-    EXPECT_EQ(Out().m_picOutput, (PicProps{FOURCC_RGB24, 720, 576, 720}));
+    EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 720, 576, 720}));
 }
 
 TEST_F(TestPictureFrames, PixelsAtTheEdgesOfTheBars)
@@ -330,7 +330,7 @@ TEST_F(TestPictureFrames, EveryYuvFormat)
         for (const auto& size : arrSizes)
         {
             SCOPED_TRACE(testing::Message() << std::hex << format.fcc << std::dec << " " << size.nWidth);
-            Filter().m_VidProps.eKeepAspect = eQGKA_None;
+            InsideFilter().m_VidProps.eKeepAspect = eQGKA_None;
             Compose("bars75", format.fcc, size.nWidth, size.nHeight);
             for (int nBar = 0; nBar < 8; nBar++)
             {
@@ -351,7 +351,7 @@ TEST_F(TestPictureFrames, ScaledByTheNearestPixel)
         for (const LONG nWidth : {8, 80, 360, 1440, 1920})
         {
             SCOPED_TRACE(testing::Message() << std::hex << fcc << std::dec << " " << nWidth);
-            Filter().m_VidProps.eKeepAspect = eQGKA_None;
+            InsideFilter().m_VidProps.eKeepAspect = eQGKA_None;
             Compose("bars100", fcc, nWidth, 40);
             // No colour between two bars, and all bars equally wide.
             for (LONG y = 0; y < 40; y++)
@@ -372,7 +372,7 @@ TEST_F(TestPictureFrames, BarsAreCroppedByDefaultAndLetterBoxedOnDemand)
     EXPECT_EQ(Colour(80, 0), (Rgb{255, 255, 0}));
     EXPECT_EQ(Colour(639, 359), (Rgb{0, 0, 0}));
 
-    Filter().m_VidProps.eKeepAspect = eQGKA_LetterBox;
+    InsideFilter().m_VidProps.eKeepAspect = eQGKA_LetterBox;
     Compose("bars100", FOURCC_RGB32, 640, 360); // 450 columns of picture, 95 of colour 0 at each side
     EXPECT_EQ(Colour(94, 0), (Rgb{0, 0, 0}));
     EXPECT_EQ(Colour(95, 0), (Rgb{255, 255, 255}));
@@ -409,7 +409,7 @@ TEST_F(TestPictureFrames, BarsByTheHeightOfTheFrame)
     {
         SCOPED_TRACE(testing::Message() << row.pszPicture << " " << row.nHeight);
         Compose(row.pszPicture, FOURCC_RGB24, 32, row.nHeight);
-        EXPECT_EQ(Out().m_picSource, row.picture);
+        EXPECT_EQ(Inside().m_picSource, row.picture);
     }
 }
 
@@ -423,10 +423,10 @@ TEST_F(TestPictureFrames, VideoQualityHasNoPictureAtAnyHeight)
         Out().ApplyOutputType(&mt);
         m_asserts.Clear();
         BYTE byBuffer = 0xEE;
-        EXPECT_EQ(Out().FillSampleBuffer(&byBuffer, 1), E_INVALIDARG);
+        EXPECT_EQ(FillSampleBuffer(&byBuffer, 1), E_INVALIDARG);
         EXPECT_EQ(byBuffer, 0xEE);
         EXPECT_EQ(m_asserts.Count("hr == S_OK"), 1);
-        EXPECT_EQ(Out().m_blobFrame.GetSize(), 0u);
+        EXPECT_EQ(Inside().m_blobFrame.GetSize(), 0u);
     }
     // A pattern that exists is shown again.
     m_asserts.Clear();
@@ -440,7 +440,7 @@ TEST_F(TestPictureFrames, NoPathToYvyu)
     const CMType mt = VideoType(FOURCC_YVYU, 720, 576);
     Out().ApplyOutputType(&mt);
     Bytes frame(720 * 576 * 2, 0xEE);
-    EXPECT_EQ(Out().FillSampleBuffer(frame.data(), static_cast<DWORD>(frame.size())), S_OK);
+    EXPECT_EQ(FillSampleBuffer(frame.data(), static_cast<DWORD>(frame.size())), S_OK);
     EXPECT_EQ(m_asserts.Texts(), (std::vector<std::string>{"NOT SUPPORTED RGB32->YVYU x64", "hr == S_OK"}));
     EXPECT_EQ(frame, Bytes(frame.size(), 0)); // no stranger's memory
 }
@@ -448,14 +448,14 @@ TEST_F(TestPictureFrames, NoPathToYvyu)
 TEST_F(TestPictureFrames, PatternsInAList)
 {
     ASSERT_EQ(Control().SetPicture(Text("bars75|red|barsHD")), S_OK);
-    EXPECT_EQ(Filter().m_arrFiles.GetSize(), 3);
-    EXPECT_EQ(Out().m_nStopFrame, 3);
-    EXPECT_EQ(Out().m_nPictureId, 110);
+    EXPECT_EQ(Inside().m_arrFiles.GetSize(), 3);
+    EXPECT_EQ(Inside().m_nStopFrame, 3);
+    EXPECT_EQ(Inside().m_nPictureId, 110);
     // Like a colour, a pattern in a list changes nothing once a frame is there.
     Compose("bars75|red|barsHD", FOURCC_RGB32, 720, 576);
-    EXPECT_EQ(Out().SelectPictureByName(m_spFilter, L"red"), S_OK);
+    EXPECT_EQ(SelectPictureByName(L"red"), S_OK);
     const Bytes before = m_frame;
-    ASSERT_EQ(Out().FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
+    ASSERT_EQ(FillSampleBuffer(m_frame.data(), static_cast<DWORD>(m_frame.size())), S_OK);
     EXPECT_EQ(m_frame, before);
 }
 

@@ -174,7 +174,7 @@ protected:
         Show(FOURCC_RGB32, 8, 4, Bytes(cbFrame, 0x11));
         ASSERT_EQ(m_graph.AddFilter(m_spFilter, L"source"), S_OK);
         ASSERT_EQ(Out().Connect(&m_pin, nullptr), S_OK);
-        ASSERT_EQ(MTFrameTime(&Out().m_theMediaType), rate.rtFrame);
+        ASSERT_EQ(MTFrameTime(&Inside().m_theMediaType), rate.rtFrame);
     }
     void TearDown() override
     {
@@ -217,7 +217,7 @@ protected:
         else
         {
             // The worker has seen the wake: a later one would be tried as a step of its own.
-            ASSERT_EQ(WaitForSingleObject(Out().m_pump.m_evStopped, nTestLimitMs), WAIT_OBJECT_0);
+            ASSERT_EQ(WaitForSingleObject(Inside().m_pump.m_evStopped, nTestLimitMs), WAIT_OBJECT_0);
         }
         LONGLONG llDuration = 0;
         ASSERT_EQ(Out().GetPositions(&llCurrent, &llStop), S_OK);
@@ -265,7 +265,7 @@ TEST_P(TimeStampsOfARate, TenThousandFrames)
     ASSERT_NO_FATAL_FAILURE(SeekStop(9999));
     ASSERT_NO_FATAL_FAILURE(Start(0));
     EXPECT_EQ(m_nSeen, 10004u); // two flushes, a segment, the frames, the end
-    EXPECT_EQ(Out().m_nFrame, 10000);
+    EXPECT_EQ(Inside().m_nFrame, 10000);
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
 }
 
@@ -330,7 +330,7 @@ TEST_P(TimeStampsOfARate, StopsInTheMiddle)
         m_pModel->Run(static_cast<int>(m_pin.m_steps.size()) - 1);
         m_pin.m_evRest.Set();
         ASSERT_NO_FATAL_FAILURE(Compare());
-        ASSERT_EQ(Out().m_nFrame, m_pModel->m_nFrame);
+        ASSERT_EQ(Inside().m_nFrame, m_pModel->m_nFrame);
     }
     EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
 }

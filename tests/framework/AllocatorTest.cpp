@@ -244,15 +244,21 @@ TEST_F(AllocatorTest, TheSizeComesFromTypeAndPicture)
     EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
     EXPECT_EQ(rg.cbBuffer, cbFrame);
     rg = {1, 1, 1, 0};
-    Pin().m_theMediaType.lSampleSize = 5000;
+    CMType mt = m_mtStart;
+    mt.lSampleSize = 5000;
+    Pin().ApplyOutputType(&mt);
     EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
     EXPECT_EQ(rg.cbBuffer, 5000);
     rg = {1, 1, 1, 0};
-    Pin().m_theMediaType.VideoInfo()->bmiHeader.biSizeImage = 6000;
+    mt.VideoInfo()->bmiHeader.biSizeImage = 6000;
+    Pin().ApplyOutputType(&mt);
     EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
     EXPECT_EQ(rg.cbBuffer, 6000);
     rg = {1, 1, 1, 0};
-    Pin().m_picOutput = {FOURCC_RGB32, 64, 64, 64};
+    mt = VideoType(64, 64, FOURCC_RGB32);
+    mt.lSampleSize = 1;
+    mt.VideoInfo()->bmiHeader.biSizeImage = 1;
+    Pin().ApplyOutputType(&mt);
     EXPECT_EQ(Pin().AllocatorDecideProps(&rg), S_OK);
     EXPECT_EQ(rg.cbBuffer, 64 * 64 * 4);
 

@@ -38,7 +38,7 @@ TEST_F(ConnectionTest, ThePinsOwnType)
               (Lines{"in.EnumMediaTypes", "in.ReceiveConnection", "in.GetAllocatorRequirements",
                      "in.GetAllocator", "alloc.SetProperties", "in.NotifyAllocator", "alloc.GetProperties",
                      "alloc.GetProperties"})); // the last one is the dump's
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart));
     const CMType mtPeer = Peer().ConnectionType();
     EXPECT_TRUE(MTEqual(&mtPeer, &m_mtStart));
 
@@ -56,7 +56,7 @@ TEST_F(ConnectionTest, ThePeersTypesComeFirst)
     Peer().m_arrTypes = {mtPeer};
     LogCapture log;
     EXPECT_EQ(Connect(), S_OK);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &mtPeer));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &mtPeer));
     EXPECT_EQ(Own(log)[2], "8 [TestPin] ExecConnection(): connection accepted\n");
 }
 
@@ -66,7 +66,7 @@ TEST_F(ConnectionTest, APeerThatRefusesItsOwnTypesAndTakesOurs)
     AcceptOnly(m_mtStart);
     LogCapture log;
     EXPECT_EQ(Connect(), S_OK);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart));
     EXPECT_EQ(Own(log),
               (Lines{sStart, "8 Empty media type\n",
                      "8 [TestPin] ExecConnection(): m_spConnected->ReceiveConnection()=0x8004022A\n",
@@ -87,7 +87,7 @@ TEST_F(ConnectionTest, TypesThatTheFilterRefusesAreNotOffered)
     Filter().m_accept = [&](const AM_MEDIA_TYPE* pmt) { return MTEqual(pmt, &mtGood); };
     EXPECT_EQ(Connect(), S_OK);
     EXPECT_EQ(m_calls.Count("in.ReceiveConnection"), 1);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &mtGood));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &mtGood));
 }
 
 TEST_F(ConnectionTest, NobodyAgrees)
@@ -101,7 +101,7 @@ TEST_F(ConnectionTest, NobodyAgrees)
                      "8 [TestPin] AgreeInnerMT() FAILED, hr=0x80040207\n", Rejected(0x80040207)}));
     EXPECT_FALSE(Pin().IsConnected());
     EXPECT_EQ(Peer().Refs(), 0);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart));
     EXPECT_EQ(m_calls.Count("in.Disconnect"), 0);
 }
 
@@ -110,7 +110,7 @@ TEST_F(ConnectionTest, ATypeWithAMajorTypeIsAttemptedAlone)
     const CMType mtOther = VideoType(32, 16);
     Peer().m_arrTypes = {VideoType(64, 16)};
     EXPECT_EQ(Connect(&mtOther), S_OK);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &mtOther));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &mtOther));
     EXPECT_EQ(m_calls.Count("in.EnumMediaTypes"), 0);
 }
 
@@ -134,7 +134,7 @@ TEST_F(ConnectionTest, ATypeWithoutMajorTypeIsAsNone)
     CMType mtWild = VideoType(64, 16);
     mtWild.majortype = GUID_NULL;
     EXPECT_EQ(Connect(&mtWild), S_OK);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &mtPeer));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &mtPeer));
 }
 
 TEST_F(ConnectionTest, ResultsOfADirectAttempt)
@@ -157,7 +157,7 @@ TEST_F(ConnectionTest, ResultsOfADirectAttempt)
         EXPECT_EQ(lines[1], "8 [TestPin] ExecConnection(): m_spConnected->ReceiveConnection()=" +
                                 Hex(static_cast<unsigned>(row.hrPeer)) + "\n");
         EXPECT_EQ(lines[2], Rejected(static_cast<unsigned>(row.hr)));
-        EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart)); // restored
+        EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart)); // restored
         EXPECT_FALSE(Pin().IsConnected());
     }
 }
@@ -401,7 +401,7 @@ TEST_F(ConnectionTest, APeerWithoutSampleInput)
     EXPECT_FALSE(Pin().IsConnected());
     EXPECT_FALSE(Peer().IsConnected());
     EXPECT_EQ(m_calls.Count("in.Disconnect"), 1);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart));
 }
 
 TEST_F(ConnectionTest, NoAllocatorAtAll)
@@ -442,7 +442,7 @@ TEST_F(ConnectionTest, Disconnect)
     EXPECT_EQ(Pin().m_eAllocSrc, eAS_None);
     EXPECT_EQ(Pin().m_rgPropsOut.cBuffers, 0);
     EXPECT_EQ(Pin().m_rgPropsOut.cbBuffer, 0);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart)); // offered again next time
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart)); // offered again next time
     EXPECT_EQ(PinItf()->Disconnect(), S_FALSE);
     EXPECT_EQ(m_alloc.Refs(), 0);
     EXPECT_EQ(Peer().Refs(), 0);

@@ -145,7 +145,7 @@ TEST_F(DeliveryTest, NoTypeOnTheSample)
     }
     EXPECT_EQ(Own(log), Lines{});
     EXPECT_EQ(Pin().m_nApplied, 0);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart));
 }
 
 TEST_F(DeliveryTest, ATypeOnTheSampleIsTakenOver)
@@ -156,8 +156,8 @@ TEST_F(DeliveryTest, ATypeOnTheSampleIsTakenOver)
     EXPECT_EQ(Pin().SetMediaTypeFromSample(&sample), S_OK);
     EXPECT_EQ(Own(log), Lines{"8 [TestPin] SetMediaTypeFromSample(): new mediatype is received\n"});
     EXPECT_EQ(Pin().m_nApplied, 1);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &sample.m_mt));
-    EXPECT_EQ(Pin().m_picOutput.nHeight, -8);
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &sample.m_mt));
+    EXPECT_EQ(Pin().GetPicProps().nHeight, -8);
 }
 
 TEST_F(DeliveryTest, ATypeThatIsRefused)

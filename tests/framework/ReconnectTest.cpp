@@ -63,7 +63,7 @@ TEST_F(ReconnectTest, ANewTypeGoesToTheGraph)
     EXPECT_TRUE(reconnections[0].bEx);
     EXPECT_EQ(reconnections[0].pPin, PinItf());
     EXPECT_TRUE(MTEqual(&reconnections[0].mt, &m_mtNew));
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart)); // not stored before
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart)); // not stored before
 }
 
 TEST_F(ReconnectTest, ARealReconnectionAppliesTheType)
@@ -72,7 +72,7 @@ TEST_F(ReconnectTest, ARealReconnectionAppliesTheType)
     ASSERT_EQ(Connect(), S_OK);
     m_graph.m_bReallyReconnect = true;
     EXPECT_EQ(Filter().MakeReconnect(&m_mtNew, PinItf()), S_OK);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtNew));
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtNew));
     const CMType mt = Peer().ConnectionType();
     EXPECT_TRUE(MTEqual(&mt, &m_mtNew));
 }
@@ -88,7 +88,7 @@ TEST_F(ReconnectTest, AGraphWithoutTheSecondInterface)
     ASSERT_EQ(reconnections.size(), 1u);
     EXPECT_FALSE(reconnections[0].bEx);
     EXPECT_FALSE(reconnections[0].bType);
-    EXPECT_TRUE(MTEqual(&Pin().m_theMediaType, &m_mtStart)); // negotiated from its current type
+    EXPECT_TRUE(MTEqual(&Pin().Type(), &m_mtStart)); // negotiated from its current type
 }
 
 TEST_F(ReconnectTest, AnInputPinIsReconnectedAtOnce)

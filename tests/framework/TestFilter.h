@@ -41,9 +41,7 @@ public:
     void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept
     {
         ++m_nApplied;
-        m_picOutput = {};
         SetMediaType(pmt);
-        MTGetPicProps(&m_theMediaType, &m_picOutput);
     }
     HRESULT AllocatorCreate(IMemAllocator** ppAllocator) noexcept
     {
@@ -51,6 +49,14 @@ public:
             return CStdAllocator::AllocatorCreate(ppAllocator);
         *ppAllocator = CComPtr<IMemAllocator>(m_pOwn).Detach();
         return *m_hrCreate;
+    }
+
+    /// A copy of the current type, as it is kept until the next question.
+    const CMType& Type()
+    {
+        m_mtCopy.Clear();
+        EXPECT_EQ(CopyMediaType(&m_mtCopy), S_OK);
+        return m_mtCopy;
     }
 
     // What tests look at.
@@ -63,10 +69,10 @@ public:
     using COutputPinBase::TryMediaTypes;
     using COutputPinBase::TryTypes;
 
-    PicProps m_picOutput{};
     int m_nApplied = 0;
     std::optional<HRESULT> m_hrCreate; ///< result of AllocatorCreate, which hands out m_pOwn
     IMemAllocator* m_pOwn = nullptr;
+    CMType m_mtCopy;
 };
 
 class TestFilter : public CComObjectRootEx<CComMultiThreadModel>,

@@ -56,11 +56,6 @@ private:
     TLock* m_pLock;
 };
 
-#ifndef QX_NATIVE
-
-#include "dstl/WinAPI/Threads.h"
-#include "dstl/WinAPI/Atl.h"
-
 /// A recursive lock.
 class CCritSec
 {
@@ -83,6 +78,11 @@ public:
 private:
     CRITICAL_SECTION m_crs;
 };
+
+#ifndef QX_NATIVE
+
+#include "dstl/WinAPI/Threads.h"
+#include "dstl/WinAPI/Atl.h"
 
 /// Creates a COM object and holds one reference for the caller.
 /// \param ppObject receives the complete object; it must hold null, and does so after a failure

@@ -2,8 +2,8 @@
 /// Allocator negotiation of an output pin: the downstream pin's allocator is tried first, our own after it.
 ///
 /// What the concrete pin T supplies:
-///  - it is a CPin (name, m_lock, m_crsLink, IsConnected) and a CMTSingle (m_theMediaType)
-///  - `PicProps m_picOutput`: the output picture, whose size in bytes the buffers have to hold
+///  - it is a CPin (name, m_lock, m_crsLink, IsConnected) and a CMTSingle, whose picture the buffers have to
+///  hold
 /// It may hide any operation of CStdAllocator with its own of the same name.
 
 #include "dstl/WinAPI/Atl.h"
@@ -167,7 +167,8 @@ public:
     {
         CMType mt; // a copy, as the worker may be taking over another type
         Pin().CopyMediaType(&mt);
-        return this->DecideProps(&mt, &Pin().m_picOutput, pProps);
+        const PicProps pic = Pin().GetPicProps();
+        return this->DecideProps(&mt, &pic, pProps);
     }
     HRESULT AllocatorTestProps(const ALLOCATOR_PROPERTIES* pRequest,
                                const ALLOCATOR_PROPERTIES* pActual) noexcept

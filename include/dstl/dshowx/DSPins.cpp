@@ -57,9 +57,12 @@ bool CPin::CheckDirection(IPin* pPeer) const noexcept
 void CMTSingle::SetMediaType(const AM_MEDIA_TYPE* pmt) noexcept
 {
     CMType mt(pmt);
+    PicProps pic{};
+    MTGetPicProps(&mt, &pic);
     // The records change places, so that the old type is freed outside the lock.
     CScopedLock lock(&m_crsType);
     std::swap(static_cast<AM_MEDIA_TYPE&>(mt), static_cast<AM_MEDIA_TYPE&>(m_theMediaType));
+    m_picType = pic;
 }
 
 HRESULT CMTSingle::CopyMediaType(AM_MEDIA_TYPE* pmt) const noexcept
@@ -78,18 +81,22 @@ HRESULT CMTSingle::GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept
     return *ppmt != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
-REFERENCE_TIME CMTSingle::FrameTime() const noexcept
+StreamFormat CMTSingle::GetStreamFormat() const noexcept
 {
     CScopedLock lock(&m_crsType);
-    return MTFrameTime(&m_theMediaType);
+    return {m_picType, MTFrameTime(&m_theMediaType)};
 }
 
 PicProps CMTSingle::GetPicProps() const noexcept
 {
     CScopedLock lock(&m_crsType);
-    PicProps pic{};
-    MTGetPicProps(&m_theMediaType, &pic);
-    return pic;
+    return m_picType;
+}
+
+REFERENCE_TIME CMTSingle::FrameTime() const noexcept
+{
+    CScopedLock lock(&m_crsType);
+    return MTFrameTime(&m_theMediaType);
 }
 
 // --- Queries

@@ -6,7 +6,6 @@
 ///  - `void ApplyOutputType(const AM_MEDIA_TYPE* pmt) noexcept`: makes pmt the current type
 ///  (CMTSingle::SetMediaType)
 ///    and derives what depends on it; called with the pin's lock held, or on the worker
-///  - `PicProps m_picOutput` (DSAllocators.h)
 ///  - bases COutputPin<T, TFilter>, IPinImpl<T>, CStdAllocator<T, 0>, CMTSingle, in this order
 /// What the concrete filter TFilter supplies to its pin:
 ///  - `bool QueryAcceptMT(const AM_MEDIA_TYPE* pmt) noexcept`
@@ -99,7 +98,15 @@ private:
     std::atomic<DWORD> m_nStateThread = 0; ///< the thread within a CStateCall
 };
 
-/// A pin's only media type. Copies may be taken on any thread while the worker stores a new type.
+/// What a frame has to know of the media type.
+struct StreamFormat
+{
+    PicProps pic{};             ///< zero for a type without a picture
+    REFERENCE_TIME rtFrame = 0; ///< length of a frame in units of 100 ns, 0 where the type says nothing
+};
+
+/// A pin's only media type, with what is derived from it. Copies may be taken on any thread while the worker
+/// stores a new type.
 class CMTSingle
 {
 public:
@@ -112,15 +119,16 @@ public:
     /// \return S_OK, S_FALSE behind the end, E_OUTOFMEMORY
     HRESULT GetMediaType(ULONG i, AM_MEDIA_TYPE** ppmt) const noexcept;
 
-    /// Length of a frame in units of 100 ns, 0 where the type says nothing; any thread.
-    REFERENCE_TIME FrameTime() const noexcept;
-    /// Format of the frames, zero for a type without one; any thread.
+    StreamFormat GetStreamFormat() const noexcept;
     PicProps GetPicProps() const noexcept;
-
-    CMType m_theMediaType; ///< the current type; written through SetMediaType alone
+    REFERENCE_TIME FrameTime() const noexcept;
 
 private:
-    mutable CCritSec m_crsType; ///< leaf
+    friend struct PinProbe; // tests
+
+    CMType m_theMediaType;      ///< the current type
+    PicProps m_picType{};       ///< its picture
+    mutable CCritSec m_crsType; ///< leaf; guards both
 };
 
 /// What the code that does not depend on the concrete classes asks of them; COutputPin answers. It is a table
