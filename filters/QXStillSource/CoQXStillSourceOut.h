@@ -73,7 +73,7 @@ public:
     STDMETHOD(GetPositions)(LONGLONG* pCurrent, LONGLONG* pStop) noexcept override;
 
     /// Within a call of the worker, or of a seek that flushes.
-    bool HookIsStreamCall() const noexcept override { return m_pump.IsCurrent() || m_crsSeek.IsMine(); }
+    bool IsStreamCall() const noexcept { return m_pump.IsCurrent() || m_crsSeek.IsMine(); }
 
     // --- Picture and position
 

@@ -60,14 +60,14 @@ public:
     }
 
     // What tests look at.
-    using COutputPinBase::AgreeAllocator;
-    using COutputPinBase::AgreeExternMT;
-    using COutputPinBase::AgreeInnerMT;
-    using COutputPinBase::AttemptConnection;
-    using COutputPinBase::BreakConnection;
-    using COutputPinBase::ExecConnection;
-    using COutputPinBase::TryMediaTypes;
-    using COutputPinBase::TryTypes;
+    using COutputPin::AgreeAllocator;
+    using COutputPin::AgreeExternMT;
+    using COutputPin::AgreeInnerMT;
+    using COutputPin::AttemptConnection;
+    using COutputPin::BreakConnection;
+    using COutputPin::ExecConnection;
+    using COutputPin::TryMediaTypes;
+    using COutputPin::TryTypes;
 
     int m_nApplied = 0;
     std::optional<HRESULT> m_hrCreate; ///< result of AllocatorCreate, which hands out m_pOwn
@@ -100,7 +100,6 @@ public:
         return m_accept ? m_accept(pmt) : pmt != nullptr;
     }
     HRESULT Filter_CompleteConnect(IPin*) noexcept { return m_hrComplete; }
-    void Filter_Disconnect() noexcept { ++m_nDisconnectHook; }
     void ParseGraphToLogFile() noexcept
     {
         ++m_nDumps;
@@ -132,7 +131,7 @@ public:
 
     std::function<bool(const AM_MEDIA_TYPE*)> m_accept;
     HRESULT m_hrComplete = S_OK, m_hrStreamStart = S_OK;
-    int m_nAsked = 0, m_nDisconnectHook = 0, m_nDumps = 0, m_nStreamStart = 0, m_nStreamStop = 0;
+    int m_nAsked = 0, m_nDumps = 0, m_nStreamStart = 0, m_nStreamStop = 0;
 };
 
 /// A video type of the given size, RGB24 or another format.

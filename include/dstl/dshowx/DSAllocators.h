@@ -69,7 +69,8 @@ protected:
     void Attach(CPin& pin, IMemAllocator* pAllocator, eAllocSrc eAllocSrc) noexcept;
     HRESULT Activate(CPin& pin, bool bActivate) noexcept;
 
-    friend class COutputPinBase;
+    template <class, class>
+    friend class COutputPin;
     /// Takes the allocator out and resets the rest; the caller holds m_crsLink and decommits afterwards.
     void TakeOut(CComPtr<IMemAllocator>& spAllocator) noexcept;
 };

@@ -24,6 +24,7 @@
 
 #include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSEnums.h"
+#include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/DSPins.h"
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/DSWrappers.h"
@@ -58,22 +59,15 @@ public:
 
     HRESULT ReconnectPin(IPin* pPin, const AM_MEDIA_TYPE* pmt) noexcept;
 
-    /// What the operations of IBaseFilter do; IBaseFilterImpl calls them. Each traces its name.
-    /// @{
-    HRESULT FilterGetClassID(const CLSID& clsid, CLSID* pClassID) noexcept;
-    HRESULT FilterGetState(FILTER_STATE* State) noexcept;
-    HRESULT FilterSetSyncSource(IReferenceClock* pClock) noexcept;
-    HRESULT FilterGetSyncSource(IReferenceClock** ppClock) noexcept;
-    HRESULT FilterFindPin(IBaseFilter* pThis, LPCWSTR Id, IPin** ppPin) noexcept;
-    HRESULT FilterQueryFilterInfo(FILTER_INFO* pInfo) noexcept;
-    HRESULT FilterJoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept;
-    /// The way of Stop to Stopped, and of Run to Running, when Pause has to come first.
-    /// \return a failure of Pause, which ends the operation
-    HRESULT PauseBeforeStop(IBaseFilter* pThis) noexcept;
-    HRESULT PauseBeforeRun(IBaseFilter* pThis, REFERENCE_TIME tStart) noexcept;
-    /// The work of CBaseFilter::ParseGraphToLogFile.
-    void FilterParseGraph() noexcept;
-    /// @}
+    /// Writes the whole graph of the filter to the log, as one text. Without a log it asks the graph nothing.
+    void ParseGraphToLogFile() noexcept;
+
+    /// A counted copy of the graph, for any thread; null when in none.
+    CComPtr<IFilterGraph> GetGraph() const noexcept;
+    /// Stores a graph and the name in it, or null. \return false for a second graph, which changes nothing
+    bool SetGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept;
+    /// With m_crsJoin held.
+    void ClearGraph() noexcept;
 
 protected:
     CFilterCore() noexcept = default;
@@ -83,16 +77,6 @@ protected:
     unsigned m_nStops = 0;                   ///< changes to State_Stopped, counted round; guarded by m_lock
     bool m_bDumpNow = false;                 ///< behind the change of state; guarded by m_lock
     std::atomic<bool> m_bStopWanted = false; ///< a Stop was left to the thread that has m_lock
-
-    /// A counted copy of the graph, for any thread; null when in none.
-    CComPtr<IFilterGraph> GetGraph() const noexcept;
-
-private:
-    bool IsInGraph() const noexcept;
-    /// Stores a graph and the name in it, or null. \return false for a second graph, which changes nothing
-    bool SetGraph(IFilterGraph* pGraph, LPCWSTR pName) noexcept;
-    /// With m_crsJoin held.
-    void ClearGraph() noexcept;
 };
 
 /// State changes. \tparam T the filter
@@ -241,8 +225,6 @@ public:
         if (eNew == State_Running)
             m_tStart = tStart;
     }
-    /// Writes the whole graph of the filter to the log, as one text. Without a log it asks the graph nothing.
-    void ParseGraphToLogFile() noexcept { FilterParseGraph(); }
 
 private:
     T& Filter() noexcept { return *static_cast<T*>(this); }
@@ -255,15 +237,37 @@ class IBaseFilterImpl : public IBaseFilter
 public:
     STDMETHOD(GetClassID)(CLSID* pClassID) noexcept override
     {
-        return Filter().FilterGetClassID(T::GetObjectCLSID(), pClassID);
+        trace(atlTraceGeneral, eTL_Frame, L"%s IBaseFilterImpl::GetClassID\n", this->GetClassName());
+        DSASSERT(pClassID != NULL);
+        if (pClassID == nullptr)
+            return E_INVALIDARG;
+        *pClassID = T::GetObjectCLSID();
+        return S_OK;
     }
+    /// A running filter pauses first.
     STDMETHOD(Stop)() noexcept override
     {
         typename CBaseFilter<T>::CStateChange change(Filter(), State_Stopped);
         if (change.IsRefused())
             return change.Refusal();
-        const HRESULT hr = Filter().PauseBeforeStop(this);
-        return change.Stopped(FAILED(hr) ? hr : Filter().ChangeState(State_Stopped, 0));
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Stop\n", GetClassName());
+        if (Filter().FilterState() == State_Running)
+        {
+            trace(atlTraceGeneral, eTL_Warning,
+                  L"WARNING. %s IBaseFilterImpl::Stop(): current state is State_Running, call Pause() "
+                  L"command\n",
+                  GetClassName());
+            const HRESULT hr = this->Pause();
+            if (FAILED(hr))
+            {
+                trace(atlTraceGeneral, eTL_Error, L"###Err### %s IBaseFilterImpl::Stop(): Pause()=0x%X\n",
+                      GetClassName(), static_cast<unsigned>(hr));
+                return change.Stopped(hr);
+            }
+            trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Stop(): stop after pause\n",
+                  GetClassName());
+        }
+        return change.Stopped(Filter().ChangeState(State_Stopped, 0));
     }
     STDMETHOD(Pause)() noexcept override
     {
@@ -273,11 +277,26 @@ public:
             return change.Refusal();
         return change.Started(Filter().ChangeState(State_Paused, 0));
     }
+    /// A stopped filter pauses first.
     STDMETHOD(Run)(REFERENCE_TIME tStart) noexcept override
     {
-        const HRESULT hr = Filter().PauseBeforeRun(this, tStart);
-        if (FAILED(hr))
-            return hr;
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Run( %s )\n", GetClassName(),
+              RefTimeText(tStart, CTimeText().sz));
+        if (Filter().FilterState() == State_Stopped)
+        {
+            trace(
+                atlTraceGeneral, eTL_Warning,
+                L"WARNING. %s IBaseFilterImpl::Run(): current state is State_Stopped, call Pause() command\n",
+                GetClassName());
+            const HRESULT hr = this->Pause();
+            if (FAILED(hr))
+            {
+                trace(atlTraceGeneral, eTL_Error, L"###Err### %s IBaseFilterImpl::Run(): Pause()=0x%X\n",
+                      GetClassName(), static_cast<unsigned>(hr));
+                return hr;
+            }
+            trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::Run(): run after pause\n", GetClassName());
+        }
         typename CBaseFilter<T>::CStateChange change(Filter(), State_Running);
         if (change.IsRefused())
             return change.Refusal();
@@ -287,15 +306,53 @@ public:
     }
     STDMETHOD(GetState)(DWORD, FILTER_STATE* State) noexcept override
     {
-        return Filter().FilterGetState(State);
+        T& filter = Filter();
+        trace(atlTraceGeneral, eTL_Frame, L"%s IBaseFilterImpl::GetState\n", this->GetClassName());
+        DSASSERT(State != NULL);
+        if (State == nullptr)
+            return E_POINTER;
+        *State = filter.FilterState();
+        return S_OK;
     }
     STDMETHOD(SetSyncSource)(IReferenceClock* pClock) noexcept override
     {
-        return Filter().FilterSetSyncSource(pClock);
+        T& filter = Filter();
+        CComPtr<IReferenceClock> spClock(pClock); // the old clock is released outside the lock
+        {
+            CScopedLock crs(&filter.m_crsJoin);
+            std::swap(filter.m_spClock.p, spClock.p);
+        }
+        if (pClock == nullptr)
+        {
+            trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::SetSyncSource( NULL )\n",
+                  this->GetClassName());
+            return S_OK;
+        }
+        CComPtr<IPersist> spPersist;
+        if (FAILED(pClock->QueryInterface(IID_IPersist, reinterpret_cast<void**>(&spPersist))) || !spPersist)
+        {
+            trace(atlTraceGeneral, eTL_Warning,
+                  L"WARNING. %s IBaseFilterImpl::SetSyncSource( 0x%X ): clock hasn't CLSID\n",
+                  this->GetClassName(), TracePtr(pClock));
+            return S_OK;
+        }
+        CLSID clsid = CLSID_NULL;
+        const HRESULT hr = spPersist->GetClassID(&clsid);
+        if (FAILED(hr))
+            trace(atlTraceGeneral, eTL_Error,
+                  L"###Err### %s IBaseFilterImpl::SetSyncSource( 0x%X ): spPersist->GetClassID()=0x%X\n",
+                  this->GetClassName(), TracePtr(pClock), static_cast<unsigned>(hr));
+        else
+            trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::SetSyncSource( 0x%X ): CLSID = %s\n",
+                  this->GetClassName(), TracePtr(pClock), GuidText(clsid, CGuidText().sz));
+        return S_OK;
     }
     STDMETHOD(GetSyncSource)(IReferenceClock** ppClock) noexcept override
     {
-        return Filter().FilterGetSyncSource(ppClock);
+        T& filter = Filter();
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::GetSyncSource\n", this->GetClassName());
+        CScopedLock crs(&filter.m_crsJoin);
+        return filter.m_spClock.CopyTo(ppClock);
     }
     STDMETHOD(EnumPins)(IEnumPins** ppEnum) noexcept override
     {
@@ -306,15 +363,69 @@ public:
     }
     STDMETHOD(FindPin)(LPCWSTR Id, IPin** ppPin) noexcept override
     {
-        return Filter().FilterFindPin(this, Id, ppPin);
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::FindPin\n", this->GetClassName());
+        DSASSERT(ppPin != NULL && Id != NULL);
+        if (ppPin == nullptr || Id == nullptr)
+            return E_POINTER;
+        *ppPin = nullptr;
+
+        CComPtr<IEnumPins> spEnum;
+        HRESULT hr = this->EnumPins(&spEnum);
+        if (hr != S_OK)
+            return DSTLFailure(hr);
+        spEnum->Reset();
+        for (;;)
+        {
+            CComPtr<IPin> spPin;
+            hr = spEnum->Next(1, &spPin, nullptr);
+            if (hr != S_OK)
+                return hr == S_FALSE ? VFW_E_NOT_FOUND : E_FAIL;
+            CTaskString strId;
+            if (SUCCEEDED(spPin->QueryId(&strId)) && wcscmp(strId.Get(), Id) == 0)
+            {
+                *ppPin = spPin.Detach();
+                return S_OK;
+            }
+        }
     }
     STDMETHOD(QueryFilterInfo)(FILTER_INFO* pInfo) noexcept override
     {
-        return Filter().FilterQueryFilterInfo(pInfo);
+        T& filter = Filter();
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::QueryFilterInfo\n", this->GetClassName());
+        DSASSERT(pInfo != NULL);
+        if (pInfo == nullptr)
+            return E_INVALIDARG;
+        CScopedLock crs(&filter.m_crsJoin);
+        CopyDSName(pInfo->achName, filter.m_szName);
+        pInfo->pGraph = CComPtr<IFilterGraph>(filter.m_pFilterGraphJoin).Detach();
+        return S_OK;
     }
     STDMETHOD(JoinFilterGraph)(IFilterGraph* pGraph, LPCWSTR pName) noexcept override
     {
-        return Filter().FilterJoinFilterGraph(pGraph, pName);
+        T& filter = Filter();
+        trace(atlTraceGeneral, eTL_Main, L"%s IBaseFilterImpl::JoinFilterGraph( 0x%08X, '%s' )\n",
+              this->GetClassName(), TracePtr(pGraph), pName != nullptr ? pName : L"");
+        // The pointer is not counted: the graph holds the filter and outlives its membership. It is stored
+        // before the graph is asked, so that no other thread joins meanwhile, and no lock is held while it is
+        // asked.
+        const bool bJoins = filter.SetGraph(pGraph, pName);
+        DSASSERT_TEXT(bJoins, "pT->m_pFilterGraphJoin == NULL || pGraph == NULL");
+        if (!bJoins)
+            return E_FAIL;
+        if (pGraph == nullptr)
+            return S_OK;
+        CComPtr<IMediaEventSink> spEventSink;
+        const HRESULT hr =
+            pGraph->QueryInterface(IID_IMediaEventSink, reinterpret_cast<void**>(&spEventSink));
+        CScopedLock crs(&filter.m_crsJoin);
+        if (filter.m_pFilterGraphJoin != pGraph)
+            return FAILED(hr) ? hr
+                              : VFW_E_STATE_CHANGED; // the graph has taken the filter out within its answer
+        if (SUCCEEDED(hr))
+            filter.m_pEventSink = spEventSink; // not counted either
+        else
+            filter.ClearGraph();
+        return FAILED(hr) ? hr : S_OK;
     }
     STDMETHOD(QueryVendorInfo)(LPWSTR*) noexcept override
     {
@@ -350,10 +461,6 @@ public:
 
     /// Asked when a peer has accepted the connection; S_OK keeps it.
     HRESULT Filter_CompleteConnect(IPin*) noexcept { return S_OK; }
-    /// Gives the result of a connection for which no type was found.
-    HRESULT Filter_NoTypes(HRESULT) noexcept { return VFW_E_NO_ACCEPTABLE_TYPES; }
-    /// Told before a connection without an allocator is broken.
-    void Filter_Disconnect() noexcept {}
     /// Gets the quality messages that arrive at the pin. No frame is dropped for them, and no rate changed.
     HRESULT Filter_Notify(IBaseFilter*, const Quality&) noexcept { return S_OK; }
 

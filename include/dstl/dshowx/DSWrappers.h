@@ -30,6 +30,22 @@ private:
     AM_MEDIA_TYPE* m_pmt = nullptr;
 };
 
+/// A string in task memory.
+class CTaskString
+{
+public:
+    CTaskString() noexcept = default;
+    ~CTaskString() { CoTaskMemFree(m_psz); }
+    CTaskString(const CTaskString&) = delete;
+    CTaskString& operator=(const CTaskString&) = delete;
+
+    LPWSTR* operator&() noexcept { return &m_psz; }
+    LPCWSTR Get() const noexcept { return m_psz; }
+
+private:
+    LPWSTR m_psz = nullptr;
+};
+
 /// A pin's direction as a number, for peers that may answer anything: PINDIR_INPUT, PINDIR_OUTPUT, or another
 /// value; -1 when the pin does not answer or there is none.
 int QueryPinDirection(IPin* pPin) noexcept;
