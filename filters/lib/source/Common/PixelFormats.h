@@ -4,7 +4,8 @@
 
 #include "dstl/WinAPI/Platform.h"
 
-#include <iterator>
+#include <algorithm>
+#include <array>
 
 /// Format codes. YUV: the FOURCC. RGB: the first 32 bits of the DirectShow subtype GUID.
 enum eFourcc : DWORD
@@ -364,4 +365,31 @@ constexpr bool IsUBeforeV(const PixelFormat& format) noexcept
     const Component& u = format.arrParts[1];
     const Component& v = format.arrParts[2];
     return u.nPlane != v.nPlane ? u.nPlane < v.nPlane : u.nOffset < v.nOffset;
+}
+
+/// Bytes of a group of pixels in a packed row; 0 for a format without components.
+constexpr BYTE GroupBytes(const PixelFormat& format) noexcept
+{
+    return std::max({format.arrParts[0].cbStep, format.arrParts[1].cbStep, format.arrParts[2].cbStep});
+}
+
+/// True where each component has bytes of its own.
+constexpr bool HasByteComponents(const PixelFormat& format) noexcept
+{
+    return format.bPixels && GroupBytes(format) != 0 && format.nGreenBits == 0;
+}
+
+constexpr BYTE nNoComponent = 3;
+
+/// The component that each byte of a packed pixel group belongs to; nNoComponent for a fourth byte of RGB.
+constexpr std::array<BYTE, 4> PackedOrder(const PixelFormat& format) noexcept
+{
+    std::array<BYTE, 4> order = {nNoComponent, nNoComponent, nNoComponent, nNoComponent};
+    for (BYTE nPart = 0; nPart < 3; nPart++)
+    {
+        const Component& part = format.arrParts[nPart];
+        for (size_t i = part.nOffset; i < GroupBytes(format); i += part.cbStep)
+            order[i] = nPart;
+    }
+    return order;
 }
