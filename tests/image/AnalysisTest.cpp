@@ -2,7 +2,7 @@
 #include "ImageTest.h"
 #include "PictureBuffer.h"
 
-#include "imgconverter/KeySpaces.h"
+#include "imgconverter/KeyPicture.h"
 
 #include <algorithm>
 #include <array>

@@ -8,30 +8,12 @@
 
 namespace
 {
-struct BitCountCode
-{
-    WORD nBitCount;
-    DWORD fccType;
-};
-
-/// Format codes of pictures without a code of their own; palette pictures have none.
-constexpr BitCountCode rgBitCounts[] = {
-    {32, FOURCC_RGB32},  // MEDIASUBTYPE_RGB32
-    {24, FOURCC_RGB24},  // MEDIASUBTYPE_RGB24
-    {16, FOURCC_RGB565}, // MEDIASUBTYPE_RGB565
-};
-
 /// 0 where the header has no format code.
 DWORD FormatCode(const BITMAPINFOHEADER& bmi) noexcept
 {
     if (bmi.biCompression != BI_RGB && bmi.biCompression != BI_BITFIELDS)
         return bmi.biCompression;
-    for (const BitCountCode& entry : rgBitCounts)
-    {
-        if (entry.nBitCount == bmi.biBitCount)
-            return entry.fccType;
-    }
-    return 0;
+    return PlainBitmapFormat(bmi.biBitCount).fccType; // palette pictures have none
 }
 } // namespace
 

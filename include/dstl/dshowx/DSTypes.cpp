@@ -1,6 +1,7 @@
 #include "dstl/dshowx/DSTypes.h"
 
 #include "dstl/dshowx/DSTrace.h"
+#include "dstl/dshowx/VideoBlock.h"
 
 #include <cstddef>
 #include <cstring>
@@ -52,28 +53,6 @@ constexpr MajorRule rgMajorRules[] = {
     // MEDIATYPE_AnalogAudio
     {{0x0482DEE1, 0x7817, 0x11CF, {0x8A, 0x03, 0x00, 0xAA, 0x00, 0x6E, 0xCB, 0x65}}, eRequired::NoSubtype},
 };
-
-struct FormatRule
-{
-    const GUID* pFormatType;
-    ULONG cbLeast;
-    bool bHeader2; ///< begins with a VIDEOINFOHEADER2
-};
-
-const FormatRule rgFormatRules[] = {
-    {&FORMAT_VideoInfo2, 112, true},
-    {&FORMAT_MPEG2Video, 136, true},
-    {&FORMAT_VideoInfo, 88, false},
-    {&FORMAT_MPEGVideo, 104, false},
-};
-
-static_assert(sizeof(VIDEOINFOHEADER2) == 112 && sizeof(MPEG2VIDEOINFO) == 136);
-static_assert(sizeof(VIDEOINFOHEADER) == 88 && sizeof(MPEG1VIDEOINFO) == 104);
-
-/// AvgTimePerFrame lies here in all four format records.
-constexpr size_t nFrameTimeShift = 40;
-static_assert(offsetof(VIDEOINFOHEADER, AvgTimePerFrame) == nFrameTimeShift);
-static_assert(offsetof(VIDEOINFOHEADER2, AvgTimePerFrame) == nFrameTimeShift);
 } // namespace
 
 bool MTIsSet(const AM_MEDIA_TYPE* pmt) noexcept
@@ -117,14 +96,9 @@ HRESULT MTCheckVideo(const AM_MEDIA_TYPE* pmt, bool bHeader2Only) noexcept
     if (!pmt->pbFormat)
         return VFW_E_INVALIDMEDIATYPE;
 
-    for (const FormatRule& rule : rgFormatRules)
-    {
-        if (pmt->formattype != *rule.pFormatType)
-            continue;
-        const bool bAccepted = pmt->cbFormat >= rule.cbLeast && (rule.bHeader2 || !bHeader2Only);
-        return bAccepted ? S_OK : VFW_E_INVALIDMEDIATYPE;
-    }
-    return VFW_E_INVALIDMEDIATYPE;
+    const CVideoBlockReader block(*pmt);
+    const bool bAccepted = block.IsWhole() && (block.Record()->bHeader2 || !bHeader2Only);
+    return bAccepted ? S_OK : VFW_E_INVALIDMEDIATYPE;
 }
 
 REFERENCE_TIME MTFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
@@ -135,8 +109,7 @@ REFERENCE_TIME MTFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
     DSASSERT(pmt->majortype == MEDIATYPE_Video);
     if (pmt->majortype != MEDIATYPE_Video)
         return 0;
-    DSASSERT_TEXT(pmt->formattype == FORMAT_VideoInfo || pmt->formattype == FORMAT_VideoInfo2 ||
-                      pmt->formattype == FORMAT_MPEGVideo || pmt->formattype == FORMAT_MPEG2Video,
+    DSASSERT_TEXT(FindVideoBlock(pmt->formattype) != nullptr,
                   "pmt->formattype == FORMAT_VideoInfo || pmt->formattype == FORMAT_VideoInfo2 || "
                   "pmt->formattype == FORMAT_MPEGVideo || pmt->formattype == FORMAT_MPEG2Video");
     DSASSERT(pmt->cbFormat >= sizeof(VIDEOINFOHEADER) && pmt->pbFormat != NULL);
@@ -145,7 +118,7 @@ REFERENCE_TIME MTFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
 
     // Copied: a foreign block need not be aligned.
     REFERENCE_TIME rtFrame = 0;
-    memcpy(&rtFrame, pmt->pbFormat + nFrameTimeShift, sizeof(rtFrame));
+    memcpy(&rtFrame, pmt->pbFormat + offsetof(VIDEOINFOHEADER, AvgTimePerFrame), sizeof(rtFrame));
     return rtFrame;
 }
 

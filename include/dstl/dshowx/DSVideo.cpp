@@ -1,66 +1,43 @@
 #include "dstl/dshowx/DSVideo.h"
 
 #include "dstl/dshowx/DSTrace.h"
+#include "dstl/dshowx/VideoBlock.h"
 
-#include <cstddef>
 #include <cstring>
 #include <limits>
 
-// Subtype, bits, luma samples for each chroma sample across and down, offsets, steps, planar, YUV.
-const VideoFormat rgFormat[nVideoFormats] = {
-    {&MEDIASUBTYPE_YUY2, 16, 2, 1, {0, 1, 3}, {2, 4, 4}, 0, 1},
-    {&MEDIASUBTYPE_UYVY, 16, 2, 1, {1, 0, 2}, {2, 4, 4}, 0, 1},
-    {&MEDIASUBTYPE_YV12, 12, 2, 2, {0, 0, 0}, {1, 1, 1}, 1, 1},
-    {&MEDIASUBTYPE_YVYU, 16, 2, 1, {0, 3, 1}, {2, 4, 4}, 0, 1},
-    {&guidSubtypeI420, 12, 2, 2, {0, 0, 0}, {1, 1, 1}, 1, 1},
-    {&guidSubtypeIYU2, 24, 1, 1, {2, 1, 0}, {3, 3, 3}, 0, 1},
-    {&MEDIASUBTYPE_RGB32, 32, 1, 1, {2, 1, 0}, {4, 4, 4}, 0, 0},
-    {&MEDIASUBTYPE_ARGB32, 32, 1, 1, {2, 1, 0}, {4, 4, 4}, 0, 0},
-    {&MEDIASUBTYPE_RGB24, 24, 1, 1, {2, 1, 0}, {3, 3, 3}, 0, 0},
-    {&MEDIASUBTYPE_RGB565, 16, 1, 1, {1, 0, 0}, {2, 2, 2}, 0, 0},
-    {&MEDIASUBTYPE_RGB555, 16, 1, 1, {1, 0, 0}, {2, 2, 2}, 0, 0},
-    {&guidSubtypeHDYC, 16, 2, 1, {1, 0, 2}, {2, 4, 4}, 0, 1},
-    {&guidSubtypev210, 20, 2, 1, {1, 0, 2}, {2, 4, 4}, 0, 1},
-    {&guidSubtyper210, 32, 1, 1, {0, 1, 2}, {4, 4, 4}, 0, 0}, // RGB, though it is a FOURCC
-    {&guidSubtypeNV12, 12, 2, 2, {0, 0, 0}, {1, 1, 1}, 1, 1},
-};
-
 namespace
 {
+constexpr VideoFormat Describe(const PixelFormat& format) noexcept
+{
+    const Component(&parts)[3] = format.arrParts;
+    return {.pSubtype = &format.guidSubtype,
+            .nBitCount = format.nBits,
+            .nHorzYtoUV = format.nHorz,
+            .nVertYtoUV = format.nVert,
+            .arrOffset = {parts[0].nOffset, parts[1].nOffset, parts[2].nOffset},
+            .arrStep = {parts[0].cbStep, parts[1].cbStep, parts[2].cbStep},
+            .bPlanar = IsPlanar(format),
+            .bYUV = format.eModel == eCM_YUV};
+}
+
+constexpr std::array<VideoFormat, nVideoFormats> DescribeAll() noexcept
+{
+    std::array<VideoFormat, nVideoFormats> formats{};
+    for (size_t i = 0; i < formats.size(); ++i)
+        formats[i] = Describe(arrPixelFormats[i]);
+    return formats;
+}
+static_assert(std::ranges::all_of(arrPixelFormats, arrPixelFormats + nVideoFormats, &PixelFormat::bMediaType),
+              "formats that are offered come first");
+
 /// Aspect that a fresh VIDEOINFOHEADER2 gets, whatever the size: who needs another overwrites it.
 constexpr DWORD dwDefaultAspectX = 4;
 constexpr DWORD dwDefaultAspectY = 3;
 
-constexpr size_t nHeaderShift = 48;  ///< place of the bitmap header in a VIDEOINFOHEADER
-constexpr size_t nHeader2Shift = 72; ///< and in a VIDEOINFOHEADER2
-static_assert(offsetof(VIDEOINFOHEADER, bmiHeader) == nHeaderShift && sizeof(VIDEOINFOHEADER) == 88);
-static_assert(offsetof(VIDEOINFOHEADER2, bmiHeader) == nHeader2Shift && sizeof(VIDEOINFOHEADER2) == 112);
-static_assert(sizeof(BITMAPINFOHEADER) == 40);
-
-bool IsPlanarYUV(const VideoFormat& rgEntry) noexcept
-{
-    return rgEntry.bYUV && rgEntry.bPlanar;
-}
-
 void CheckRowWidth(const VideoFormat& rgEntry, LONG nWidth) noexcept
 {
     DSASSERT_TEXT(nWidth % rgEntry.nHorzYtoUV == 0, "nWidth % rgFormat.nHorzYtoUV == 0");
-}
-
-/// The subtype that a bitmap header stands for, or null.
-const GUID* SubtypeFromBitCount(WORD biBitCount) noexcept
-{
-    switch (biBitCount)
-    {
-    case 32:
-        return &MEDIASUBTYPE_RGB32;
-    case 24:
-        return &MEDIASUBTYPE_RGB24;
-    case 16:
-        return &MEDIASUBTYPE_RGB565;
-    default:
-        return nullptr;
-    }
 }
 
 /// How the format block of a type holds its picture.
@@ -81,38 +58,18 @@ struct BlockSize
 
 eBlock ReadBlock(const AM_MEDIA_TYPE* pmt, BlockSize* pSize) noexcept
 {
-    if (pmt->majortype != MEDIATYPE_Video || !pmt->pbFormat)
+    const CVideoBlockReader block(*pmt);
+    if (pmt->majortype != MEDIATYPE_Video || !block.IsPlain())
         return eBlock::Missing;
+    DSASSERT_TEXT(block.HasHeader(), block.Record()->bHeader2 ? "pmt->cbFormat >= sizeof(VIDEOINFOHEADER2)"
+                                                              : "pmt->cbFormat >= sizeof(VIDEOINFOHEADER)");
+    if (!block.HasHeader())
+        return eBlock::Short;
 
-    size_t nShift = 0;
-    if (pmt->formattype == FORMAT_VideoInfo)
-    {
-        DSASSERT(pmt->cbFormat >= sizeof(VIDEOINFOHEADER));
-        if (pmt->cbFormat < sizeof(VIDEOINFOHEADER))
-            return eBlock::Short;
-        nShift = nHeaderShift;
-    }
-    else if (pmt->formattype == FORMAT_VideoInfo2)
-    {
-        DSASSERT(pmt->cbFormat >= sizeof(VIDEOINFOHEADER2));
-        if (pmt->cbFormat < sizeof(VIDEOINFOHEADER2))
-            return eBlock::Short;
-        nShift = nHeader2Shift;
-    }
-    else
-    {
-        return eBlock::Missing;
-    }
-
-    RECT rcTarget;
-    memcpy(&rcTarget, pmt->pbFormat + offsetof(VIDEOINFOHEADER, rcTarget), sizeof(rcTarget));
-    static_assert(offsetof(VIDEOINFOHEADER, rcTarget) == offsetof(VIDEOINFOHEADER2, rcTarget));
-    BITMAPINFOHEADER bmiHeader;
-    memcpy(&bmiHeader, pmt->pbFormat + nShift, sizeof(bmiHeader));
-
-    pSize->nTargetWidth = static_cast<LONGLONG>(rcTarget.right) - rcTarget.left;
-    pSize->nRowWidth = bmiHeader.biWidth;
-    pSize->nHeight = bmiHeader.biHeight;
+    const VIDEOINFOHEADER header = block.Header();
+    pSize->nTargetWidth = LONGLONG{header.rcTarget.right} - header.rcTarget.left;
+    pSize->nRowWidth = header.bmiHeader.biWidth;
+    pSize->nHeight = header.bmiHeader.biHeight;
     return eBlock::Whole;
 }
 
@@ -129,6 +86,8 @@ bool SettleWidth(const BlockSize& rgSize, LONG* pnWidth) noexcept
     return true;
 }
 } // namespace
+
+constexpr std::array<VideoFormat, nVideoFormats> rgFormat = DescribeAll();
 
 int FindFormat(DWORD fccType) noexcept
 {
@@ -167,32 +126,15 @@ DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept
 {
     CheckRowWidth(rgEntry, nWidth);
 
-    if (IsPlanarYUV(rgEntry))
-        return static_cast<DWORD>(nWidth);
-
-    // 64 bits hold every product; the result is their low half.
-    const LONGLONG nWide = nWidth;
-    LONGLONG cbRow = 0;
-    switch (rgEntry.Code())
-    {
-    case FOURCC_v210: // groups of 48 pixels in 128 bytes
-        cbRow = (nWide + 47) / 48 * 128;
-        break;
-    case FOURCC_r210: // groups of 64 pixels in 256 bytes
-        cbRow = (nWide + 63) / 64 * 256;
-        break;
-    default:
-        cbRow = nWide * rgEntry.nBitCount / 8;
-        break;
-    }
-    return static_cast<DWORD>((cbRow + 3) & ~3LL);
+    const PicProps pic = {rgEntry.Code(), nWidth, 1, nWidth};
+    return GetPicRowBytes(&pic);
 }
 
 ULONGLONG ImageBytes(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
 {
     DSASSERT_TEXT(nHeight % rgEntry.nVertYtoUV == 0, "nHeight % rgFormat.nVertYtoUV == 0");
     CheckRowWidth(rgEntry, nWidth);
-    if (!IsPlanarYUV(rgEntry))
+    if (!rgEntry.bPlanar)
         return FrameBytes({rgEntry.Code(), nWidth, nHeight, nWidth});
     if (nWidth < 0)
         return 0;
@@ -272,8 +214,8 @@ HRESULT MTCreate(CMType* pmt, const GUID& guidMajor, const GUID& guidSub, const 
 HRESULT MTCreateVideo(CMType* pmt, DWORD fccType, const GUID& guidFormat, LONG nWidth, LONG nHeight,
                       LONG nRowWidth) noexcept
 {
-    const bool bHeader2 = guidFormat == FORMAT_VideoInfo2;
-    if (!bHeader2 && guidFormat != FORMAT_VideoInfo)
+    const VideoBlock* const pRecord = FindPlainBlock(guidFormat);
+    if (!pRecord)
         return E_INVALIDARG;
     const int nIndex = CheckSize(fccType, nWidth, nHeight, nRowWidth);
     if (nIndex < 0 || !FitsSample({fccType, nWidth, nHeight, nRowWidth}))
@@ -292,23 +234,20 @@ HRESULT MTCreateVideo(CMType* pmt, DWORD fccType, const GUID& guidFormat, LONG n
     if (nRowWidth != nWidth)
     {
         const RECT rcPicture = {0, 0, nWidth, static_cast<LONG>(AbsHeight(nHeight))};
-        if (bHeader2)
-            block.rgInfo2.rcSource = block.rgInfo2.rcTarget = rcPicture;
-        else
-            block.rgInfo.rcSource = block.rgInfo.rcTarget = rcPicture;
+        block.rgInfo.rcSource = block.rgInfo.rcTarget = rcPicture; // they lie alike in both records
     }
-    if (bHeader2)
+    if (pRecord->bHeader2)
     {
         block.rgInfo2.dwPictAspectRatioX = dwDefaultAspectX;
         block.rgInfo2.dwPictAspectRatioY = dwDefaultAspectY;
     }
-    BITMAPINFOHEADER& bmiHeader = bHeader2 ? block.rgInfo2.bmiHeader : block.rgInfo.bmiHeader;
+    BITMAPINFOHEADER& bmiHeader = pRecord->bHeader2 ? block.rgInfo2.bmiHeader : block.rgInfo.bmiHeader;
     HRESULT hr = MakeBmpHeader(fccType, nRowWidth, nHeight, &bmiHeader);
     if (FAILED(hr))
         return hr;
 
-    hr = MTCreate(pmt, MEDIATYPE_Video, *rgFormat[nIndex].pSubtype, guidFormat,
-                  bHeader2 ? sizeof(VIDEOINFOHEADER2) : sizeof(VIDEOINFOHEADER), block.arrBytes);
+    hr = MTCreate(pmt, MEDIATYPE_Video, *rgFormat[nIndex].pSubtype, guidFormat, pRecord->cbLeast,
+                  block.arrBytes);
     if (FAILED(hr))
         return hr;
     pmt->lSampleSize = bmiHeader.biSizeImage;
@@ -325,8 +264,8 @@ HRESULT MTHelp::MTCreateVideo(CMType* pmt, const GUID& guidFormat, const BITMAPI
     if (bmiHeader.biSize < sizeof(BITMAPINFOHEADER))
         return E_INVALIDARG;
 
-    const bool bHeader2 = guidFormat == FORMAT_VideoInfo2;
-    if (!bHeader2 && guidFormat != FORMAT_VideoInfo)
+    const VideoBlock* const pRecord = FindPlainBlock(guidFormat);
+    if (!pRecord)
         return E_INVALIDARG;
 
     GUID guidSub = FourccSubtype(bmiHeader.biCompression);
@@ -334,13 +273,13 @@ HRESULT MTHelp::MTCreateVideo(CMType* pmt, const GUID& guidFormat, const BITMAPI
     {
     case BI_RGB:
     {
-        const GUID* pSubtype = SubtypeFromBitCount(bmiHeader.biBitCount);
-        if (!pSubtype)
+        const PixelFormat& format = PlainBitmapFormat(bmiHeader.biBitCount);
+        if (!IsKnown(format))
         {
             DSASSERT_TEXT(false, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount");
             return E_INVALIDARG;
         }
-        guidSub = *pSubtype;
+        guidSub = format.guidSubtype;
         break;
     }
     case BI_RLE8:
@@ -356,15 +295,14 @@ HRESULT MTHelp::MTCreateVideo(CMType* pmt, const GUID& guidFormat, const BITMAPI
         return E_INVALIDARG;
 
     // The header may be longer than the plain one; a length that no block can hold has no memory either.
-    const size_t nShift = bHeader2 ? nHeader2Shift : nHeaderShift;
-    const ULONGLONG cbBlock = static_cast<ULONGLONG>(nShift) + bmiHeader.biSize;
+    const ULONGLONG cbBlock = ULONGLONG{pRecord->nBmiOffset} + bmiHeader.biSize;
     if (cbBlock > MAXDWORD)
         return E_OUTOFMEMORY;
     const HRESULT hr =
         MTCreate(pmt, MEDIATYPE_Video, guidSub, guidFormat, static_cast<ULONG>(cbBlock), nullptr);
     if (FAILED(hr))
         return hr;
-    memcpy(pmt->pbFormat + nShift, pBMPInfo, bmiHeader.biSize);
+    memcpy(pmt->pbFormat + pRecord->nBmiOffset, pBMPInfo, bmiHeader.biSize);
     pmt->lSampleSize = bmiHeader.biSizeImage;
     return S_OK;
 }
@@ -442,19 +380,16 @@ HRESULT MTGetVideoSize(const AM_MEDIA_TYPE* pmt, PicProps* pPicProps) noexcept
 
 BITMAPINFOHEADER* MTGetBmpHeader(const AM_MEDIA_TYPE* pmt) noexcept
 {
-    if (!pmt || pmt->majortype != MEDIATYPE_Video || !pmt->pbFormat)
+    if (!pmt || pmt->majortype != MEDIATYPE_Video)
         return nullptr;
-    if (pmt->formattype == FORMAT_VideoInfo && pmt->cbFormat >= sizeof(VIDEOINFOHEADER))
-        return &reinterpret_cast<VIDEOINFOHEADER*>(pmt->pbFormat)->bmiHeader;
-    if (pmt->formattype == FORMAT_VideoInfo2 && pmt->cbFormat >= sizeof(VIDEOINFOHEADER2))
-        return &reinterpret_cast<VIDEOINFOHEADER2*>(pmt->pbFormat)->bmiHeader;
-    return nullptr;
+    const CVideoBlockReader block(*pmt);
+    return block.IsPlain() && block.HasHeader() ? reinterpret_cast<BITMAPINFOHEADER*>(block.BmpHeader())
+                                                : nullptr;
 }
 
 REFERENCE_TIME* MTGetFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
 {
-    static_assert(offsetof(VIDEOINFOHEADER, AvgTimePerFrame) == offsetof(VIDEOINFOHEADER2, AvgTimePerFrame));
     if (!MTGetBmpHeader(pmt))
         return nullptr;
-    return &reinterpret_cast<VIDEOINFOHEADER*>(pmt->pbFormat)->AvgTimePerFrame;
+    return &reinterpret_cast<VIDEOINFOHEADER*>(pmt->pbFormat)->AvgTimePerFrame; // in both records alike
 }

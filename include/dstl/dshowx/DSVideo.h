@@ -8,21 +8,10 @@
 #include "Common/Common.h"
 #include "dstl/dshowx/DSTypes.h"
 
-/// The subtype of a FOURCC: the code in front of the standard tail {xxxxxxxx-0000-0010-8000-00AA00389B71}.
-constexpr GUID FourccSubtype(DWORD fccType) noexcept
-{
-    return {fccType, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
-}
+#include <algorithm>
+#include <array>
 
-/// Subtypes that not every platform header declares.
-inline constexpr GUID guidSubtypeI420 = FourccSubtype(FOURCC_I420); // MEDIASUBTYPE_I420
-inline constexpr GUID guidSubtypeIYU2 = FourccSubtype(FOURCC_IYU2); // MEDIASUBTYPE_IYU2
-inline constexpr GUID guidSubtypeHDYC = FourccSubtype(FOURCC_HDYC);
-inline constexpr GUID guidSubtypev210 = FourccSubtype(FOURCC_v210);
-inline constexpr GUID guidSubtyper210 = FourccSubtype(FOURCC_r210);
-inline constexpr GUID guidSubtypeNV12 = FourccSubtype(FOURCC_NV12);
-
-/// What the system knows about a video format.
+/// A pixel format as media types describe it.
 struct VideoFormat
 {
     const GUID* pSubtype; ///< its first 32 bits are the format's code
@@ -37,10 +26,11 @@ struct VideoFormat
     DWORD Code() const noexcept { return pSubtype->Data1; }
 };
 
-inline constexpr int nVideoFormats = 15;
+inline constexpr int nVideoFormats = static_cast<int>(
+    std::ranges::count_if(arrPixelFormats, [](const PixelFormat& format) { return format.bMediaType; }));
 
-/// The formats in the order in which they are offered.
-extern const VideoFormat rgFormat[nVideoFormats];
+/// The formats in the order in which they are offered: the first rows of arrPixelFormats.
+extern const std::array<VideoFormat, nVideoFormats> rgFormat;
 
 /// \return index in rgFormat, or -1
 int FindFormat(DWORD fccType) noexcept;

@@ -1,11 +1,12 @@
 #include "dstl/dshowx/FourccText.h"
 
+#include "Common/PixelFormats.h"
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/TextCopy.h"
 
 namespace
 {
-/// Names of compressions and of RGB formats, whose codes are no characters.
+/// Names of codes that are neither characters nor formats of the system.
 struct CompressionName
 {
     DWORD dwValue;
@@ -13,21 +14,23 @@ struct CompressionName
 };
 
 constexpr CompressionName rgCompressionNames[] = {
-    {0, L"BI_RGB"},
-    {1, L"BI_RLE8"},
-    {2, L"BI_RLE4"},
-    {3, L"BI_BITFIELDS"},
-    {0xE436EB78, L"RGB1"},
-    {0xE436EB79, L"RGB4"},
-    {0xE436EB7A, L"RGB8"},
-    {0xE436EB7B, L"RGB565"},
-    {0xE436EB7C, L"RGB555"},
-    {0xE436EB7D, L"RGB24"},
-    {0xE436EB7E, L"RGB32"},
-    {0x297C55AF, L"ARGB1555"},
-    {0x6E6415E6, L"ARGB4444"},
-    {0x773C9AC0, L"ARGB32"},
+    {0, L"BI_RGB"},        {1, L"BI_RLE8"},       {2, L"BI_RLE4"},           {3, L"BI_BITFIELDS"},
+    {0xE436EB78, L"RGB1"}, {0xE436EB79, L"RGB4"}, {0x297C55AF, L"ARGB1555"}, {0x6E6415E6, L"ARGB4444"},
 };
+
+/// The name of a code that is no characters, or null.
+const wchar_t* NameOf(DWORD fccType) noexcept
+{
+    const PixelFormat& format = FormatOf(fccType);
+    if (IsKnown(format))
+        return format.pszName;
+    for (const CompressionName& rgName : rgCompressionNames)
+    {
+        if (rgName.dwValue == fccType)
+            return rgName.pszName;
+    }
+    return nullptr;
+}
 
 /// The printable characters of ASCII, whatever locale the host has set.
 constexpr bool IsPrintable(BYTE c) noexcept
@@ -63,14 +66,9 @@ wchar_t* Fourcc2Name(DWORD fccType, wchar_t* pszFCC) noexcept
 
     if (*Fourcc2Str(fccType, pszFCC) != 0)
         return pszFCC;
-    for (const CompressionName& rgName : rgCompressionNames)
-    {
-        if (rgName.dwValue == fccType)
-        {
-            CopyTextTo(pszFCC, cchFourccName, rgName.pszName);
-            return pszFCC;
-        }
-    }
-    wsprintfW(pszFCC, L"0x%X", fccType);
+    if (const wchar_t* const pszName = NameOf(fccType))
+        CopyTextTo(pszFCC, cchFourccName, pszName);
+    else
+        wsprintfW(pszFCC, L"0x%X", fccType);
     return pszFCC;
 }

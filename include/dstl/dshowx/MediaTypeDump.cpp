@@ -7,7 +7,7 @@
 #include "dstl/dshowx/MemoryDump.h"
 #include "dstl/dshowx/TimeText.h"
 #include "dstl/dshowx/TitledPrefix.h"
-#include "dstl/dshowx/VideoFormats.h"
+#include "dstl/dshowx/VideoBlock.h"
 
 #include <algorithm>
 

@@ -4,17 +4,15 @@
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/GuidNames.h"
 #include "dstl/dshowx/TextCopy.h"
-#include "dstl/dshowx/VideoFormats.h"
+#include "dstl/dshowx/VideoBlock.h"
 
 namespace
 {
 /// Reads the header of a bitmap in a format block. \return false when there is none, or none that is whole
 bool ReadBitmapHeader(const AM_MEDIA_TYPE& mt, BITMAPINFOHEADER& header) noexcept
 {
-    const VideoBlock* const pBlock = FindVideoBlock(mt.formattype);
-    return pBlock != nullptr && mt.pbFormat != nullptr &&
-           mt.cbFormat >= pBlock->nBmiOffset + sizeof(BITMAPINFOHEADER) &&
-           SEH_CopyMemory(&header, mt.pbFormat + pBlock->nBmiOffset, sizeof(header));
+    const CVideoBlockReader block(mt);
+    return block.HasHeader() && SEH_CopyMemory(&header, block.BmpHeader(), sizeof(header));
 }
 } // namespace
 

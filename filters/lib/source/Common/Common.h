@@ -2,33 +2,9 @@
 /// Format queries, row pitches, planes, offsets and rectangles: what every function of the image library
 /// shares. No state, no allocation; any thread.
 
-#include "dstl/WinAPI/Platform.h"
+#include "Common/PixelFormats.h"
 
 #include <cstdint>
-
-/// Format codes. YUV: the FOURCC. RGB: the first 32 bits of the DirectShow subtype GUID.
-enum eFourcc : DWORD
-{
-    FOURCC_RGB8 = 0xE436EB7A,
-    FOURCC_RGB565 = 0xE436EB7B,
-    FOURCC_RGB555 = 0xE436EB7C,
-    FOURCC_RGB24 = 0xE436EB7D,
-    FOURCC_RGB32 = 0xE436EB7E,
-    FOURCC_ARGB32 = 0x773C9AC0,
-    FOURCC_YUY2 = 0x32595559,
-    FOURCC_UYVY = 0x59565955,
-    FOURCC_HDYC = 0x43594448,
-    FOURCC_YVYU = 0x55595659,
-    FOURCC_I420 = 0x30323449,
-    FOURCC_YV12 = 0x32315659,
-    FOURCC_YVU9 = 0x39555659,
-    FOURCC_IYU2 = 0x32555949,
-    FOURCC_NV12 = 0x3231564E,
-    FOURCC_Y422 = 0x32323459,
-    FOURCC_Y444 = 0x34343459,
-    FOURCC_v210 = 0x30313276,
-    FOURCC_r210 = 0x30313272
-};
 
 /// Picture descriptor.
 struct PicProps

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 
 namespace
 {
@@ -53,14 +54,6 @@ LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept
     return bMirror ? static_cast<LONG>(AbsHeight(pic.nHeight) - static_cast<DWORD>(rc.bottom)) : rc.top;
 }
 
-void TurnDestination(BlockPair& blocks) noexcept
-{
-    if (blocks.src.bMirror == blocks.dst.bMirror)
-        return;
-    blocks.dst.arrStart[0] += blocks.dst.arrStep[0] * (ptrdiff_t{blocks.roi.nHeight} - 1);
-    blocks.dst.arrStep[0] = -blocks.dst.arrStep[0];
-}
-
 HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const PicProps* pInputProps,
                    const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput) noexcept
 {
@@ -91,4 +84,21 @@ HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const
     Place(blocks.src, pbInput, src);
     Place(blocks.dst, pbOutput, dst);
     return S_OK;
+}
+
+bool OpenField(FieldView& view, const PicProps& pic, const RECT& rc, bool bSecond) noexcept
+{
+    const int64_t nRow = PicRow(pic);
+    const int64_t nWidth = pic.nWidth + nRow;
+    const int64_t nRowWidth = pic.nRowWidth + nRow;
+    constexpr int64_t nLimit = std::numeric_limits<LONG>::max() - 1; // leaves room to round up to even
+    if (nRow <= 0 || nWidth <= 0 || nWidth > nLimit || nRowWidth > nLimit)
+        return false;
+    if (IsPicTooLarge(pic))
+        return false;
+
+    const auto nLeft = static_cast<LONG>(bSecond ? nRow : 0);
+    view.pic = {pic.fccType, static_cast<LONG>(nWidth), pic.nHeight / 2, static_cast<LONG>(nRowWidth)};
+    view.rc = {rc.left + nLeft, rc.top / 2, rc.right + nLeft, rc.bottom / 2};
+    return true;
 }

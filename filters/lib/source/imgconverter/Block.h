@@ -1,6 +1,6 @@
 #pragma once
 /// The opening that the functions without scaling share: two pictures, two rectangles of one size, and the
-/// pointers to their first pixels.
+/// pointers to their first pixels; and the views of the fields of interlaced pictures.
 
 #include "Common/Common.h"
 #include "imgconverter/CopyRows.h"
@@ -17,6 +17,9 @@ struct PicBlock
 
     /// Only for a plane of which the rectangle holds samples.
     TByte* Pixels(int nPlane) const noexcept { return pbFrame + arrStart[nPlane]; }
+
+    /// Lets the nRows rows of the first plane run backward, from the last one.
+    void RunBackward(LONG nRows) noexcept { ::RunBackward(arrStart[0], arrStep[0], nRows); }
 };
 
 /// Both pictures of a call.
@@ -38,11 +41,34 @@ bool FramesOverlap(const BYTE* pbInput, const PicProps& picInput, const BYTE* pb
 /// The memory row that a rectangle starts in: a bottom-up picture keeps the last row shown first.
 LONG FirstMemoryRow(const PicProps& pic, const RECT& rc, bool bMirror) noexcept;
 
-/// Lets the destination run backward, from the last row of its block, when the two row orders differ.
-void TurnDestination(BlockPair& blocks) noexcept;
-
 /// Finds the blocks of a call without scaling. Buffers and descriptors must have been checked for null.
 /// \return S_OK; E_INVALIDARG for an unusable descriptor or rectangle; S_FALSE when a rectangle lies outside
 /// its picture; E_FAIL
 HRESULT OpenBlocks(BlockPair& blocks, const BYTE* pbInput, BYTE* pbOutput, const PicProps* pInputProps,
                    const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput) noexcept;
+
+/// Calls fnRow(pDst, pSrc, y) for each row of a plane.
+template <class TFunction>
+void ForEachRow(const BlockPair& blocks, int nPlane, const RoiSize& roi, const TFunction& fnRow) noexcept
+{
+    if (IsEmpty(roi))
+        return;
+    BYTE* const pDst = blocks.dst.Pixels(nPlane);
+    const BYTE* const pSrc = blocks.src.Pixels(nPlane);
+    for (ptrdiff_t y = 0; y < roi.nHeight; y++)
+        fnRow(pDst + y * blocks.dst.arrStep[nPlane], pSrc + y * blocks.src.arrStep[nPlane], y);
+}
+
+/// One field of an interlaced picture, seen as a picture of its own: two rows of the frame make one row of
+/// the view, the first field its left half and the second field its right half.
+struct FieldView
+{
+    PicProps pic;
+    RECT rc;
+};
+
+/// The steps are taken as they stand: a descriptor without nRowWidth becomes one that no function accepts,
+/// and in a view of padded 24-bit rows the second field slides by the padding. Both are deliberate.
+/// \param rc a normalised rectangle in rows of the frame
+/// \return false for a row that is too long to be doubled
+bool OpenField(FieldView& view, const PicProps& pic, const RECT& rc, bool bSecond) noexcept;

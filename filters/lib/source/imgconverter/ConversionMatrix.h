@@ -1,8 +1,8 @@
 #pragma once
-/// Which conversion leads from one format to another.
+/// Which conversion leads from one format to another, and how it walks two blocks.
 
-#include "Common/Common.h"
 #include "asm/SIMD64Convert.h"
+#include "imgconverter/Block.h"
 
 /// How a conversion walks its pictures.
 enum eConversionKind : BYTE
@@ -23,7 +23,7 @@ enum eOddHeight : BYTE
     eOH_Warn ///< left out and told
 };
 
-/// One cell of the matrix.
+/// How one format becomes another.
 struct Conversion
 {
     eConversionKind eKind = eCK_Nothing;
@@ -41,9 +41,23 @@ struct Conversion
     PFNFROMPLANAR420 ConvertKernels::*pfnFromPlanar = nullptr;
 };
 
-/// The cell of a pair of formats; one without a path for what the matrix does not show.
+/// True where pixels are written.
+constexpr bool HasPath(const Conversion& conversion) noexcept
+{
+    return conversion.eKind != eCK_Nothing && conversion.eKind != eCK_Refused;
+}
+
+/// The conversion of a pair of formats; eCK_Nothing for a pair that the matrix does not hold.
 const Conversion& FindConversion(DWORD fccIn, DWORD fccOut) noexcept;
 
 /// True for the pairs that were thought to need a second buffer. What really needs one is bTwoStages; the two
 /// differ, and a two-stage conversion without a buffer is an error: deliberate.
 bool NeedsTempBuffer(bool bMirrorToBuffer, DWORD fccIn, DWORD fccOut) noexcept;
+
+/// Whether a conversion can run on a size: done, the warning that the last row stays out, a size error, or a
+/// null pointer where two stages lack their buffer.
+ePrimitiveStatus CheckConversion(const Conversion& conversion, RoiSize roi, bool bHasTemp) noexcept;
+
+/// Converts what lies in both pictures. The first planes may run backward. A last column that only one side
+/// has is filled up with its neighbour for the sake of the shared chroma, and not touched on the other side.
+void ConvertRows(const Conversion& conversion, const BlockPair& blocks) noexcept;

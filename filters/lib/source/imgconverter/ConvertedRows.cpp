@@ -1,7 +1,5 @@
 #include "imgconverter/ConvertedRows.h"
 
-#include "imgconverter/ConvertRows.h"
-
 namespace
 {
 

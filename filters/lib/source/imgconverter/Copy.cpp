@@ -3,78 +3,64 @@
 
 #include "dstl/dshowx/DSTrace.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <new>
 
 namespace
 {
 
-using PFNCOPYROWS = ePrimitiveStatus (*)(const BYTE*, ptrdiff_t, BYTE*, ptrdiff_t, RoiSize) noexcept;
-
-/// The copy of each format; a planar one copies Y at the full size and U and V at half of each dimension.
-struct FormatCopy
+void SwapBytes(BYTE* pFirst, BYTE* pSecond, size_t cb) noexcept
 {
-    DWORD fccType;
-    PFNCOPYROWS pfnCopy;
-    bool bPlanar;
-};
-
-constexpr FormatCopy arrCopies[] = {
-    {FOURCC_I420, CopyRows8, true},     {FOURCC_YV12, CopyRows8, true},
-    {FOURCC_YUY2, CopyRows16, false},   {FOURCC_UYVY, CopyRows16, false},
-    {FOURCC_HDYC, CopyRows16, false},   {FOURCC_YVYU, CopyRows16, false},
-    {FOURCC_RGB565, CopyRows16, false}, {FOURCC_RGB555, CopyRows16, false},
-    {FOURCC_RGB8, CopyRows8, false},    {FOURCC_RGB24, CopyRows24, false},
-    {FOURCC_RGB32, CopyRows32, false},  {FOURCC_ARGB32, CopyRows32, false},
-};
-
-const FormatCopy* FindCopy(DWORD fccType) noexcept
-{
-    for (const FormatCopy& copy : arrCopies)
+    BYTE arrPiece[1024];
+    for (size_t i = 0; i < cb; i += sizeof(arrPiece))
     {
-        if (copy.fccType == fccType)
-            return &copy;
+        const size_t cbPiece = std::min(cb - i, sizeof(arrPiece));
+        std::memcpy(arrPiece, pFirst + i, cbPiece);
+        std::memcpy(pFirst + i, pSecond + i, cbPiece);
+        std::memcpy(pSecond + i, arrPiece, cbPiece);
     }
-    return nullptr;
 }
 
-ePrimitiveStatus CopyPlane(const FormatCopy& copy, const BlockPair& blocks, int nPlane, RoiSize roi) noexcept
+ePrimitiveStatus CopyPlane(const PixelFormat& format, const BlockPair& blocks, int nPlane,
+                           RoiSize roi) noexcept
 {
-    if (roi.nWidth <= 0 || roi.nHeight <= 0)
+    if (IsEmpty(roi))
         return ePS_Done;
-    return copy.pfnCopy(blocks.src.Pixels(nPlane), blocks.src.arrStep[nPlane], blocks.dst.Pixels(nPlane),
-                        blocks.dst.arrStep[nPlane], roi);
+    return CopyRows(blocks.src.Pixels(nPlane), blocks.src.arrStep[nPlane], blocks.dst.Pixels(nPlane),
+                    blocks.dst.arrStep[nPlane], roi, PixelBytes(format));
 }
 
-ePrimitiveStatus CopyBlock(const FormatCopy& copy, const BlockPair& blocks) noexcept
+ePrimitiveStatus CopyBlock(const PixelFormat& format, const BlockPair& blocks) noexcept
 {
-    const RoiSize roiChroma = {blocks.roi.nWidth / 2, blocks.roi.nHeight / 2};
-    ePrimitiveStatus eStatus = CopyPlane(copy, blocks, 0, blocks.roi);
-    for (int nPlane = 1; copy.bPlanar && nPlane < 3 && eStatus == ePS_Done; nPlane++)
-        eStatus = CopyPlane(copy, blocks, nPlane, roiChroma);
+    ePrimitiveStatus eStatus = ePS_Done;
+    for (int nPlane = 0; nPlane < PlaneCount(format) && eStatus == ePS_Done; nPlane++)
+        eStatus = CopyPlane(format, blocks, nPlane, nPlane == 0 ? blocks.roi : HalfSize(blocks.roi));
     return eStatus;
 }
 
 /// True when rows may have been overwritten before they are read, in whichever order CopyRows takes them: two
 /// layouts in one memory. Within one picture every plane moves as a whole.
-bool LayoutsCollide(const FormatCopy& copy, const BlockPair& blocks, const PicProps& picInput,
+bool LayoutsCollide(const PixelFormat& format, const BlockPair& blocks, const PicProps& picInput,
                     const PicProps& picOutput) noexcept
 {
     if (!FramesOverlap(blocks.src.pbFrame, picInput, blocks.dst.pbFrame, picOutput))
         return false;
     const bool bSamePlanes = blocks.src.pbFrame == blocks.dst.pbFrame &&
                              AbsHeight(picInput.nHeight) == AbsHeight(picOutput.nHeight);
-    return blocks.src.arrStep[0] != blocks.dst.arrStep[0] || (copy.bPlanar && !bSamePlanes);
+    return blocks.src.arrStep[0] != blocks.dst.arrStep[0] || (IsPlanar(format) && !bSamePlanes);
 }
 
 /// Copies the rectangle by way of a block of our own. \return S_OK; E_OUTOFMEMORY
-HRESULT CopyThroughMemory(const FormatCopy& copy, const BlockPair& blocks) noexcept
+HRESULT CopyThroughMemory(const PixelFormat& format, const BlockPair& blocks) noexcept
 {
     BlockPair blocksIn = blocks;
     BlockPair blocksOut = blocks;
     ptrdiff_t cbMemory = 0;
-    for (int nPlane = 0; nPlane < (copy.bPlanar ? 3 : 1); nPlane++)
+    for (int nPlane = 0; nPlane < PlaneCount(format); nPlane++)
     {
         const ptrdiff_t nStep = std::abs(blocks.src.arrStep[nPlane]);
         blocksIn.dst.arrStart[nPlane] = blocksOut.src.arrStart[nPlane] = cbMemory;
@@ -85,19 +71,57 @@ HRESULT CopyThroughMemory(const FormatCopy& copy, const BlockPair& blocks) noexc
     if (!spMemory)
         return E_OUTOFMEMORY;
     blocksOut.src.pbFrame = blocksIn.dst.pbFrame = spMemory.get();
-    CopyBlock(copy, blocksIn);
-    CopyBlock(copy, blocksOut);
+    CopyBlock(format, blocksIn);
+    CopyBlock(format, blocksOut);
     return S_OK;
 }
 
-/// Lets the source run backward, from the last row of its block.
-void TurnSource(BlockPair& blocks) noexcept
+} // namespace
+
+ePrimitiveStatus CopyRows(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize roi,
+                          size_t cbSample) noexcept
 {
-    blocks.src.arrStart[0] += blocks.src.arrStep[0] * (ptrdiff_t{blocks.roi.nHeight} - 1);
-    blocks.src.arrStep[0] = -blocks.src.arrStep[0];
+    if (!pSrc || !pDst)
+        return ePS_NullPointer;
+    if (roi.nWidth <= 0 || roi.nHeight <= 0)
+        return ePS_Done;
+
+    const size_t cbRow = static_cast<size_t>(roi.nWidth) * cbSample;
+    const auto nRows = static_cast<size_t>(roi.nHeight);
+    const bool bOneBlock = nSrcStep == nDstStep && nSrcStep > 0 && static_cast<size_t>(nSrcStep) == cbRow;
+    if (bOneBlock)
+    {
+        std::memmove(pDst, pSrc, cbRow * nRows);
+        return ePS_Done;
+    }
+    // A block that moves onto its own next rows is copied from its last row on. Offsets instead of moving
+    // pointers: those would pass the start of the buffer after the last turned row.
+    const bool bOntoNextRows =
+        nSrcStep == nDstStep && pSrc != pDst && std::less<>()(pSrc, pDst) == (nSrcStep > 0);
+    for (size_t i = 0; i < nRows; i++)
+    {
+        const auto nRow = static_cast<ptrdiff_t>(bOntoNextRows ? nRows - 1 - i : i);
+        std::memmove(pDst + nRow * nDstStep, pSrc + nRow * nSrcStep, cbRow);
+    }
+    return ePS_Done;
 }
 
-} // namespace
+size_t FlipPixelBytes(DWORD fccType) noexcept
+{
+    const PixelFormat& format = FormatOf(fccType);
+    const bool bFlips = format.bPixels && format.eModel == eCM_RGB && PixelBytes(format) > 1;
+    return bFlips ? PixelBytes(format) : 0;
+}
+
+void FlipRows(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi, size_t cbPixel) noexcept
+{
+    if (roi.nWidth <= 0 || roi.nHeight <= 1)
+        return;
+    const size_t cbRow = static_cast<size_t>(roi.nWidth) * cbPixel;
+    const ptrdiff_t nRows = roi.nHeight;
+    for (ptrdiff_t i = 0; i < nRows / 2; i++)
+        SwapBytes(pBlock + i * nStep, pBlock + (nRows - 1 - i) * nStep, cbRow);
+}
 
 HRESULT Img_Copy(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProps,
                  const PicProps* _pOutputProps, const RECT* _prcInput, const RECT* _prcOutput) noexcept
@@ -117,12 +141,12 @@ HRESULT Img_Copy(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputP
     if (hr != S_OK)
         return hr;
     if (blocks.src.bMirror != blocks.dst.bMirror)
-        TurnSource(blocks);
-    const FormatCopy* pCopy = FindCopy(_pInputProps->fccType);
-    DSASSERT_TEXT(pCopy != NULL, "");
-    if (!pCopy || blocks.roi.nWidth <= 0 || blocks.roi.nHeight <= 0)
+        blocks.src.RunBackward(blocks.roi.nHeight);
+    const PixelFormat& format = FormatOf(_pInputProps->fccType);
+    DSASSERT_TEXT(format.bPixels, "");
+    if (!format.bPixels || IsEmpty(blocks.roi))
         return S_OK;
-    if (LayoutsCollide(*pCopy, blocks, *_pInputProps, *_pOutputProps))
-        return CopyThroughMemory(*pCopy, blocks);
-    return CopyBlock(*pCopy, blocks) == ePS_Done ? S_OK : E_ACCESSDENIED;
+    if (LayoutsCollide(format, blocks, *_pInputProps, *_pOutputProps))
+        return CopyThroughMemory(format, blocks);
+    return CopyBlock(format, blocks) == ePS_Done ? S_OK : E_ACCESSDENIED;
 }

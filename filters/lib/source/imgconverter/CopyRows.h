@@ -1,5 +1,5 @@
 #pragma once
-/// Row copies: blocks of 1, 2, 3 or 4 bytes a sample from one buffer to another.
+/// Rows of a block: copied from one buffer to another, reversed in place, or walked from the last one on.
 
 #include "dstl/WinAPI/Platform.h"
 
@@ -11,6 +11,18 @@ struct RoiSize
     LONG nWidth;
     LONG nHeight;
 };
+
+/// True for a block without samples.
+constexpr bool IsEmpty(const RoiSize& roi) noexcept
+{
+    return roi.nWidth <= 0 || roi.nHeight <= 0;
+}
+
+/// Half of each dimension, as the chroma of 4:2:0 has it.
+constexpr RoiSize HalfSize(const RoiSize& roi) noexcept
+{
+    return {roi.nWidth / 2, roi.nHeight / 2};
+}
 
 /// What a pixel primitive answers.
 enum ePrimitiveStatus : int
@@ -28,27 +40,19 @@ enum ePrimitiveStatus : int
 ePrimitiveStatus CopyRows(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep, RoiSize roi,
                           size_t cbSample) noexcept;
 
-/// CopyRows of one sample size.
-inline ePrimitiveStatus CopyRows8(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                  RoiSize roi) noexcept
-{
-    return CopyRows(pSrc, nSrcStep, pDst, nDstStep, roi, 1);
-}
+/// Bytes of a pixel in the formats whose rows can be flipped, which are RGB of two bytes and more; 0 for all
+/// others.
+size_t FlipPixelBytes(DWORD fccType) noexcept;
 
-inline ePrimitiveStatus CopyRows16(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                   RoiSize roi) noexcept
-{
-    return CopyRows(pSrc, nSrcStep, pDst, nDstStep, roi, 2);
-}
+/// Reverses the order of rows in place; pixels in a row keep their order.
+void FlipRows(BYTE* pBlock, ptrdiff_t nStep, RoiSize roi, size_t cbPixel) noexcept;
 
-inline ePrimitiveStatus CopyRows24(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                   RoiSize roi) noexcept
+/// Lets a walk over nRows rows run backward, from the last one.
+/// \param place of the first row: an offset or a pointer
+/// \param nStep bytes from one row to the next
+template <class TPlace>
+constexpr void RunBackward(TPlace& place, ptrdiff_t& nStep, LONG nRows) noexcept
 {
-    return CopyRows(pSrc, nSrcStep, pDst, nDstStep, roi, 3);
-}
-
-inline ePrimitiveStatus CopyRows32(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst, ptrdiff_t nDstStep,
-                                   RoiSize roi) noexcept
-{
-    return CopyRows(pSrc, nSrcStep, pDst, nDstStep, roi, 4);
+    place += nStep * (ptrdiff_t{nRows} - 1);
+    nStep = -nStep;
 }

@@ -1,6 +1,5 @@
 #include "imgconverter/ImgConverter.h"
 #include "imgconverter/KeyPicture.h"
-#include "imgconverter/KeySpaces.h"
 
 #include "dstl/dshowx/DSTrace.h"
 

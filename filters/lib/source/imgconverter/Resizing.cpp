@@ -2,7 +2,6 @@
 
 #include "dstl/dshowx/DSTrace.h"
 #include "imgconverter/Block.h"
-#include "imgconverter/Flip.h"
 #include "imgconverter/ResizeFrame.h"
 #include "imgconverter/ResizePacked.h"
 #include "imgconverter/ResizePlane.h"
