@@ -65,10 +65,10 @@ struct Job
 
 void Work(IMemAllocator* pAlloc, const Job& job)
 {
-    std::vector<IMediaSample*> samples(static_cast<size_t>(job.nInFlight));
+    std::vector<CComPtr<IMediaSample>> samples(static_cast<size_t>(job.nInFlight));
     for (int n = 0; n < job.nRounds; ++n)
     {
-        for (IMediaSample*& pSample : samples)
+        for (CComPtr<IMediaSample>& pSample : samples)
         {
             if (pAlloc->GetBuffer(&pSample, nullptr, nullptr, 0) != S_OK)
                 std::abort();
@@ -76,8 +76,8 @@ void Work(IMemAllocator* pAlloc, const Job& job)
             if (job.bWrite && pSample->GetPointer(&pb) == S_OK)
                 std::memset(pb, n, static_cast<size_t>(job.cbBuffer));
         }
-        for (IMediaSample* pSample : samples)
-            pSample->Release();
+        for (CComPtr<IMediaSample>& pSample : samples)
+            pSample.Release();
     }
 }
 

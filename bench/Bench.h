@@ -19,7 +19,8 @@ struct Target
     double dblAfter; ///< what the work aims at
 };
 
-/// Registers one contestant. \param nWidth, nHeight of the larger side, for the throughput
+/// Registers one contestant.
+/// \param nWidth, nHeight of the larger side, for the throughput
 /// \param prepare runs before the clock does
 void Register(const std::string& sJob, int nWidth, int nHeight, const std::string& sContestant,
               std::function<void()> work, std::function<void()> prepare = {});

@@ -2,9 +2,7 @@
 // they are nothing. No log DLL is loaded. See README.md.
 #include "Failure.h"
 #include "FilterGraph.h"
-#include "FrameReceiver.h"
-#include "FrameSink.h"
-#include "PlatformSink.h"
+#include "FrameEnd.h"
 #include "QXStillSource.h"
 
 #include <algorithm>
@@ -33,7 +31,6 @@ double Quantile(std::vector<double> values, double part)
 class FrameTimer final : public FrameReceiver
 {
 public:
-    ~FrameTimer() { CloseHandle(m_done); }
     void SetFormat(const VideoFormat&) override {}
     HRESULT OnFrame(IMediaSample*) override
     {
@@ -47,7 +44,7 @@ public:
         m_ticks.push_back(now.QuadPart);
         if (m_ticks.size() <= g_pieces)
             return S_OK;
-        SetEvent(m_done);
+        SetEvent(m_done.Get());
         return S_FALSE;
     }
     void Restart()
@@ -59,7 +56,7 @@ public:
     /// Seconds that each piece took.
     std::vector<double> Times() const
     {
-        if (WaitForSingleObject(m_done, g_limit) != WAIT_OBJECT_0)
+        if (WaitForSingleObject(m_done.Get(), g_limit) != WAIT_OBJECT_0)
             throw Failure("the frames do not come");
         LARGE_INTEGER frequency = {};
         QueryPerformanceFrequency(&frequency);
@@ -73,7 +70,7 @@ public:
 private:
     long m_count = 0;
     std::vector<LONGLONG> m_ticks;
-    const HANDLE m_done = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const COwnedHandle m_done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
 };
 
 /// No log DLL is found while this lives: an empty key stands in the place of HKEY_CURRENT_USER.
@@ -83,19 +80,19 @@ public:
     NoLog()
     {
         RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\QxTraceBench", 0, nullptr, REG_OPTION_VOLATILE,
-                        KEY_ALL_ACCESS, nullptr, &m_key, nullptr);
-        if (RegOverridePredefKey(HKEY_CURRENT_USER, m_key) != ERROR_SUCCESS)
+                        KEY_ALL_ACCESS, nullptr, m_key.Out(), nullptr);
+        if (RegOverridePredefKey(HKEY_CURRENT_USER, m_key.Get()) != ERROR_SUCCESS)
             throw Failure("the registry cannot be kept away");
     }
     ~NoLog()
     {
         RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-        RegCloseKey(m_key);
+        m_key.Close();
         RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\QxTraceBench");
     }
 
 private:
-    HKEY m_key = nullptr;
+    COwnedKey m_key;
 };
 
 /// A build of the filter, in a graph with a sink.
@@ -105,8 +102,8 @@ public:
     Contestant(const char* dll, bool platformSink)
     {
         const NoLog noLog;
-        m_module.handle = LoadLibraryW(FromUtf8(dll).c_str());
-        const HMODULE module = m_module.handle;
+        m_module.Attach(LoadLibraryW(FromUtf8(dll).c_str()));
+        const HMODULE module = m_module.Get();
         if (!module)
             throw Failure(std::string("cannot load ") + dll, DSTLLastError());
         const auto get = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
@@ -146,13 +143,7 @@ public:
     }
 
 private:
-    struct Module
-    {
-        HMODULE handle = nullptr;
-        ~Module() { FreeLibrary(handle); }
-    };
-
-    Module m_module; // goes last
+    COwnedModule m_module; // goes last
     FrameTimer m_timer;
     PlatformSink m_platform;
     CComPtr<IBaseFilter> m_own;

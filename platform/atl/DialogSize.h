@@ -143,7 +143,8 @@ inline LOGFONTW AtlDialogFont(const DialogExtent& extent, int nDotsPerInch) noex
     return font;
 }
 
-/// Pixels of an average letter, and of the height, of the font that is selected. \return false on failure
+/// Pixels of an average letter, and of the height, of the font that is selected.
+/// \return false on failure
 inline bool AtlFontUnits(HDC hDC, SIZE& units) noexcept
 {
     constexpr WCHAR szLetters[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
@@ -161,23 +162,22 @@ inline SIZE AtlDialogUnits(const DialogExtent& extent) noexcept
 {
     const LONG nSystemUnits = GetDialogBaseUnits();
     SIZE units = {LOWORD(nSystemUnits), HIWORD(nSystemUnits)};
-    const HDC hDC = extent.bFont ? CreateCompatibleDC(nullptr) : nullptr;
-    if (hDC == nullptr)
+    const COwnedMemoryDc dc(extent.bFont ? CreateCompatibleDC(nullptr) : nullptr);
+    if (!dc)
         return units;
-    const LOGFONTW logFont = AtlDialogFont(extent, GetDeviceCaps(hDC, LOGPIXELSY));
-    const HFONT hFont = CreateFontIndirectW(&logFont);
-    if (hFont != nullptr)
+    const LOGFONTW logFont = AtlDialogFont(extent, GetDeviceCaps(dc.Get(), LOGPIXELSY));
+    const COwnedGdi<HFONT> font(CreateFontIndirectW(&logFont));
+    if (font)
     {
-        const HGDIOBJ hBefore = SelectObject(hDC, hFont);
-        AtlFontUnits(hDC, units);
-        SelectObject(hDC, hBefore);
-        DeleteObject(hFont);
+        const HGDIOBJ hBefore = SelectObject(dc.Get(), font.Get());
+        AtlFontUnits(dc.Get(), units);
+        SelectObject(dc.Get(), hBefore);
     }
-    DeleteDC(hDC);
     return units;
 }
 
-/// Pixels of the inside of a dialog. \return false for a template that is cut off
+/// Pixels of the inside of a dialog.
+/// \return false for a template that is cut off
 inline bool AtlGetDialogSize(const void* pvTemplate, size_t cbTemplate, SIZE* pSize) noexcept
 {
     DialogExtent extent;
@@ -188,7 +188,8 @@ inline bool AtlGetDialogSize(const void* pvTemplate, size_t cbTemplate, SIZE* pS
     return true;
 }
 
-/// The same of a dialog resource of the module. \return false also when there is none
+/// The same of a dialog resource of the module.
+/// \return false also when there is none
 inline bool AtlGetDialogSize(UINT nId, SIZE* pSize) noexcept
 {
     const HINSTANCE hInst = _Module.GetResourceInstance();

@@ -98,28 +98,18 @@ typedef CComMultiThreadModel CComGlobalsThreadModel;
 
 /// An owned registry key. Results are Win32 error codes. A failed Open or Create leaves the key held as it
 /// is.
-class CRegKey
+class CRegKey : public COwnedKey
 {
 public:
-    CRegKey() noexcept = default;
-    explicit CRegKey(HKEY hKey) noexcept : m_hKey(hKey) {}
-    CRegKey(const CRegKey&) = delete;
-    CRegKey& operator=(const CRegKey&) = delete;
-    ~CRegKey() { Close(); }
+    using COwnedKey::COwnedKey;
 
-    operator HKEY() const noexcept { return m_hKey; }
+    operator HKEY() const noexcept { return m_h; }
 
     LONG Create(HKEY hKeyParent, LPCWSTR lpszKeyName, LPWSTR lpszClass = nullptr,
                 DWORD dwOptions = REG_OPTION_NON_VOLATILE, REGSAM samDesired = KEY_READ | KEY_WRITE,
                 LPSECURITY_ATTRIBUTES lpSecAttr = nullptr, LPDWORD lpdwDisposition = nullptr) noexcept;
     LONG Open(HKEY hKeyParent, LPCWSTR lpszKeyName, REGSAM samDesired = KEY_READ | KEY_WRITE) noexcept;
-    LONG Close() noexcept;
-    HKEY Detach() noexcept { return std::exchange(m_hKey, nullptr); }
-    void Attach(HKEY hKey) noexcept
-    {
-        Close();
-        m_hKey = hKey;
-    }
+    LONG Close() noexcept { return COwnedKey::Close() ? ERROR_SUCCESS : ERROR_INVALID_HANDLE; }
 
     /// *pnBytes: room on entry, bytes of the value on return. A null pData asks for the size.
     LONG QueryValue(LPCWSTR pszValueName, DWORD* pdwType, void* pData, ULONG* pnBytes) noexcept;
@@ -134,8 +124,6 @@ public:
     LONG DeleteSubKey(LPCWSTR lpszSubKey) noexcept;
     /// Deletes a key with all below it.
     LONG RecurseDeleteKey(LPCWSTR lpszKey) noexcept;
-
-    HKEY m_hKey = nullptr;
 };
 
 inline LONG CRegKey::Create(HKEY hKeyParent, LPCWSTR lpszKeyName, LPWSTR lpszClass, DWORD dwOptions,
@@ -162,15 +150,9 @@ inline LONG CRegKey::Open(HKEY hKeyParent, LPCWSTR lpszKeyName, REGSAM samDesire
     return lRes;
 }
 
-inline LONG CRegKey::Close() noexcept
-{
-    HKEY hKey = std::exchange(m_hKey, nullptr);
-    return hKey != nullptr ? RegCloseKey(hKey) : ERROR_SUCCESS;
-}
-
 inline LONG CRegKey::QueryValue(LPCWSTR pszValueName, DWORD* pdwType, void* pData, ULONG* pnBytes) noexcept
 {
-    return RegQueryValueExW(m_hKey, pszValueName, nullptr, pdwType, static_cast<LPBYTE>(pData), pnBytes);
+    return RegQueryValueExW(m_h, pszValueName, nullptr, pdwType, static_cast<LPBYTE>(pData), pnBytes);
 }
 
 inline LONG CRegKey::QueryStringValue(LPCWSTR pszValueName, LPWSTR pszValue, ULONG* pnChars) noexcept
@@ -219,29 +201,29 @@ inline LONG CRegKey::SetStringValue(LPCWSTR pszValueName, LPCWSTR pszValue, DWOR
     if (pszValue == nullptr)
         return ERROR_INVALID_DATA;
     const DWORD nBytes = static_cast<DWORD>((wcslen(pszValue) + 1) * sizeof(WCHAR));
-    return RegSetValueExW(m_hKey, pszValueName, 0, dwType, reinterpret_cast<const BYTE*>(pszValue), nBytes);
+    return RegSetValueExW(m_h, pszValueName, 0, dwType, reinterpret_cast<const BYTE*>(pszValue), nBytes);
 }
 
 inline LONG CRegKey::SetDWORDValue(LPCWSTR pszValueName, DWORD dwValue) noexcept
 {
-    return RegSetValueExW(m_hKey, pszValueName, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&dwValue),
+    return RegSetValueExW(m_h, pszValueName, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&dwValue),
                           sizeof(dwValue));
 }
 
 inline LONG CRegKey::DeleteValue(LPCWSTR lpszValue) noexcept
 {
-    return RegDeleteValueW(m_hKey, lpszValue);
+    return RegDeleteValueW(m_h, lpszValue);
 }
 
 inline LONG CRegKey::DeleteSubKey(LPCWSTR lpszSubKey) noexcept
 {
-    return RegDeleteKeyW(m_hKey, lpszSubKey);
+    return RegDeleteKeyW(m_h, lpszSubKey);
 }
 
 inline LONG CRegKey::RecurseDeleteKey(LPCWSTR lpszKey) noexcept
 {
     CRegKey key;
-    LONG lRes = key.Open(m_hKey, lpszKey, KEY_READ | KEY_WRITE);
+    LONG lRes = key.Open(m_h, lpszKey, KEY_READ | KEY_WRITE);
     if (lRes != ERROR_SUCCESS)
         return lRes;
     // Always the first one: what was deleted no longer counts, and what cannot be deleted ends the loop.
@@ -360,9 +342,7 @@ inline void CComModule::Term() noexcept
 {
     for (_ATL_OBJMAP_ENTRY* pEntry = m_pObjMap; pEntry != nullptr && pEntry->pclsid != nullptr; ++pEntry)
     {
-        IUnknown* pCF = std::exchange(pEntry->pCF, nullptr);
-        if (pCF != nullptr)
-            pCF->Release();
+        CComPtr<IUnknown>().Attach(std::exchange(pEntry->pCF, nullptr));
     }
     m_pObjMap = nullptr;
 }
@@ -464,14 +444,13 @@ inline HRESULT CComModule::UnRegisterTypeLib() noexcept
     if (FAILED(hr))
         return hr;
     // An absent library is an error to the platform, but nothing is left to be done then.
-    BSTR bsRegistered = nullptr;
+    CComBSTR bsRegistered;
     if (SUCCEEDED(QueryPathOfRegTypeLib(pAttr->guid, pAttr->wMajorVerNum, pAttr->wMinorVerNum, pAttr->lcid,
                                         &bsRegistered)))
     {
         hr = ::UnRegisterTypeLib(pAttr->guid, pAttr->wMajorVerNum, pAttr->wMinorVerNum, pAttr->lcid,
                                  pAttr->syskind);
     }
-    SysFreeString(bsRegistered);
     spTypeLib->ReleaseTLibAttr(pAttr);
     return hr;
 }

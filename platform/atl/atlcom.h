@@ -206,7 +206,8 @@ public:
 };
 
 /// Builds an object in two steps and destroys it when the second one fails.
-/// \param hr receives the result \return null on failure
+/// \param hr receives the result
+/// \return null on failure
 template <class T>
 T* AtlConstruct(void* pv, HRESULT& hr) noexcept
 {

@@ -114,7 +114,8 @@ public:
     }
     /// Hands the reference to the caller.
     T* Detach() noexcept { return std::exchange(p, nullptr); }
-    /// Hands a further reference to the caller. \return E_POINTER for a null ppT
+    /// Hands a further reference to the caller.
+    /// \return E_POINTER for a null ppT
     HRESULT CopyTo(T** ppT) const noexcept
     {
         if (ppT == nullptr)

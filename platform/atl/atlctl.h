@@ -74,7 +74,8 @@ public:
         m_bDirty = bDirty;
     }
 
-    /// Null lets the site go. \return E_UNEXPECTED for a second site, which changes nothing
+    /// Null lets the site go.
+    /// \return E_UNEXPECTED for a second site, which changes nothing
     STDMETHOD(SetPageSite)(IPropertyPageSite* pPageSite) noexcept override
     {
         if (pPageSite != nullptr && m_pPageSite)
@@ -142,7 +143,8 @@ public:
         m_nObjects = nObjects;
         return S_OK;
     }
-    /// \param nCmdShow of ShowWindow \return E_UNEXPECTED for a page that is not active
+    /// \param nCmdShow of ShowWindow
+    /// \return E_UNEXPECTED for a page that is not active
     STDMETHOD(Show)(UINT nCmdShow) noexcept override
     {
         if (Page().m_hWnd == nullptr)
@@ -163,17 +165,17 @@ public:
     }
     STDMETHOD(IsPageDirty)() noexcept override { return m_bDirty ? S_OK : S_FALSE; }
     STDMETHOD(Apply)() noexcept override { return S_OK; }
-    /// Opens the page's help file in a folder. \return E_NOTIMPL where there is no such file
+    /// Opens the page's help file in a folder.
+    /// \return E_NOTIMPL where there is no such file
     STDMETHOD(Help)(LPCOLESTR pszHelpDir) noexcept override
     {
-        LPOLESTR const pszHelpFile = LoadStringHelper(m_dwHelpFileID);
-        if (pszHelpFile == nullptr)
+        const COwnedTask<OLECHAR> helpFile(LoadStringHelper(m_dwHelpFileID));
+        if (!helpFile)
             return E_NOTIMPL;
         CComBSTR bsFile(pszHelpDir);
         if (bsFile.m_str != nullptr && *bsFile.m_str != 0)
             bsFile.Append(L"\\");
-        bsFile.Append(pszHelpFile);
-        CoTaskMemFree(pszHelpFile);
+        bsFile.Append(helpFile.Get());
         // Asked first: the help program would go on looking for the file. What is not there has every bit.
         if (bsFile.m_str == nullptr || (GetFileAttributesW(bsFile) & FILE_ATTRIBUTE_DIRECTORY) != 0)
             return E_NOTIMPL;

@@ -1,15 +1,12 @@
 #pragma once
-/// What all headers of the ATL subset stand on: the platform's headers and the assertion.
+/// What all headers of the ATL subset stand on: the platform's headers, the owner and the assertion.
 
-#ifndef STRSAFE_NO_DEPRECATE
-#define STRSAFE_NO_DEPRECATE
-#endif
+#include "dstl/WinAPI/Owner.h"
 
-#include <windows.h>
-#include <objbase.h>
 #include <oleauto.h>
 
 #include <cstring>
+#include <cwchar>
 #include <new>
 #include <type_traits>
 #include <utility>

@@ -4,8 +4,8 @@
 
 #include "atlbase.h"
 
-/// The messages that a class handles itself: none, unless the class writes the operation out. \param theClass
-/// only names the class, as in ATL
+/// The messages that a class handles itself: none, unless the class writes the operation out.
+/// \param theClass only names the class, as in ATL
 #define BEGIN_MSG_MAP(theClass)                                                                              \
 public:                                                                                                      \
     bool ProcessWindowMessage(HWND, UINT, WPARAM, LPARAM, LRESULT&) noexcept                                 \

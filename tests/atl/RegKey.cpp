@@ -25,9 +25,9 @@ protected:
 TEST_F(RegKey, CreatesOpensAndCloses)
 {
     CRegKey key;
-    EXPECT_EQ(nullptr, key.m_hKey);
+    EXPECT_EQ(nullptr, key.Get());
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, OpenRoot(key));
-    EXPECT_EQ(nullptr, key.m_hKey);
+    EXPECT_EQ(nullptr, key.Get());
     DWORD dwDisposition = 0;
     EXPECT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, szRoot, nullptr, REG_OPTION_NON_VOLATILE,
                                         KEY_READ | KEY_WRITE, nullptr, &dwDisposition));
@@ -36,18 +36,18 @@ TEST_F(RegKey, CreatesOpensAndCloses)
     EXPECT_NE(nullptr, hKey);
     // A failed Open leaves the key.
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, key.Open(HKEY_CURRENT_USER, L"Software\\QxAtlRegKeyTest\\none"));
-    EXPECT_EQ(hKey, key.m_hKey);
+    EXPECT_EQ(hKey, key.Get());
     EXPECT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, szRoot, nullptr, REG_OPTION_NON_VOLATILE,
                                         KEY_READ | KEY_WRITE, nullptr, &dwDisposition));
     EXPECT_EQ(DWORD{REG_OPENED_EXISTING_KEY}, dwDisposition);
     EXPECT_EQ(ERROR_SUCCESS, key.Close());
-    EXPECT_EQ(nullptr, key.m_hKey);
+    EXPECT_EQ(nullptr, key.Get());
     EXPECT_EQ(ERROR_SUCCESS, key.Close());
     EXPECT_EQ(ERROR_SUCCESS, OpenRoot(key));
     HKEY hDetached = key.Detach();
-    EXPECT_EQ(nullptr, key.m_hKey);
+    EXPECT_EQ(nullptr, key.Get());
     key.Attach(hDetached);
-    EXPECT_EQ(hDetached, key.m_hKey);
+    EXPECT_EQ(hDetached, key.Get());
 }
 
 TEST_F(RegKey, Texts)

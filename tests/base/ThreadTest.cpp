@@ -42,8 +42,8 @@ struct Looper
     static DWORD Run(void* pv)
     {
         auto* p = static_cast<Looper*>(pv);
-        p->bFieldsComplete = p->thread.m_hThread != nullptr && p->thread.m_hEvent != nullptr &&
-                             p->thread.m_bRun && p->thread.m_dwThreadId == GetCurrentThreadId();
+        p->bFieldsComplete = p->thread.m_hThread && p->thread.m_hEvent && p->thread.m_bRun &&
+                             p->thread.m_dwThreadId == GetCurrentThreadId();
         p->nStarts++;
         p->evStarted.Set();
         while (p->thread.m_bRun)
@@ -85,8 +85,8 @@ HANDLE Duplicate(HANDLE h)
 
 void ExpectNoThread(const CSimpleThread& thread)
 {
-    EXPECT_EQ(thread.m_hThread, nullptr);
-    EXPECT_EQ(thread.m_hEvent, nullptr);
+    EXPECT_EQ(thread.m_hThread.Get(), nullptr);
+    EXPECT_EQ(thread.m_hEvent.Get(), nullptr);
     EXPECT_EQ(thread.m_dwThreadId, 0u);
     EXPECT_FALSE(thread.m_bRun);
 }
@@ -133,7 +133,7 @@ TEST(SimpleThread, MissingArgumentsAreRefused)
     ASSERT_EQ(looper.thread.InitThread(&looper, &Looper::Run, 0), S_OK);
     EXPECT_EQ(looper.thread.InitThread(nullptr, &Looper::Run, 0), E_INVALIDARG);
     EXPECT_TRUE(looper.thread.m_bRun);
-    EXPECT_NE(looper.thread.m_hThread, nullptr);
+    EXPECT_NE(looper.thread.m_hThread.Get(), nullptr);
 }
 
 TEST(SimpleThread, RunsTheProcedureAndTracesStartAndEnd)
@@ -266,7 +266,7 @@ TEST(SimpleThread, StopFromWithinLetsTheThreadGo)
             WaitForSingleObject(p->evMayStop, INFINITE);
             p->bCurrent = p->spThread->IsCurrent();
             p->spThread->Stop(INFINITE, true, false);
-            p->bNoThread = p->spThread->m_hThread == nullptr && p->spThread->m_hEvent == nullptr &&
+            p->bNoThread = !p->spThread->m_hThread && !p->spThread->m_hEvent &&
                            p->spThread->m_dwThreadId == 0 && !p->spThread->m_bRun &&
                            !p->spThread->IsCurrent();
             p->spThread.reset();
@@ -358,8 +358,7 @@ TEST(SimpleThread, StopWithAMissingEventIsAsserted)
     CSimpleThread thread;
     ASSERT_EQ(thread.InitThread(&asserts, &Short::Run, 0), S_OK);
     ASSERT_EQ(WaitForSingleObject(thread.m_hThread, dwLimit), WAIT_OBJECT_0);
-    CloseHandle(thread.m_hEvent);
-    thread.m_hEvent = nullptr;
+    thread.m_hEvent.Close();
     thread.Stop(INFINITE, false, false);
     EXPECT_EQ(asserts.Texts(), std::vector<std::string>{"m_hEvent != NULL"});
     ExpectNoThread(thread);

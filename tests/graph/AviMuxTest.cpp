@@ -1,6 +1,6 @@
 /// The platform's AVI mux behind the filter: what lies in the file that comes out.
 
-#include "AviEnd.h"
+#include "AviMux.h"
 #include "AviFile.h"
 #include "Failure.h"
 #include "GraphSupport.h"

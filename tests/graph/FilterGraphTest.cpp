@@ -1,7 +1,7 @@
 /// The host program's graph: its clock, and the format that it chooses.
 
 #include "Failure.h"
-#include "FormatChoice.h"
+#include "SourceFilter.h"
 #include "FrameSink.h"
 #include "GraphSupport.h"
 #include <gtest/gtest.h>

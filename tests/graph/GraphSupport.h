@@ -3,7 +3,7 @@
 
 #include "dstl/WinAPI/Platform.h"
 #include "FilterGraph.h"
-#include "FrameReceiver.h"
+#include "FrameSink.h"
 #include "Pictures.h"
 #include "QXStillSource.h"
 #include <atlbase.h>

@@ -3,7 +3,7 @@
 #include "Failure.h"
 #include "FrameSink.h"
 #include "GraphSupport.h"
-#include "MediaType.h"
+#include "dstl/dshowx/DSTypes.h"
 #include <dvdmedia.h>
 #include <gtest/gtest.h>
 #include <functional>
@@ -63,10 +63,9 @@ protected:
     VideoFormat Format() const
     {
         VideoFormat format;
-        AM_MEDIA_TYPE* type = nullptr;
-        EXPECT_EQ(m_config->GetFormat(&type), S_OK);
-        EXPECT_TRUE(ReadVideoFormat(*type, format));
-        MediaType::Delete(type);
+        COwnedMediaType type;
+        EXPECT_EQ(m_config->GetFormat(type.Out()), S_OK);
+        EXPECT_TRUE(ReadVideoFormat(*type.Get(), format));
         return format;
     }
 
@@ -286,11 +285,10 @@ TEST_F(Host, CallsOnARunningFilter)
             m_control->GetOutputProps(&record);
             record.dblRate = 50;
             properties = m_control->SetOutputProps(&record);
-            AM_MEDIA_TYPE* type = nullptr;
-            m_config->GetFormat(&type);
-            setFormat = m_config->SetFormat(type);
-            accept = m_pin->QueryAccept(type);
-            MediaType::Delete(type);
+            COwnedMediaType type;
+            m_config->GetFormat(type.Out());
+            setFormat = m_config->SetFormat(type.Get());
+            accept = m_pin->QueryAccept(type.Get());
             disconnect = m_pin->Disconnect();
             picture = SetPicture(m_source, File(L"next.tga", g_width, g_height, 2));
             LONGLONG current = 0, stop = 0;

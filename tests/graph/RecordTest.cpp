@@ -1,10 +1,10 @@
 /// "qxstill record": it ends in a file that plays, or in none.
 
 #include "AviFile.h"
-#include "AviSize.h"
+#include "AviMux.h"
 #include "Failure.h"
 #include "GraphSupport.h"
-#include "RecordCommand.h"
+#include "Commands.h"
 #include <gtest/gtest.h>
 #include <fstream>
 #include <iterator>

@@ -2,8 +2,8 @@
 
 #include "GraphSupport.h"
 #include "Failure.h"
-#include "MediaType.h"
-#include "PlatformSink.h"
+#include "FrameEnd.h"
+#include "dstl/dshowx/DSTypes.h"
 #include "support/LogCapture.h"
 #include <gtest/gtest.h>
 #include <qedit.h>
@@ -149,10 +149,10 @@ TEST_F(StockSinks, AnotherRateReachesAConnectionThatStands)
         ASSERT_EQ(control->SetFrameRate(50), S_OK);
         EXPECT_EQ(log.Count(g_mainEvents, "*************** [CCoQXStillSourceOut] connection established\n"),
                   1);
-        MediaType type;
-        ASSERT_EQ(FindPin(m_sink.grabber, PINDIR_INPUT)->ConnectionMediaType(type.Receive()), S_OK);
+        CMType type;
+        ASSERT_EQ(FindPin(m_sink.grabber, PINDIR_INPUT)->ConnectionMediaType(&type), S_OK);
         VideoFormat format;
-        ASSERT_TRUE(ReadVideoFormat(type.Get(), format));
+        ASSERT_TRUE(ReadVideoFormat(type, format));
         EXPECT_EQ(format.frameTime, 200000);
         graph.Run();
         EXPECT_TRUE(keeper.Wait());
@@ -171,10 +171,10 @@ TEST_F(StockSinks, AnotherRateReachesAConnectionThatStands)
     graph.Add(sink.renderer, L"Renderer");
     ASSERT_EQ(graph.Connect(m_source, sink.renderer), S_OK);
     ASSERT_EQ(control->SetFrameRate(30), S_OK);
-    MediaType type;
-    ASSERT_EQ(FindPin(sink.renderer, PINDIR_INPUT)->ConnectionMediaType(type.Receive()), S_OK);
+    CMType type;
+    ASSERT_EQ(FindPin(sink.renderer, PINDIR_INPUT)->ConnectionMediaType(&type), S_OK);
     VideoFormat format;
-    ASSERT_TRUE(ReadVideoFormat(type.Get(), format));
+    ASSERT_TRUE(ReadVideoFormat(type, format));
     EXPECT_EQ(format.frameTime, 333333);
 }
 

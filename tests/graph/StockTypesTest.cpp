@@ -2,8 +2,8 @@
 
 #include "Failure.h"
 #include "GraphSupport.h"
-#include "MediaType.h"
-#include "PlatformSink.h"
+#include "FrameEnd.h"
+#include "dstl/dshowx/DSTypes.h"
 #include "support/LogCapture.h"
 #include <dvdmedia.h>
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ constexpr int g_mainEvents = 8;
 // A type of one of the two header records.
 template <class Header>
 void MakeType(const GUID& formatType, const VideoFormat& plain, int rowWidth, int height, uint32_t imageSize,
-              MediaType& type)
+              CMType& type)
 {
     Header header = {};
     header.AvgTimePerFrame = 400000;
@@ -42,7 +42,7 @@ void MakeType(const GUID& formatType, const VideoFormat& plain, int rowWidth, in
     record.formattype = formatType;
     record.cbFormat = sizeof(header);
     record.pbFormat = reinterpret_cast<BYTE*>(&header);
-    Check(type.Assign(record), "no memory");
+    Check(type.Set(&record), "no memory");
 }
 
 struct TypeCase
@@ -107,14 +107,13 @@ TEST_P(StockTypes, FramesReachTheGrabber)
     const int rowWidth = g_width + (test.isPadded ? g_padding : 0);
     const int height = test.isTopDown ? -g_height : g_height;
     const Bytes expected = ExpectedFrame(m_tga.frame, test, rowWidth);
-    MediaType type;
+    CMType type;
     const uint32_t imageSize = static_cast<uint32_t>(expected.size());
     if (test.isLong)
         MakeType<VIDEOINFOHEADER2>(FORMAT_VideoInfo2, plain, rowWidth, height, imageSize, type);
     else
         MakeType<VIDEOINFOHEADER>(FORMAT_VideoInfo, plain, rowWidth, height, imageSize, type);
-    AM_MEDIA_TYPE record = type.Get();
-    ASSERT_EQ(m_config->SetFormat(&record), S_OK);
+    ASSERT_EQ(m_config->SetFormat(&type), S_OK);
 
     FrameKeeper keeper(3);
     const LogCapture log;
@@ -127,10 +126,10 @@ TEST_P(StockTypes, FramesReachTheGrabber)
         graph.Add(sink.renderer, L"Renderer");
         ASSERT_EQ(graph.Connect(m_source, sink.grabber), S_OK);
         ASSERT_EQ(graph.Connect(sink.grabber, sink.renderer), S_OK);
-        MediaType agreed;
-        ASSERT_EQ(FindPin(sink.renderer, PINDIR_INPUT)->ConnectionMediaType(agreed.Receive()), S_OK);
-        ASSERT_EQ(agreed.Get().cbFormat, record.cbFormat);
-        EXPECT_EQ(std::memcmp(agreed.Get().pbFormat, record.pbFormat, record.cbFormat), 0);
+        CMType agreed;
+        ASSERT_EQ(FindPin(sink.renderer, PINDIR_INPUT)->ConnectionMediaType(&agreed), S_OK);
+        ASSERT_EQ(agreed.cbFormat, type.cbFormat);
+        EXPECT_EQ(std::memcmp(agreed.pbFormat, type.pbFormat, type.cbFormat), 0);
         graph.Run();
         EXPECT_TRUE(keeper.Wait());
         graph.Stop();

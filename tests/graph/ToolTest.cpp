@@ -7,7 +7,7 @@
 #include "HResultText.h"
 #include "OptionValues.h"
 #include "TgaWriter.h"
-#include "UnfinishedFile.h"
+#include "OutputFile.h"
 #include <dvdmedia.h>
 #include <gtest/gtest.h>
 #include <cstring>
@@ -120,7 +120,7 @@ TEST(UnfinishedFile, IsGoneUnlessItIsFinished)
     {
         UnfinishedFile file(path);
         DWORD written = 0;
-        ASSERT_TRUE(WriteFile(file.File().get(), "abc", 3, &written, nullptr));
+        ASSERT_TRUE(WriteFile(file.File()->Get(), "abc", 3, &written, nullptr));
         file.Finish(false);
     }
     EXPECT_EQ(ReadAll(path), (Bytes{'a', 'b', 'c'}));

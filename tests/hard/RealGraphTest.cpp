@@ -15,7 +15,6 @@
 #include <thread>
 
 #include "Failure.h"
-#include "FrameReceiver.h"
 #include "FrameSink.h"
 #include "ProcessUsage.h"
 #include "Stress.h"

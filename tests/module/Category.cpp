@@ -212,7 +212,7 @@ TEST_F(CategoryInAnotherTree, AKeyThatCannotBeDeleted)
     const auto pfnDeleteKey =
         reinterpret_cast<PFNNTDELETEKEY>(reinterpret_cast<void*>(GetProcAddress(hNtdll, "NtDeleteKey")));
     const UnicodeString name = {6, 6, L"a\0b"};
-    const ObjectAttributes attributes = {sizeof(attributes), key.m_hKey, &name, 0, nullptr, nullptr};
+    const ObjectAttributes attributes = {sizeof(attributes), key, &name, 0, nullptr, nullptr};
     HANDLE hOdd = nullptr;
     ASSERT_EQ(0, pfnCreateKey(&hOdd, KEY_ALL_ACCESS | DELETE, &attributes, 0, nullptr, 0, nullptr));
 

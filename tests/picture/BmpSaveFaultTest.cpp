@@ -1,6 +1,6 @@
 // Writing of BMP files that fails: results, order of the writes, and what is left on the disk.
 #include "TempFiles.h"
-#include "Video/TgaBmp/TgaBmp.h"
+#include "Video/TgaBmp/BmpFile.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>

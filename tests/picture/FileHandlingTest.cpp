@@ -26,11 +26,10 @@ Name Join(const std::string& sFolder, const char16_t* psz)
 /// \return false when the system does not make such a file
 bool Write(const Name& name, const Bytes& bytes)
 {
-    CFileHandle file(
+    COwnedHandle file(
         CreateFileW(name.data(), GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL));
     DWORD cb = 0;
-    return file.IsOpen() &&
-           WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &cb, NULL) &&
+    return file && WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &cb, NULL) &&
            cb == bytes.size() && file.Close();
 }
 
@@ -106,9 +105,9 @@ TEST(FileHandling, NothingStaysOpen)
         {
             ASSERT_TRUE(Write(name, bytes));
             EXPECT_EQ(reader.pfnLoad(name.data()), bytes.size() == reader.file.size() ? S_OK : E_FAIL);
-            CFileHandle file(CreateFileW(name.data(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, NULL,
-                                         OPEN_EXISTING, 0, NULL));
-            ASSERT_TRUE(file.IsOpen()) << reader.pszReader << " " << bytes.size();
+            COwnedHandle file(CreateFileW(name.data(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, NULL,
+                                          OPEN_EXISTING, 0, NULL));
+            ASSERT_TRUE(file) << reader.pszReader << " " << bytes.size();
             ASSERT_TRUE(file.Close());
             ASSERT_TRUE(DeleteFileW(name.data()));
         }
@@ -139,9 +138,9 @@ TEST(FileHandling, Sharing)
         ASSERT_TRUE(Write(name, reader.file));
         for (const auto& row : rgRows)
         {
-            const CFileHandle other(
+            const COwnedHandle other(
                 CreateFileW(name.data(), row.dwAccess, row.dwShare, NULL, OPEN_EXISTING, 0, NULL));
-            ASSERT_TRUE(other.IsOpen());
+            ASSERT_TRUE(other);
             EXPECT_EQ(reader.pfnLoad(name.data()), reader.pfnLoad == LoadBmp ? row.hrBmp : row.hrTga)
                 << reader.pszReader << " " << row.dwAccess << " " << row.dwShare;
         }
@@ -178,8 +177,8 @@ TEST(FileHandling, LongNames)
 
         HRESULT hrOpen = S_OK;
         {
-            const CFileHandle file(CreateFileW(pszPlain, GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL));
-            if (!file.IsOpen())
+            const COwnedHandle file(CreateFileW(pszPlain, GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL));
+            if (!file)
                 hrOpen = HRESULT_FROM_WIN32(GetLastError());
         }
         EXPECT_EQ(reader.pfnLoad(pszPlain), hrOpen) << reader.pszReader;

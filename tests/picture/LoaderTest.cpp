@@ -388,14 +388,14 @@ TEST_F(Loader, Sharing)
     };
     sPath = folder.Write("a.tga", TgaBuilder::TrueColour(32).File());
     {
-        const CFileHandle file(open());
-        ASSERT_TRUE(file.IsOpen());
+        const COwnedHandle file(open());
+        ASSERT_TRUE(file);
         EXPECT_EQ(Load(true), S_OK);
     }
     sPath = folder.Write("a.bmp", BmpBuilder(32, 2, 2).File());
     {
-        const CFileHandle file(open());
-        ASSERT_TRUE(file.IsOpen());
+        const COwnedHandle file(open());
+        ASSERT_TRUE(file);
         EXPECT_EQ(Load(true), S_OK) << "by GDI+, which shares";
         EXPECT_EQ(log.Texts(2), Texts{BmpFailed(sPath, "0x80070020")});
     }

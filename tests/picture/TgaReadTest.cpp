@@ -505,9 +505,9 @@ TEST_F(TgaRead, PositionAndReadsAgree)
 {
     const Bytes bytes = Pattern(150000);
     sPath = folder.Write("bytes", bytes);
-    const CFileHandle file(
+    const COwnedHandle file(
         CreateFileW(WideText(sPath), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(file.IsOpen());
+    ASSERT_TRUE(file);
     size_t nAt = 0;
     const auto read = [&](DWORD cb)
     {

@@ -1,7 +1,6 @@
 // What "qxstill log" does: the key that the filter reads, the log DLL, the end of the file.
 #include "Failure.h"
 #include "LogDll.h"
-#include "LogKey.h"
 #include "LogTail.h"
 #include "qxlog/LogFiles.h"
 

@@ -1,12 +1,11 @@
 // The log of one whole life of the filter against each sink, compared with the files in the folder golden.
 // See docs/testing.md for how to write them anew.
-#include "AviEnd.h"
+#include "AviMux.h"
 #include "Failure.h"
 #include "FrameSink.h"
-#include "MediaType.h"
 #include "Pictures.h"
-#include "PlatformSink.h"
-#include "VideoRenderers.h"
+#include "FrameEnd.h"
+#include "Commands.h"
 #include "qxlog/LoggedFilter.h"
 
 #include <gtest/gtest.h>

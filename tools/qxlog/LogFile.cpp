@@ -115,9 +115,9 @@ void CLogFile::Prepare() noexcept
     m_settings.Read();
     wchar_t szName[40] = {};
     MutexName(m_settings.szPath, szName);
-    m_hMutex.Take(CreateMutexW(nullptr, FALSE, szName));
+    m_hMutex.Attach(CreateMutexW(nullptr, FALSE, szName));
     if (!m_hMutex) // another user's: then the threads of this process are kept apart at least
-        m_hMutex.Take(CreateMutexW(nullptr, FALSE, nullptr));
+        m_hMutex.Attach(CreateMutexW(nullptr, FALSE, nullptr));
     m_ullOpenAt = 0;
     m_bStuck = false;
     m_bPrepared = true;
@@ -136,8 +136,8 @@ void CLogFile::Close() noexcept
 bool CLogFile::Open() noexcept
 {
     // Append access alone: each write goes to the end of the file, wherever that is by then.
-    m_hFile.Take(CreateFileW(m_settings.szPath, FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
-                             nShareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    m_hFile.Attach(CreateFileW(m_settings.szPath, FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+                               nShareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     m_cbRotateAt = m_settings.cbLimit;
     m_ullFollowAt = GetTickCount64() + msFollow;
     return static_cast<bool>(m_hFile);
@@ -237,8 +237,8 @@ void CLogFile::Write(const wchar_t* pszMessage) noexcept
     {
         // The fields belong to the holder. An own handle writes the line without them.
         COwnedHandle hFile;
-        hFile.Take(CreateFileW(m_settings.szPath, FILE_APPEND_DATA | SYNCHRONIZE, nShareAll, nullptr,
-                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        hFile.Attach(CreateFileW(m_settings.szPath, FILE_APPEND_DATA | SYNCHRONIZE, nShareAll, nullptr,
+                                 OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (hFile)
         {
             CFileBytes bytes(hFile.Get());

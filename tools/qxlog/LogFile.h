@@ -4,35 +4,9 @@
 #include "LogFold.h"
 #include "LogSettings.h"
 
+#include "dstl/WinAPI/Owner.h"
+
 #include <atomic>
-
-/// A handle of the system; it closes itself.
-class COwnedHandle
-{
-public:
-    constexpr COwnedHandle() noexcept = default;
-    ~COwnedHandle() { Close(); }
-    COwnedHandle(const COwnedHandle&) = delete;
-    COwnedHandle& operator=(const COwnedHandle&) = delete;
-
-    /// Takes a handle that was just made; null and INVALID_HANDLE_VALUE leave this one empty.
-    void Take(HANDLE h) noexcept
-    {
-        Close();
-        m_h = h != INVALID_HANDLE_VALUE ? h : nullptr;
-    }
-    void Close() noexcept
-    {
-        if (m_h != nullptr)
-            CloseHandle(m_h);
-        m_h = nullptr;
-    }
-    HANDLE Get() const noexcept { return m_h; }
-    explicit operator bool() const noexcept { return m_h != nullptr; }
-
-private:
-    HANDLE m_h = nullptr;
-};
 
 /// Appends messages to the file of the settings, those that repeat as their count. Each message stands whole,
 /// whoever else writes: a mutex that bears the file's name holds other writers off. When the file has reached

@@ -37,10 +37,11 @@ public:
     CLogFold& operator=(const CLogFold&) = delete;
 
     /// Counts a message that is known by its address: one in read-only memory, which stays as it is. Does
-    /// nothing else with it. \return false: Take has to look at it
+    /// nothing else with it.
+    /// \return false: Take has to look at it
     bool Count(const wchar_t* pszMessage) noexcept;
-    /// Decides about a message. Counts that come before it are put out. \return true: it has been counted;
-    /// false: it is to be written
+    /// Decides about a message. Counts that come before it are put out.
+    /// \return true: it has been counted; false: it is to be written
     bool Take(const wchar_t* pszMessage, ILogRepeats& repeats) noexcept;
     /// Puts out what has been counted and not put out yet.
     void PutAll(ILogRepeats& repeats) noexcept;

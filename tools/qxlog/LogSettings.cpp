@@ -5,7 +5,8 @@
 namespace
 {
 
-/// Takes the value of a variable. \return false when it is not set, empty or longer than the room
+/// Takes the value of a variable.
+/// \return false when it is not set, empty or longer than the room
 template <DWORD nRoom>
 bool ReadVariable(const wchar_t* pszName, wchar_t (&szValue)[nRoom]) noexcept
 {

@@ -1,6 +1,6 @@
-#include "ChartCommand.h"
+#include "Commands.h"
 #include "Failure.h"
-#include "FileWriter.h"
+#include "OutputFile.h"
 #include "TgaWriter.h"
 #include <cstdio>
 #include <filesystem>

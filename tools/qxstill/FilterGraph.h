@@ -6,6 +6,20 @@
 #include <dshow.h>
 #include <vector>
 
+/// COM for the length of a scope.
+class ComApartment
+{
+public:
+    /// Throws Failure.
+    explicit ComApartment(DWORD apartment)
+    {
+        Check(CoInitializeEx(nullptr, apartment), "COM does not start");
+    }
+    ~ComApartment() { CoUninitialize(); }
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+};
+
 /// The pin of `filter` with that direction, the first one that is there; empty if there is none.
 CComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 

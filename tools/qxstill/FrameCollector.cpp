@@ -1,7 +1,7 @@
 #include "FrameCollector.h"
 #include "Clock.h"
 #include "FrameWriter.h"
-#include "MediaType.h"
+#include "dstl/dshowx/DSTypes.h"
 #include <cwchar>
 #include <utility>
 
@@ -10,23 +10,18 @@ FrameCollector::FrameCollector(std::wstring folder, long wanted)
 {
 }
 
-FrameCollector::~FrameCollector()
-{
-    CloseHandle(m_done);
-}
-
 HRESULT FrameCollector::OnFrame(IMediaSample* sample)
 {
     if (m_count >= m_wanted || FAILED(m_result))
         return S_FALSE;
-    if (!sample)
+    if (sample == nullptr)
         return E_POINTER;
 
     const HRESULT hr = m_folder.empty() ? S_OK : Write(sample, m_count + 1);
     if (FAILED(hr))
     {
         m_result = hr;
-        SetEvent(m_done);
+        SetEvent(m_done.Get());
         return hr;
     }
     const LONGLONG now = Tick();
@@ -34,21 +29,16 @@ HRESULT FrameCollector::OnFrame(IMediaSample* sample)
         m_firstTick = now;
     m_lastTick = now;
     if (++m_count == m_wanted)
-        SetEvent(m_done);
+        SetEvent(m_done.Get());
     return S_OK;
 }
 
 HRESULT FrameCollector::Write(IMediaSample* sample, long number)
 {
     // A frame that brings a type of its own begins a new format.
-    AM_MEDIA_TYPE* type = nullptr;
-    if (sample->GetMediaType(&type) == S_OK && type)
-    {
-        const bool known = ReadVideoFormat(*type, m_format);
-        MediaType::Delete(type);
-        if (!known)
-            return VFW_E_INVALIDMEDIATYPE;
-    }
+    COwnedMediaType type;
+    if (sample->GetMediaType(type.Out()) == S_OK && type && !ReadVideoFormat(*type.Get(), m_format))
+        return VFW_E_INVALIDMEDIATYPE;
     BYTE* bits = nullptr;
     const HRESULT hr = sample->GetPointer(&bits);
     if (FAILED(hr))

@@ -1,7 +1,8 @@
 #pragma once
 /// What becomes of the frames that a sink receives: they are counted, and written to files.
 
-#include "FrameReceiver.h"
+#include "FrameSink.h"
+#include "dstl/WinAPI/Owner.h"
 #include <atomic>
 #include <string>
 
@@ -12,7 +13,7 @@ public:
     /// @param folder where the files go; it exists. Empty: the frames are only counted.
     /// @param wanted how many frames, at least one
     FrameCollector(std::wstring folder, long wanted);
-    ~FrameCollector();
+    ~FrameCollector() = default;
     FrameCollector(const FrameCollector&) = delete;
     FrameCollector& operator=(const FrameCollector&) = delete;
 
@@ -26,7 +27,7 @@ public:
     /// The first failure on the streaming thread; S_OK if there was none.
     HRESULT Result() const { return m_result; }
     /// Set after the last frame, or at a failure. Owned by the collector.
-    HANDLE DoneEvent() const { return m_done; }
+    HANDLE DoneEvent() const { return m_done.Get(); }
     /// Readings of the performance counter at the first and the latest frame; 0 before.
     LONGLONG FirstTick() const { return m_firstTick; }
     LONGLONG LastTick() const { return m_lastTick; }
@@ -36,7 +37,7 @@ private:
 
     const std::wstring m_folder;
     const long m_wanted;
-    const HANDLE m_done;
+    const COwnedHandle m_done;
     VideoFormat m_format;
     std::atomic<long> m_count{0};
     std::atomic<HRESULT> m_result{S_OK};

@@ -1,8 +1,8 @@
 #include "FrameSink.h"
-#include "MediaType.h"
+#include "dstl/WinAPI/Wrappers.h"
+#include "dstl/dshowx/DSEnums.h"
 #include <atomic>
 #include <mutex>
-#include <new>
 #include <utility>
 
 namespace
@@ -11,63 +11,19 @@ const wchar_t g_pinName[] = L"In";
 
 class FrameSink;
 
-// An enumerator of no media types: the sink waits for proposals.
-class NoMediaTypes final : public IEnumMediaTypes
+class SinkPin : public IPin, public IMemInputPin, public CComObjectRootEx<CComMultiThreadModel>
 {
 public:
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override
-    {
-        if (!object)
-            return E_POINTER;
-        const bool known = IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IEnumMediaTypes);
-        *object = known ? this : nullptr;
-        if (known)
-            AddRef();
-        return known ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG left = --m_references;
-        if (left == 0)
-            delete this;
-        return left;
-    }
-    STDMETHODIMP Next(ULONG, AM_MEDIA_TYPE**, ULONG* fetched) override
-    {
-        if (fetched)
-            *fetched = 0;
-        return S_FALSE;
-    }
-    STDMETHODIMP Skip(ULONG) override { return S_FALSE; }
-    STDMETHODIMP Reset() override { return S_OK; }
-    STDMETHODIMP Clone(IEnumMediaTypes** clone) override
-    {
-        if (!clone)
-            return E_POINTER;
-        *clone = new (std::nothrow) NoMediaTypes;
-        return *clone ? S_OK : E_OUTOFMEMORY;
-    }
+    BEGIN_COM_MAP(SinkPin)
+    COM_INTERFACE_ENTRY(IPin)
+    COM_INTERFACE_ENTRY(IMemInputPin)
+    COM_INTERFACE_ENTRY_FUNC_BLIND(&SinkPin::QueryStream)
+    END_COM_MAP()
 
-private:
-    ~NoMediaTypes() = default;
-    std::atomic<ULONG> m_references{1};
-};
+    SinkPin(FrameSink& filter, SampleReceiver*& receiver) : m_filter(filter), m_receiver(receiver) {}
 
-// The pin lives inside the filter and shares its life.
-class SinkPin final : public IPin, public IMemInputPin
-{
-public:
-    SinkPin(FrameSink& filter, SampleReceiver& receiver) : m_filter(filter), m_receiver(receiver) {}
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override;
-    STDMETHODIMP_(ULONG) Release() override;
-
-    STDMETHODIMP Connect(IPin*, const AM_MEDIA_TYPE*) override
-    {
-        return E_UNEXPECTED;
-    } // an input pin is asked
+    // An input pin is asked.
+    STDMETHODIMP Connect(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
     STDMETHODIMP ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override;
     STDMETHODIMP Disconnect() override;
     STDMETHODIMP ConnectedTo(IPin** peer) override;
@@ -93,25 +49,44 @@ public:
     // Waits until a Receive on another thread has come back.
     void Drain() { const std::lock_guard<std::mutex> receiving(m_receiving); }
 
-private:
+protected:
     FrameSink& m_filter;
-    SampleReceiver& m_receiver;
-    std::mutex m_lock;      // guards the members below
-    std::mutex m_receiving; // held while a sample is taken
+
+private:
+    static HRESULT QueryStream(void* pin, REFIID riid, void** object);
+
+    SampleReceiver*& m_receiver; // the filter's
+    std::mutex m_lock;           // guards the members below
+    std::mutex m_receiving;      // held while a sample is taken
     CComPtr<IPin> m_peer;
     CComPtr<IMemAllocator> m_allocator;
-    MediaType m_type;
+    CMType m_type;
     std::atomic<bool> m_flushing{false};
 };
 
-class FrameSink final : public IBaseFilter, public IAMFilterMiscFlags
+// The pin lives inside the filter and shares its life.
+class SharedLifePin final : public SinkPin
 {
 public:
-    explicit FrameSink(SampleReceiver& receiver) : m_pin(*this, receiver) {}
+    using SinkPin::SinkPin;
 
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) override
+    {
+        return _InternalQueryInterface(riid, object);
+    }
+    STDMETHODIMP_(ULONG) AddRef() override;
     STDMETHODIMP_(ULONG) Release() override;
+};
+
+class FrameSink : public IBaseFilter, public IAMFilterMiscFlags, public CComObjectRootEx<CComMultiThreadModel>
+{
+public:
+    BEGIN_COM_MAP(FrameSink)
+    COM_INTERFACE_ENTRY(IBaseFilter)
+    COM_INTERFACE_ENTRY(IPersist)
+    COM_INTERFACE_ENTRY(IMediaFilter)
+    COM_INTERFACE_ENTRY(IAMFilterMiscFlags)
+    END_COM_MAP()
 
     STDMETHODIMP GetClassID(CLSID* clsid) override;
     STDMETHODIMP Stop() override;
@@ -137,128 +112,80 @@ public:
     void OnFlush();
     SinkPin& Pin() { return m_pin; }
 
+    SampleReceiver* m_receiver = nullptr; // set before the filter is handed out
+
 private:
-    ~FrameSink() = default;
     void NotifyComplete();
 
-    std::atomic<ULONG> m_references{1};
     std::atomic<FILTER_STATE> m_state{State_Stopped}; // written under m_lock
     std::mutex m_lock;                                // guards the members below
     bool m_completeDue = false;                       // the stream has ended before the graph ran
     CComPtr<IReferenceClock> m_clock;
     IFilterGraph* m_graph = nullptr; // not counted: the graph holds the filter
     wchar_t m_name[MAX_FILTER_NAME] = {};
-    SinkPin m_pin;
+    SharedLifePin m_pin{*this, m_receiver};
 };
 
-class OnePin final : public IEnumPins
+// The filter's one pin.
+class SinkPinAccessor
 {
 public:
-    OnePin(FrameSink& filter, bool atEnd) : m_filter(&filter), m_atEnd(atEnd) {}
+    using Element = IPin*;
+    using Source = FrameSink;
 
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override
+    HRESULT Get(ULONG index, IPin** pin)
     {
-        if (!object)
-            return E_POINTER;
-        const bool known = IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IEnumPins);
-        *object = known ? this : nullptr;
-        if (known)
-            AddRef();
-        return known ? S_OK : E_NOINTERFACE;
+        return index == 0 ? CComPtr<IPin>(&m_pSource->Pin()).CopyTo(pin) : S_FALSE;
     }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG left = --m_references;
-        if (left == 0)
-            delete this;
-        return left;
-    }
-    STDMETHODIMP Next(ULONG count, IPin** pins, ULONG* fetched) override
-    {
-        if (!pins || (count > 1 && !fetched))
-            return E_POINTER;
-        const ULONG given = count > 0 && !m_atEnd ? 1 : 0;
-        if (given == 1)
-        {
-            *pins = &m_filter->Pin();
-            (*pins)->AddRef();
-            m_atEnd = true;
-        }
-        if (fetched)
-            *fetched = given;
-        return given == count ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Skip(ULONG count) override
-    {
-        const bool enough = count == 0 || (count == 1 && !m_atEnd);
-        m_atEnd = m_atEnd || count > 0;
-        return enough ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Reset() override
-    {
-        m_atEnd = false;
-        return S_OK;
-    }
-    STDMETHODIMP Clone(IEnumPins** clone) override
-    {
-        if (!clone)
-            return E_POINTER;
-        *clone = new (std::nothrow) OnePin(*m_filter, m_atEnd);
-        return *clone ? S_OK : E_OUTOFMEMORY;
-    }
+    void Free(IPin* pin) { CComPtr<IPin>().Attach(pin); }
 
-private:
-    ~OnePin() = default;
-    CComPtr<FrameSink> m_filter;
-    bool m_atEnd;
-    std::atomic<ULONG> m_references{1};
+    CComPtr<FrameSink> m_pSource;
+};
+
+// The pin names no media types: it waits for proposals.
+class NoTypesAccessor
+{
+public:
+    using Element = AM_MEDIA_TYPE*;
+    using Source = SinkPin;
+
+    HRESULT Get(ULONG, AM_MEDIA_TYPE**) { return S_FALSE; }
+    void Free(AM_MEDIA_TYPE*) {}
+
+    CComPtr<SinkPin> m_pSource;
 };
 
 // --- The pin
 
-STDMETHODIMP SinkPin::QueryInterface(REFIID riid, void** object)
-{
-    if (!object)
-        return E_POINTER;
-    if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IPin))
-        *object = static_cast<IPin*>(this);
-    else if (IsEqualIID(riid, IID_IMemInputPin))
-        *object = static_cast<IMemInputPin*>(this);
-    else if (IStream* const stream = m_receiver.Stream())
-        return stream->QueryInterface(riid, object);
-    else
-    {
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-}
-
-STDMETHODIMP_(ULONG) SinkPin::AddRef()
+STDMETHODIMP_(ULONG) SharedLifePin::AddRef()
 {
     return m_filter.AddRef();
 }
 
-STDMETHODIMP_(ULONG) SinkPin::Release()
+STDMETHODIMP_(ULONG) SharedLifePin::Release()
 {
     return m_filter.Release();
 }
 
+HRESULT SinkPin::QueryStream(void* pin, REFIID riid, void** object)
+{
+    IStream* const stream = static_cast<SinkPin*>(pin)->m_receiver->Stream();
+    return stream != nullptr ? stream->QueryInterface(riid, object) : E_NOINTERFACE;
+}
+
 STDMETHODIMP SinkPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type)
 {
-    if (!peer || !type)
+    if (peer == nullptr || type == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_lock);
     if (m_peer)
         return VFW_E_ALREADY_CONNECTED;
-    if (!m_receiver.Accepts(*type))
+    if (!m_receiver->Accepts(*type))
         return VFW_E_TYPE_NOT_ACCEPTED;
-    const HRESULT hr = m_type.Assign(*type);
+    const HRESULT hr = m_type.Set(type);
     if (FAILED(hr))
         return hr;
-    m_receiver.OnConnected(*type);
+    m_receiver->OnConnected(*type);
     m_peer = peer;
     return S_OK;
 }
@@ -278,19 +205,16 @@ STDMETHODIMP SinkPin::Disconnect()
 
 STDMETHODIMP SinkPin::ConnectedTo(IPin** peer)
 {
-    if (!peer)
+    if (peer == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_lock);
-    *peer = m_peer;
-    if (!*peer)
-        return VFW_E_NOT_CONNECTED;
-    (*peer)->AddRef();
-    return S_OK;
+    m_peer.CopyTo(peer);
+    return *peer ? S_OK : VFW_E_NOT_CONNECTED;
 }
 
 STDMETHODIMP SinkPin::ConnectionMediaType(AM_MEDIA_TYPE* type)
 {
-    if (!type)
+    if (type == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_lock);
     if (!m_peer)
@@ -298,12 +222,12 @@ STDMETHODIMP SinkPin::ConnectionMediaType(AM_MEDIA_TYPE* type)
         *type = {};
         return VFW_E_NOT_CONNECTED;
     }
-    return MediaType::Copy(m_type.Get(), *type);
+    return MTCopy(type, &m_type);
 }
 
 STDMETHODIMP SinkPin::QueryPinInfo(PIN_INFO* info)
 {
-    if (!info)
+    if (info == nullptr)
         return E_POINTER;
     info->pFilter = &m_filter;
     info->pFilter->AddRef();
@@ -314,7 +238,7 @@ STDMETHODIMP SinkPin::QueryPinInfo(PIN_INFO* info)
 
 STDMETHODIMP SinkPin::QueryDirection(PIN_DIRECTION* direction)
 {
-    if (!direction)
+    if (direction == nullptr)
         return E_POINTER;
     *direction = PINDIR_INPUT;
     return S_OK;
@@ -322,10 +246,10 @@ STDMETHODIMP SinkPin::QueryDirection(PIN_DIRECTION* direction)
 
 STDMETHODIMP SinkPin::QueryId(LPWSTR* id)
 {
-    if (!id)
+    if (id == nullptr)
         return E_POINTER;
     *id = static_cast<LPWSTR>(CoTaskMemAlloc(sizeof(g_pinName)));
-    if (!*id)
+    if (*id == nullptr)
         return E_OUTOFMEMORY;
     lstrcpyW(*id, g_pinName);
     return S_OK;
@@ -333,15 +257,12 @@ STDMETHODIMP SinkPin::QueryId(LPWSTR* id)
 
 STDMETHODIMP SinkPin::QueryAccept(const AM_MEDIA_TYPE* type)
 {
-    return type && m_receiver.Accepts(*type) ? S_OK : S_FALSE;
+    return type != nullptr && m_receiver->Accepts(*type) ? S_OK : S_FALSE;
 }
 
 STDMETHODIMP SinkPin::EnumMediaTypes(IEnumMediaTypes** types)
 {
-    if (!types)
-        return E_POINTER;
-    *types = new (std::nothrow) NoMediaTypes;
-    return *types ? S_OK : E_OUTOFMEMORY;
+    return types != nullptr ? CComDSEnum<NoTypesAccessor, IEnumMediaTypes>::Create(types, this, 0) : E_POINTER;
 }
 
 STDMETHODIMP SinkPin::EndOfStream()
@@ -366,7 +287,7 @@ STDMETHODIMP SinkPin::EndFlush()
 // Before an agreement the platform's allocator is offered; afterwards this tells what was agreed.
 STDMETHODIMP SinkPin::GetAllocator(IMemAllocator** allocator)
 {
-    if (!allocator)
+    if (allocator == nullptr)
         return E_POINTER;
     *allocator = nullptr;
     const std::lock_guard<std::mutex> lock(m_lock);
@@ -376,14 +297,12 @@ STDMETHODIMP SinkPin::GetAllocator(IMemAllocator** allocator)
         if (FAILED(hr))
             return hr;
     }
-    *allocator = m_allocator;
-    (*allocator)->AddRef();
-    return S_OK;
+    return m_allocator.CopyTo(allocator);
 }
 
 STDMETHODIMP SinkPin::NotifyAllocator(IMemAllocator* allocator, BOOL)
 {
-    if (!allocator)
+    if (allocator == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_lock);
     m_allocator = allocator;
@@ -392,17 +311,17 @@ STDMETHODIMP SinkPin::NotifyAllocator(IMemAllocator* allocator, BOOL)
 
 STDMETHODIMP SinkPin::Receive(IMediaSample* sample)
 {
-    if (!sample)
+    if (sample == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> receiving(m_receiving);
     if (m_filter.IsStopped())
         return VFW_E_WRONG_STATE;
-    return m_flushing ? S_FALSE : m_receiver.OnFrame(sample);
+    return m_flushing ? S_FALSE : m_receiver->OnFrame(sample);
 }
 
 STDMETHODIMP SinkPin::ReceiveMultiple(IMediaSample** samples, long count, long* processed)
 {
-    if (!samples || !processed)
+    if (samples == nullptr || processed == nullptr)
         return E_POINTER;
     HRESULT hr = S_OK;
     for (*processed = 0; hr == S_OK && *processed < count;)
@@ -416,35 +335,9 @@ STDMETHODIMP SinkPin::ReceiveMultiple(IMediaSample** samples, long count, long* 
 
 // --- The filter
 
-STDMETHODIMP FrameSink::QueryInterface(REFIID riid, void** object)
-{
-    if (!object)
-        return E_POINTER;
-    if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IPersist) ||
-        IsEqualIID(riid, IID_IMediaFilter) || IsEqualIID(riid, IID_IBaseFilter))
-        *object = static_cast<IBaseFilter*>(this);
-    else if (IsEqualIID(riid, IID_IAMFilterMiscFlags))
-        *object = static_cast<IAMFilterMiscFlags*>(this);
-    else
-    {
-        *object = nullptr;
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-}
-
-STDMETHODIMP_(ULONG) FrameSink::Release()
-{
-    const ULONG left = --m_references;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
 STDMETHODIMP FrameSink::GetClassID(CLSID* clsid)
 {
-    if (!clsid)
+    if (clsid == nullptr)
         return E_POINTER;
     *clsid = CLSID_NULL; // the filter cannot be made by anybody else
     return S_OK;
@@ -483,7 +376,7 @@ STDMETHODIMP FrameSink::Run(REFERENCE_TIME)
 
 STDMETHODIMP FrameSink::GetState(DWORD, FILTER_STATE* state)
 {
-    if (!state)
+    if (state == nullptr)
         return E_POINTER;
     *state = m_state;
     return S_OK;
@@ -498,43 +391,35 @@ STDMETHODIMP FrameSink::SetSyncSource(IReferenceClock* clock)
 
 STDMETHODIMP FrameSink::GetSyncSource(IReferenceClock** clock)
 {
-    if (!clock)
+    if (clock == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_lock);
-    *clock = m_clock;
-    if (*clock)
-        (*clock)->AddRef();
-    return S_OK;
+    return m_clock.CopyTo(clock);
 }
 
 STDMETHODIMP FrameSink::EnumPins(IEnumPins** pins)
 {
-    if (!pins)
-        return E_POINTER;
-    *pins = new (std::nothrow) OnePin(*this, false);
-    return *pins ? S_OK : E_OUTOFMEMORY;
+    return pins != nullptr ? CComDSEnum<SinkPinAccessor, IEnumPins>::Create(pins, this, 0) : E_POINTER;
 }
 
 STDMETHODIMP FrameSink::FindPin(LPCWSTR id, IPin** pin)
 {
-    if (!id || !pin)
+    if (id == nullptr || pin == nullptr)
         return E_POINTER;
     *pin = nullptr;
     if (lstrcmpW(id, g_pinName) != 0)
         return VFW_E_NOT_FOUND;
-    *pin = &m_pin;
-    (*pin)->AddRef();
-    return S_OK;
+    return CComPtr<IPin>(&m_pin).CopyTo(pin);
 }
 
 STDMETHODIMP FrameSink::QueryFilterInfo(FILTER_INFO* info)
 {
-    if (!info)
+    if (info == nullptr)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_lock);
     lstrcpynW(info->achName, m_name, MAX_FILTER_NAME);
     info->pGraph = m_graph;
-    if (info->pGraph)
+    if (info->pGraph != nullptr)
         info->pGraph->AddRef();
     return S_OK;
 }
@@ -543,7 +428,7 @@ STDMETHODIMP FrameSink::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
     m_graph = graph;
-    lstrcpynW(m_name, name ? name : L"", MAX_FILTER_NAME);
+    lstrcpynW(m_name, name != nullptr ? name : L"", MAX_FILTER_NAME);
     return S_OK;
 }
 
@@ -569,7 +454,7 @@ void FrameSink::NotifyComplete()
     CComPtr<IMediaEventSink> events;
     {
         const std::lock_guard<std::mutex> lock(m_lock);
-        if (m_graph)
+        if (m_graph != nullptr)
             m_graph->QueryInterface(IID_IMediaEventSink, reinterpret_cast<void**>(&events));
     }
     if (events)
@@ -579,6 +464,11 @@ void FrameSink::NotifyComplete()
 
 HRESULT CreateFrameSink(SampleReceiver& receiver, CComPtr<IBaseFilter>& filter)
 {
-    filter.Attach(new (std::nothrow) FrameSink(receiver));
-    return filter ? S_OK : E_OUTOFMEMORY;
+    CComPtr<CComObject<FrameSink>> sink;
+    const HRESULT hr = DSTLCreateObject(&sink);
+    if (FAILED(hr))
+        return hr;
+    sink->m_receiver = &receiver;
+    filter = static_cast<IBaseFilter*>(sink.p);
+    return S_OK;
 }

@@ -1,5 +1,5 @@
 #include "FrameWriter.h"
-#include "FileWriter.h"
+#include "OutputFile.h"
 #include <cstring>
 #include <vector>
 
@@ -62,7 +62,7 @@ bool CanWriteFrames(const VideoFormat& format)
 HRESULT WriteFrameAsBmp(const std::wstring& path, const VideoFormat& format, const BYTE* bits, size_t size)
 {
     const FrameKind* kind = FindKind(format);
-    if (!kind || !bits)
+    if (kind == nullptr || bits == nullptr)
         return E_INVALIDARG;
     const size_t rows = static_cast<size_t>(format.height);
     const size_t columns = static_cast<size_t>(format.width);

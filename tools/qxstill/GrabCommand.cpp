@@ -1,14 +1,11 @@
-#include "GrabCommand.h"
+#include "Commands.h"
 #include "Clock.h"
-#include "Com.h"
 #include "Connection.h"
 #include "Failure.h"
 #include "FilterGraph.h"
-#include "FormatChoice.h"
 #include "FrameCollector.h"
 #include "FrameEnd.h"
 #include "FrameWriter.h"
-#include "WaitForFrames.h"
 #include <cstdio>
 #include <filesystem>
 

@@ -1,4 +1,5 @@
 #include "HResultText.h"
+#include "dstl/WinAPI/Owner.h"
 #include "Failure.h"
 #include <dshow.h>
 #include <errors.h>
@@ -251,13 +252,11 @@ std::wstring MediaText(HRESULT hr)
 
 std::wstring SystemText(HRESULT hr)
 {
-    wchar_t* text = nullptr;
+    COwnedLocal<wchar_t> text;
     const DWORD length = FormatMessageW(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-        static_cast<DWORD>(hr), 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
-    const std::wstring result = length != 0 ? Tidy(std::wstring(text, length)) : std::wstring();
-    LocalFree(text);
-    return result;
+        static_cast<DWORD>(hr), 0, reinterpret_cast<wchar_t*>(text.Out()), 0, nullptr);
+    return length != 0 ? Tidy(std::wstring(text.Get(), length)) : std::wstring();
 }
 
 // Codes of the interface facility mean different things to different libraries: there the media library comes

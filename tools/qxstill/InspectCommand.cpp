@@ -1,12 +1,12 @@
-#include "InspectCommand.h"
-#include "Com.h"
+#include "Commands.h"
+#include "FilterGraph.h"
 #include "Connection.h"
 #include "Failure.h"
 #include "HResultText.h"
-#include "MediaType.h"
 #include "PictureNames.h"
 #include "QXStillSource.h"
 #include "VideoFormat.h"
+#include "dstl/dshowx/DSTypes.h"
 #include <cstdio>
 
 namespace
@@ -84,12 +84,9 @@ std::string Name(const wchar_t* const* names, long value)
 void PrintProperties(IBaseFilter* source)
 {
     const CComPtr<IFileSourceFilter> file = Ask<IFileSourceFilter>(source);
-    LPOLESTR name = nullptr;
-    if (file && SUCCEEDED(file->GetCurFile(&name, nullptr)))
-    {
-        std::printf("  picture     \"%s\"\n", ToUtf8(name).c_str());
-        CoTaskMemFree(name);
-    }
+    COwnedTask<OLECHAR> name;
+    if (file && SUCCEEDED(file->GetCurFile(name.Out(), nullptr)))
+        std::printf("  picture     \"%s\"\n", ToUtf8(name.Get()).c_str());
     const CComPtr<IQXStillSource> control = Ask<IQXStillSource>(source);
     if (!control)
         return;
@@ -113,8 +110,8 @@ void PrintTypes(IPin* pin)
     Check(pin->EnumMediaTypes(&types), "the pin does not report its media types");
     for (int count = 0;; ++count)
     {
-        AM_MEDIA_TYPE* type = nullptr;
-        if (types->Next(1, &type, nullptr) != S_OK)
+        COwnedMediaType type;
+        if (types->Next(1, type.Out(), nullptr) != S_OK)
         {
             if (count == 0)
                 std::printf(
@@ -122,10 +119,9 @@ void PrintTypes(IPin* pin)
             return;
         }
         VideoFormat format;
-        const bool isRead = ReadVideoFormat(*type, format);
+        const bool isRead = ReadVideoFormat(*type.Get(), format);
         std::printf("  offers      %s\n",
                     isRead ? Describe(format).c_str() : "a type that this program does not read");
-        MediaType::Delete(type);
     }
 }
 
@@ -142,12 +138,11 @@ void PrintCapabilities(IPin* pin)
     std::string last;
     for (int i = 0; i < count; ++i)
     {
-        AM_MEDIA_TYPE* next = nullptr;
+        COwnedMediaType next;
         VIDEO_STREAM_CONFIG_CAPS caps = {};
-        if (config->GetStreamCaps(i, &next, reinterpret_cast<BYTE*>(&caps)) != S_OK)
+        if (config->GetStreamCaps(i, next.Out(), reinterpret_cast<BYTE*>(&caps)) != S_OK)
             continue;
-        const std::string name = SubtypeName(next->subtype);
-        MediaType::Delete(next);
+        const std::string name = SubtypeName(next.Get()->subtype);
         if (name != last)
             std::printf(" %s", name.c_str());
         last = name;
@@ -178,22 +173,20 @@ void PrintPages(IPin* pin)
     CAUUID list = {};
     if (!pages || FAILED(pages->GetPages(&list)))
         return;
+    const COwnedTask<GUID> identifiers(list.pElems);
     for (ULONG i = 0; i < list.cElems; ++i)
         std::printf("  page        %s\n", GuidText(list.pElems[i]).c_str());
-    CoTaskMemFree(list.pElems);
 }
 
 void PrintPin(IPin* pin)
 {
     PIN_INFO info = {};
     Check(pin->QueryPinInfo(&info), "a pin does not describe itself");
-    if (info.pFilter)
-        info.pFilter->Release();
-    LPWSTR id = nullptr;
-    Check(pin->QueryId(&id), "a pin does not report its identifier");
+    CComPtr<IBaseFilter>().Attach(info.pFilter); // only released
+    COwnedTask<WCHAR> id;
+    Check(pin->QueryId(id.Out()), "a pin does not report its identifier");
     std::printf("pin \"%s\", %s, identifier \"%s\"\n", ToUtf8(info.achName).c_str(),
-                info.dir == PINDIR_OUTPUT ? "output" : "input", ToUtf8(id).c_str());
-    CoTaskMemFree(id);
+                info.dir == PINDIR_OUTPUT ? "output" : "input", ToUtf8(id.Get()).c_str());
     PrintInterfaces(pin, g_pinInterfaces);
     PrintTypes(pin);
     PrintCapabilities(pin);

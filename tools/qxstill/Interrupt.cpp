@@ -30,7 +30,7 @@ Interrupt::Interrupt() : m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
     {
         const std::lock_guard<std::mutex> lock(g_lock);
-        g_event = m_event;
+        g_event = m_event.Get();
     }
     SetConsoleCtrlHandler(OnInterrupt, TRUE);
 }
@@ -38,9 +38,6 @@ Interrupt::Interrupt() : m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 Interrupt::~Interrupt()
 {
     SetConsoleCtrlHandler(OnInterrupt, FALSE);
-    {
-        const std::lock_guard<std::mutex> lock(g_lock);
-        g_event = nullptr;
-    }
-    CloseHandle(m_event);
+    const std::lock_guard<std::mutex> lock(g_lock);
+    g_event = nullptr;
 }

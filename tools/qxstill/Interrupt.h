@@ -1,7 +1,7 @@
 #pragma once
 /// Ctrl+C, and the other ways in which a console asks a program to end.
 
-#include "dstl/WinAPI/Platform.h"
+#include "dstl/WinAPI/Owner.h"
 
 /// For the length of a scope, an interruption sets an event instead of ending the program. A second one ends
 /// it. One such scope at a time.
@@ -14,8 +14,8 @@ public:
     Interrupt& operator=(const Interrupt&) = delete;
 
     /// Set once there was an interruption. Owned by the object.
-    HANDLE Event() const { return m_event; }
+    HANDLE Event() const { return m_event.Get(); }
 
 private:
-    const HANDLE m_event;
+    const COwnedHandle m_event;
 };

@@ -1,9 +1,8 @@
-#include "LogCommand.h"
+#include "Commands.h"
 #include "Failure.h"
 #include "HResultText.h"
 #include "Interrupt.h"
 #include "LogDll.h"
-#include "LogKey.h"
 #include "LogTail.h"
 #include <cstdio>
 #include <filesystem>
@@ -19,16 +18,13 @@ bool Exists(const std::wstring& path)
 HRESULT TryFile(const std::wstring& path)
 {
     constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_NOT_FOUND)
+    COwnedHandle file(CreateFileW(path.c_str(), FILE_APPEND_DATA, shareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file && GetLastError() == ERROR_FILE_NOT_FOUND)
         // A neighbour of it, as the log itself may be begun by a filter just now.
-        file = CreateFileW((path + L".try").c_str(), GENERIC_WRITE | DELETE, shareAll, nullptr, CREATE_NEW,
-                           FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return DSTLLastError();
-    CloseHandle(file);
-    return S_OK;
+        file.Attach(CreateFileW((path + L".try").c_str(), GENERIC_WRITE | DELETE, shareAll, nullptr,
+                                CREATE_NEW, FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    return file ? S_OK : DSTLLastError();
 }
 
 // Prints the file of a log DLL and throws if it cannot be written.

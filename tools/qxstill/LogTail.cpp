@@ -1,16 +1,18 @@
 #include "LogTail.h"
 #include "Failure.h"
 #include <algorithm>
+#include <utility>
 
 namespace
 {
 constexpr size_t g_piece = 65536;
 constexpr DWORD g_pause = 200; // milliseconds between two looks at a file that is followed
 
-HANDLE OpenShared(const std::wstring& path)
+COwnedHandle OpenShared(const std::wstring& path)
 {
-    return CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return COwnedHandle(CreateFileW(path.c_str(), GENERIC_READ,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 ULONGLONG SizeOf(HANDLE file)
@@ -31,13 +33,8 @@ bool IsSameFile(HANDLE a, HANDLE b)
 
 LogTail::LogTail(const std::wstring& path) : m_path(path), m_file(OpenShared(path))
 {
-    if (m_file == INVALID_HANDLE_VALUE)
+    if (!m_file)
         throw Failure("cannot read the log \"" + ToUtf8(path) + "\"", DSTLLastError());
-}
-
-LogTail::~LogTail()
-{
-    CloseHandle(m_file);
 }
 
 std::string LogTail::ReadAt(ULONGLONG offset, size_t size) const
@@ -47,7 +44,7 @@ std::string LogTail::ReadAt(ULONGLONG offset, size_t size) const
     place.Offset = static_cast<DWORD>(offset);
     place.OffsetHigh = static_cast<DWORD>(offset >> 32);
     DWORD read = 0;
-    if (!ReadFile(m_file, bytes.data(), static_cast<DWORD>(size), &read, &place))
+    if (!ReadFile(m_file.Get(), bytes.data(), static_cast<DWORD>(size), &read, &place))
     {
         const HRESULT hr = DSTLLastError();
         if (hr != HRESULT_FROM_WIN32(ERROR_HANDLE_EOF))
@@ -60,7 +57,7 @@ std::string LogTail::ReadAt(ULONGLONG offset, size_t size) const
 
 void LogTail::PutLast(size_t lines, const LogOutput& output)
 {
-    const ULONGLONG end = SizeOf(m_file);
+    const ULONGLONG end = SizeOf(m_file.Get());
     ULONGLONG begin = end;
     // Backwards, until one line end more is found than lines are wanted; that of the last line does not
     // count.
@@ -95,16 +92,12 @@ void LogTail::PutLast(size_t lines, const LogOutput& output)
 // Goes over to the file that has the name by now, if it is another one or was cut.
 bool LogTail::Reopen()
 {
-    const HANDLE file = OpenShared(m_path);
-    if (file == INVALID_HANDLE_VALUE)
+    COwnedHandle file = OpenShared(m_path);
+    if (!file)
         return false; // between the old and the new one
-    if (IsSameFile(file, m_file) && SizeOf(file) >= m_next)
-    {
-        CloseHandle(file);
+    if (IsSameFile(file.Get(), m_file.Get()) && SizeOf(file.Get()) >= m_next)
         return false;
-    }
-    CloseHandle(m_file);
-    m_file = file;
+    m_file = std::move(file);
     m_next = 0;
     return true;
 }

@@ -1,7 +1,7 @@
 #pragma once
 /// Reads the end of a file that others write to.
 
-#include "dstl/WinAPI/Platform.h"
+#include "dstl/WinAPI/Owner.h"
 #include <functional>
 #include <string>
 #include <string_view>
@@ -15,9 +15,6 @@ class LogTail
 public:
     /// Opens the file; its writers are not held up. Throws Failure.
     explicit LogTail(const std::wstring& path);
-    ~LogTail();
-    LogTail(const LogTail&) = delete;
-    LogTail& operator=(const LogTail&) = delete;
 
     /// Gives the last `lines` lines. A last line without an end counts.
     void PutLast(size_t lines, const LogOutput& output);
@@ -31,6 +28,6 @@ private:
     std::string ReadAt(ULONGLONG offset, size_t size) const;
 
     const std::wstring m_path;
-    HANDLE m_file = INVALID_HANDLE_VALUE;
+    COwnedHandle m_file;
     ULONGLONG m_next = 0; ///< the first byte that was not given yet
 };

@@ -84,13 +84,12 @@ std::string TryReaders(const std::wstring& name)
 // Why a file is not even opened, or empty.
 std::string TryToOpen(const std::wstring& name)
 {
-    const HANDLE file = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    const COwnedHandle file(CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file)
         return HResultReason(DSTLLastError());
     LARGE_INTEGER size = {};
-    GetFileSizeEx(file, &size);
-    CloseHandle(file);
+    GetFileSizeEx(file.Get(), &size);
     return size.QuadPart == 0 ? "the file is empty" : "";
 }
 

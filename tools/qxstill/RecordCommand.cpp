@@ -1,10 +1,7 @@
-#include "RecordCommand.h"
-#include "AviEnd.h"
-#include "AviSize.h"
+#include "Commands.h"
+#include "AviMux.h"
 #include "Clock.h"
-#include "Com.h"
 #include "Connection.h"
-#include "FormatChoice.h"
 #include "Interrupt.h"
 #include "PictureCheck.h"
 #include <cstdio>
@@ -51,7 +48,8 @@ void CheckFile(const StreamFile& file, const std::string& name)
 }
 
 // Waits for the end of the stream. Throws if the graph aborts, or the file fails or stops growing.
-// @param interrupted null: nothing interrupts the wait @return false where the user has interrupted it
+// @param interrupted null: nothing interrupts the wait
+// @return false where the user has interrupted it
 bool WaitForEnd(FilterGraph& graph, const StreamFile& file, const RecordOptions& options, HANDLE interrupted)
 {
     const HANDLE handles[] = {file.FailedEvent(), graph.EventHandle(), interrupted};
@@ -144,7 +142,7 @@ void Record(IBaseFilter* source, const RecordOptions& options, HANDLE interrupte
     }
     graph.Stop(); // writes the index and the headers
     CheckFile(file, options.out);
-    const uint32_t count = CountAviFrames(target.File().get());
+    const uint32_t count = CountAviFrames(target.File()->Get());
     if (isWhole && count != static_cast<uint32_t>(options.frames))
         throw Failure("the AVI mux has written " + FramesOf(count, options) + "; no file is left");
     if (count == 0)

@@ -1,12 +1,9 @@
-#include "ShowCommand.h"
+#include "Commands.h"
 #include "Clock.h"
-#include "Com.h"
 #include "Connection.h"
 #include "Failure.h"
 #include "FilterGraph.h"
-#include "FormatChoice.h"
 #include "QXStillSource.h"
-#include "VideoRenderers.h"
 #include <algorithm>
 #include <cstdio>
 
@@ -134,6 +131,25 @@ void Show(const ShowOptions& options)
     graph.Stop();
 }
 } // namespace
+
+const std::vector<VideoRenderer>& VideoRenderers()
+{
+    static const std::vector<VideoRenderer> renderers = {
+        {"video", "the Video Renderer", CLSID_VideoRenderer},
+        {"vmr7", "the Video Mixing Renderer 7", CLSID_VideoMixingRenderer},
+        {"vmr9", "the Video Mixing Renderer 9", CLSID_VideoMixingRenderer9},
+    };
+    return renderers;
+}
+
+CComPtr<IBaseFilter> CreateVideoRenderer(const VideoRenderer& renderer)
+{
+    CComPtr<IBaseFilter> filter;
+    const HRESULT hr = filter.CoCreateInstance(renderer.clsid, nullptr, CLSCTX_INPROC_SERVER);
+    if (FAILED(hr))
+        throw Failure(std::string(renderer.title) + " cannot be created", hr);
+    return filter;
+}
 
 void RunShow(const ShowOptions& options)
 {

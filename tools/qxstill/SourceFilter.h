@@ -2,10 +2,13 @@
 /// The filter under its registered name, and what the commands can ask of it.
 
 #include "OptionValues.h"
+#include "VideoFormat.h"
 #include <atlbase.h>
 #include <dshow.h>
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What a command line asks of the filter. Texts are UTF-8; what is empty or 0 is left to the filter.
 struct SourceOptions
@@ -27,3 +30,12 @@ void SetUpSource(IBaseFilter* source, const SourceOptions& options);
 
 /// Asks for a pixel format, an empty name being the picture's own, and a size. Throws Failure.
 void SetFormat(IBaseFilter* source, const std::string& name, const FrameSize& size);
+
+/// Has the unconnected source offer a format that is accepted. With --format it is that one and no other.
+/// Otherwise the picture's own comes first and then the others in their order; a line says which of these and
+/// why. Throws Failure where there are no frames in what was asked for, as for an odd width in UYVY.
+/// @param taker who accepts, in words: "the Video Renderer"
+/// @param accepts is asked while the source offers the format
+/// @return false if none was accepted; the source then offers what it did before
+bool ChooseFormat(IBaseFilter* source, const SourceOptions& options, const std::vector<std::string>& others,
+                  const std::string& taker, const std::function<bool(const VideoFormat&)>& accepts);

@@ -13,11 +13,11 @@ LARGE_INTEGER Large(ULONGLONG value)
 
 SharedFile OpenFile(const std::wstring& path)
 {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    COwnedHandle file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file)
         throw Failure("cannot write \"" + ToUtf8(path) + "\"", DSTLLastError());
-    return SharedFile(file, CloseHandle);
+    return std::make_shared<const COwnedHandle>(std::move(file));
 }
 } // namespace
 
@@ -37,11 +37,6 @@ StreamFile::StreamFile(SharedFile file, WriteBytes write)
 {
 }
 
-StreamFile::~StreamFile()
-{
-    CloseHandle(m_failed);
-}
-
 HRESULT StreamFile::Result() const
 {
     const std::lock_guard<std::mutex> lock(m_lock);
@@ -51,7 +46,7 @@ HRESULT StreamFile::Result() const
 ULONGLONG StreamFile::Size() const
 {
     LARGE_INTEGER size = {};
-    GetFileSizeEx(m_file.get(), &size);
+    GetFileSizeEx(m_file->Get(), &size);
     return static_cast<ULONGLONG>(size.QuadPart);
 }
 
@@ -79,7 +74,7 @@ HRESULT StreamFile::OnFrame(IMediaSample* sample)
 
 STDMETHODIMP StreamFile::QueryInterface(REFIID riid, void** object)
 {
-    if (!object)
+    if (object == nullptr)
         return E_POINTER;
     const bool known = IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_ISequentialStream) ||
                        IsEqualIID(riid, IID_IStream);
@@ -91,11 +86,11 @@ STDMETHODIMP StreamFile::Read(void* bytes, ULONG count, ULONG* read)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
     DWORD done = 0;
-    if (!SetFilePointerEx(m_file.get(), Large(m_position), nullptr, FILE_BEGIN) ||
-        !ReadFile(m_file.get(), bytes, count, &done, nullptr))
+    if (!SetFilePointerEx(m_file->Get(), Large(m_position), nullptr, FILE_BEGIN) ||
+        !ReadFile(m_file->Get(), bytes, count, &done, nullptr))
         return DSTLLastError();
     m_position += done;
-    if (read)
+    if (read != nullptr)
         *read = done;
     return done == count ? S_OK : S_FALSE;
 }
@@ -105,7 +100,7 @@ HRESULT StreamFile::Note(HRESULT hr)
     if (SUCCEEDED(m_result) && FAILED(hr))
     {
         m_result = hr;
-        SetEvent(m_failed);
+        SetEvent(m_failed.Get());
     }
     return m_result;
 }
@@ -114,9 +109,9 @@ HRESULT StreamFile::WriteAt(ULONGLONG position, const void* bytes, ULONG count)
 {
     if (FAILED(m_result))
         return m_result;
-    if (!SetFilePointerEx(m_file.get(), Large(position), nullptr, FILE_BEGIN))
+    if (!SetFilePointerEx(m_file->Get(), Large(position), nullptr, FILE_BEGIN))
         return Note(DSTLLastError());
-    return Note(m_write(m_file.get(), bytes, count));
+    return Note(m_write(m_file->Get(), bytes, count));
 }
 
 STDMETHODIMP StreamFile::Write(const void* bytes, ULONG count, ULONG* written)
@@ -124,7 +119,7 @@ STDMETHODIMP StreamFile::Write(const void* bytes, ULONG count, ULONG* written)
     const std::lock_guard<std::mutex> lock(m_lock);
     WriteAt(m_position, bytes, count);
     m_position += count;
-    if (written)
+    if (written != nullptr)
         *written = count;
     return S_OK;
 }
@@ -142,7 +137,7 @@ STDMETHODIMP StreamFile::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* 
     if (from + move.QuadPart < 0)
         return STG_E_INVALIDFUNCTION;
     m_position = static_cast<ULONGLONG>(from + move.QuadPart);
-    if (position)
+    if (position != nullptr)
         position->QuadPart = m_position;
     return S_OK;
 }
@@ -150,15 +145,15 @@ STDMETHODIMP StreamFile::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* 
 STDMETHODIMP StreamFile::SetSize(ULARGE_INTEGER size)
 {
     const std::lock_guard<std::mutex> lock(m_lock);
-    if (SUCCEEDED(m_result) && (!SetFilePointerEx(m_file.get(), Large(size.QuadPart), nullptr, FILE_BEGIN) ||
-                                !SetEndOfFile(m_file.get())))
+    if (SUCCEEDED(m_result) && (!SetFilePointerEx(m_file->Get(), Large(size.QuadPart), nullptr, FILE_BEGIN) ||
+                                !SetEndOfFile(m_file->Get())))
         Note(DSTLLastError());
     return S_OK;
 }
 
 STDMETHODIMP StreamFile::Stat(STATSTG* stat, DWORD)
 {
-    if (!stat)
+    if (stat == nullptr)
         return E_POINTER;
     *stat = {};
     stat->type = STGTY_STREAM;

@@ -1,8 +1,8 @@
 #pragma once
 /// A file as the end of a graph that delivers bytes, as a multiplexer does.
 
-#include "SampleReceiver.h"
-#include "UnfinishedFile.h"
+#include "FrameSink.h"
+#include "OutputFile.h"
 #include <functional>
 #include <mutex>
 #include <string>
@@ -24,14 +24,14 @@ public:
     explicit StreamFile(const std::wstring& path);
     /// Writes to an open, empty file.
     explicit StreamFile(SharedFile file, WriteBytes write = WriteToFile);
-    ~StreamFile();
+    ~StreamFile() = default;
     StreamFile(const StreamFile&) = delete;
     StreamFile& operator=(const StreamFile&) = delete;
 
     /// S_OK, or the first failure of the file.
     HRESULT Result() const;
     /// Set once there is a failure. Owned by the object.
-    HANDLE FailedEvent() const { return m_failed; }
+    HANDLE FailedEvent() const { return m_failed.Get(); }
     /// Bytes from the start of the file to the end of the last of them.
     ULONGLONG Size() const;
 
@@ -66,7 +66,7 @@ private:
 
     const SharedFile m_file;
     const WriteBytes m_write;
-    const HANDLE m_failed;
+    const COwnedHandle m_failed;
     mutable std::mutex m_lock; // guards the file's own position and the members below
     ULONGLONG m_position = 0;  // of the stream
     HRESULT m_result = S_OK;

@@ -1,11 +1,8 @@
-#include "TimeCommand.h"
+#include "Commands.h"
 #include "Clock.h"
-#include "Com.h"
 #include "Connection.h"
 #include "FilterGraph.h"
-#include "FormatChoice.h"
 #include "FrameEnd.h"
-#include "WaitForFrames.h"
 #include <cstdio>
 
 namespace

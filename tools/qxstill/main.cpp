@@ -1,15 +1,7 @@
 // qxstill: a host for the still-picture source filter on the command line.
 
 #include "dstl/WinAPI/Platform.h"
-#include "ChartCommand.h"
-#include "Failure.h"
-#include "GrabCommand.h"
-#include "InspectCommand.h"
-#include "LogCommand.h"
-#include "RecordCommand.h"
-#include "ShowCommand.h"
-#include "TimeCommand.h"
-#include "VideoRenderers.h"
+#include "Commands.h"
 #include <CLI/CLI.hpp>
 #include <shellapi.h>
 #include <fcntl.h>
@@ -25,11 +17,10 @@ constexpr int g_exitUsage = 2;
 std::vector<std::string> Arguments()
 {
     int count = 0;
-    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    const COwnedLocal<wchar_t*> wide(CommandLineToArgvW(GetCommandLineW(), &count));
     std::vector<std::string> arguments;
     for (int i = count - 1; wide && i > 0; --i)
-        arguments.push_back(ToUtf8(wide[i]));
-    LocalFree(wide);
+        arguments.push_back(ToUtf8(wide.Get()[i]));
     return arguments;
 }
 

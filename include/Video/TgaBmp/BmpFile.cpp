@@ -66,21 +66,21 @@ HRESULT ReadBmp(HANDLE hFile, BITMAPINFOHEADER* pBmpInfo, CTaskBytes& pPicture) 
 HRESULT LoadBmpFile(const wchar_t* pszFileName, BITMAPINFOHEADER* pBmpHeader, BYTE** ppPicture) noexcept
 {
     DSASSERT(pszFileName != NULL);
-    if (pszFileName == NULL)
+    if (pszFileName == nullptr)
         return E_INVALIDARG;
     DSASSERT(pBmpHeader != NULL);
-    if (pBmpHeader == NULL)
+    if (pBmpHeader == nullptr)
         return E_INVALIDARG;
     DSASSERT(ppPicture != NULL);
-    if (ppPicture == NULL)
+    if (ppPicture == nullptr)
         return E_POINTER;
 
     *pBmpHeader = BITMAPINFOHEADER{};
-    *ppPicture = NULL;
+    *ppPicture = nullptr;
     SetLastError(ERROR_SUCCESS);
     // No sharing, unlike the TGA reader, and to stay so.
-    CFileHandle file(CreateFileW(pszFileName, GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL));
-    if (!file.IsOpen())
+    COwnedHandle file(CreateFileW(pszFileName, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (!file)
         return DSTLLastError();
 
     BITMAPINFOHEADER rgBmpInfo{};
@@ -92,5 +92,48 @@ HRESULT LoadBmpFile(const wchar_t* pszFileName, BITMAPINFOHEADER* pBmpHeader, BY
         return DSTLLastError();
     *pBmpHeader = rgBmpInfo;
     *ppPicture = pPicture.Detach();
+    return S_OK;
+}
+
+HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
+{
+    DSASSERT(pszBmpFile != NULL);
+    if (pszBmpFile == nullptr)
+        return E_INVALIDARG;
+    DSASSERT(bmi.biSizeImage > 0);
+    if (bmi.biSizeImage == 0)
+        return E_INVALIDARG;
+    DSASSERT(pBmp != NULL);
+    if (pBmp == nullptr)
+        return E_INVALIDARG;
+    if (bmi.biSizeImage > MAXDWORD - cbBmpHeaders)
+        return E_INVALIDARG; // bfSize does not hold the length of the file
+
+    BITMAPFILEHEADER header{};
+    header.bfType = wBmpType;
+    header.bfSize = cbBmpHeaders + bmi.biSizeImage;
+    header.bfOffBits = cbBmpHeaders;
+    BYTE rgHeaders[cbBmpHeaders] = {};
+    std::memcpy(rgHeaders, &header, sizeof(header));
+    std::memcpy(rgHeaders + sizeof(header), &bmi, sizeof(bmi));
+
+    SetLastError(ERROR_SUCCESS);
+    COwnedHandle file(
+        CreateFileW(pszBmpFile, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file)
+        return DSTLLastError();
+    const struct
+    {
+        const void* p;
+        DWORD cb;
+    } rgPieces[] = {{rgHeaders, sizeof(rgHeaders)}, {pBmp, bmi.biSizeImage}};
+    for (const auto& piece : rgPieces)
+    {
+        DWORD cbWritten = 0;
+        if (!WriteFile(file.Get(), piece.p, piece.cb, &cbWritten, nullptr))
+            return DSTLLastError();
+        if (cbWritten != piece.cb)
+            return E_FAIL;
+    }
     return S_OK;
 }

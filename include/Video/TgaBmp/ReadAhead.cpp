@@ -32,7 +32,8 @@ void CReadAhead::Forget() noexcept
     m_bEnd = false;
 }
 
-/// Moves what is left to the front of the memory, of cb bytes at least. \return false without memory
+/// Moves what is left to the front of the memory, of cb bytes at least.
+/// \return false without memory
 bool CReadAhead::MakeRoom(DWORD cb) noexcept
 {
     const DWORD cbLeft = ReadyBytes();
@@ -56,7 +57,8 @@ bool CReadAhead::MakeRoom(DWORD cb) noexcept
     return true;
 }
 
-/// Reads one piece behind what is left. \return false when nothing came
+/// Reads one piece behind what is left.
+/// \return false when nothing came
 bool CReadAhead::Fill(HANDLE hFile) noexcept
 {
     if (m_bEnd || !MakeRoom(m_bStarted ? cbPiece : cbFirstPiece))
@@ -64,7 +66,7 @@ bool CReadAhead::Fill(HANDLE hFile) noexcept
     const DWORD cbWanted = m_cbRoom - m_cbBytes;
     m_bStarted = true;
     DWORD cbGot = 0;
-    const bool bRead = ::ReadFile(hFile, m_pBytes.get() + m_cbBytes, cbWanted, &cbGot, NULL) != 0;
+    const bool bRead = ::ReadFile(hFile, m_pBytes.get() + m_cbBytes, cbWanted, &cbGot, nullptr) != 0;
     m_bEnd = !bRead || cbGot < cbWanted;
     if (bRead)
         m_cbBytes += cbGot;
@@ -111,7 +113,7 @@ bool CReadAhead::Seek(HANDLE hFile, LONG nDistance, DWORD dwMoveMethod) noexcept
     const bool bStepBack = dwMoveMethod == FILE_CURRENT && cbReady != 0;
     Forget();
     if (bStepBack &&
-        SetFilePointer(hFile, -static_cast<LONG>(cbReady), NULL, FILE_CURRENT) == INVALID_SET_FILE_POINTER)
+        SetFilePointer(hFile, -static_cast<LONG>(cbReady), nullptr, FILE_CURRENT) == INVALID_SET_FILE_POINTER)
         return false;
-    return SetFilePointer(hFile, nDistance, NULL, dwMoveMethod) != INVALID_SET_FILE_POINTER;
+    return SetFilePointer(hFile, nDistance, nullptr, dwMoveMethod) != INVALID_SET_FILE_POINTER;
 }

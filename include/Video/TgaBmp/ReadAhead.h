@@ -35,7 +35,8 @@ public:
     void Take(DWORD cb) noexcept { m_nNext += cb; }
 
     /// Gets more bytes ready unless there are cb of them. It does not say why there are not more: the next
-    /// Read does. \return true when cb bytes lie ready
+    /// Read does.
+    /// \return true when cb bytes lie ready
     bool MakeReady(HANDLE hFile, DWORD cb) noexcept;
 
 private:

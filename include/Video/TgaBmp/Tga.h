@@ -1,37 +1,11 @@
 #pragma once
-/// Reader of the TGA file format, version 2.0, as Truevision published it.
+/// Reader of TGA files: parser, pixel reader and converter in one object.
 
-#include "Video/TgaBmp/ReadAhead.h"
-#include "Video/TgaBmp/TgaRows.h"
+#include "Video/TgaBmp/TgaConvert.h"
+#include "Video/TgaBmp/TgaInput.h"
+#include "dstl/WinAPI/TaskBytes.h"
 
 #include <memory>
-
-/// What a loaded picture is made of.
-enum eTGAMode : DWORD
-{
-    eTGAMode_None = 0,
-    eTGAMode_ColMap = 1,
-    eTGAMode_TrueColor = 2,
-    eTGAMode_BW = 3
-};
-
-/// Header of a TGA file, its fields at their natural alignment.
-struct TGAHeader
-{
-    BYTE nIdLength;      ///< bytes of the image ID, which is skipped
-    BYTE nColMapType;    ///< not 0: the file has a colour map
-    BYTE nImageType;     ///< 1 colour-mapped, 2 true-colour, 3 black-and-white; 9 to 11 the same run-length
-                         ///< encoded
-    WORD nColMapFirst;   ///< first index of the colour map; never applied
-    WORD nColMapEntries; ///< entries of the colour map
-    BYTE nColMapDepth;   ///< bits of an entry
-    WORD nOriginX;       ///< never used
-    WORD nOriginY;       ///< never used
-    WORD nWidth;         ///< pixels
-    WORD nHeight;        ///< rows
-    BYTE nBitDepth;      ///< bits of a stored pixel, 1 to 32
-    BYTE fImageDesc;     ///< bits 0-3 alpha bits, 0x10 right to left, 0x20 top row first, 0xC0 interleave
-};
 
 /// One TGA file in memory. LoadFile reads it, ConvertToBmp turns it into a packed bottom-up bitmap, any
 /// number of times. Errors and warnings are traced. Made to live on the stack; not thread-safe.
@@ -68,8 +42,7 @@ public:
     /// Converts the loaded picture. Black-and-white pictures are refused.
     /// \param fccType FOURCC_RGB24, FOURCC_RGB32 or FOURCC_ARGB32
     /// \param pBmp out: Rows() rows of (Columns() * bytes + 3) & ~3 bytes, bytes being 3 or 4; bottom row
-    /// first.
-    ///        Bytes behind the last pixel of a row are not written
+    /// first. Bytes behind the last pixel of a row are not written
     /// \param pAlpha out, may be null: Rows() rows of (Columns() + 3) & ~3 bytes; 255 without alpha bits
     HRESULT ConvertToBmp(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept;
 
@@ -80,17 +53,14 @@ public:
     /// Stored pixels in file order, rows not aligned.
     const BYTE* Image() const noexcept { return m_pImage.get(); }
     eTGAMode Mode() const noexcept { return m_eMode; }
-    DWORD BitsPerColour() const noexcept
-    {
-        return m_eMode == eTGAMode_ColMap ? m_header.nColMapDepth : m_header.nBitDepth;
-    }
-    bool IsTopOrigin() const noexcept { return (m_header.fImageDesc & 0x20) != 0; }
-    bool HasAlpha() const noexcept { return (m_header.fImageDesc & 0x0F) != 0; }
+    DWORD BitsPerColour() const noexcept { return Stored().BitsPerColour(); }
+    bool IsTopOrigin() const noexcept { return m_header.IsTopOrigin(); }
+    bool HasAlpha() const noexcept { return m_header.HasAlpha(); }
     const TGAHeader& Header() const noexcept { return m_header; }
 
     /// The 32 bits at the start of an entry, little-endian, whatever the size of an entry. What lies behind
     /// the colour map reads as zero.
-    DWORD ColMapEntry(DWORD idx) const noexcept;
+    DWORD ColMapEntry(DWORD idx) const noexcept { return Stored().ColMapEntry(idx); }
 
 protected:
     /// Parses the file from its start.
@@ -123,48 +93,15 @@ private:
         CTaskBytes* pBmp;
         eBitmap eMade;
     };
-    /// How far the stored pixels are read.
-    struct Progress
-    {
-        DWORD nRest;  ///< pixels that are still to come
-        DWORD cbRead; ///< bytes of the file that the others took
-    };
-
     HRESULT Load(const wchar_t* pszTgaFile, Wish* pWish) noexcept;
     HRESULT Parse(HANDLE hFile, Wish* pWish) noexcept;
-    HRESULT ReadHeader(HANDLE hFile) noexcept;
-    HRESULT CheckHeader() const noexcept;
-    HRESULT ReadColMap(HANDLE hFile, DWORD* pcbRead) noexcept;
     HRESULT ReadImage(HANDLE hFile, DWORD cbBefore, ULONGLONG cbFile, Wish* pWish, DWORD* pcbRead) noexcept;
-    HRESULT ReadFooter(HANDLE hFile, DWORD cbRest) noexcept;
-    HRESULT ReportRead(bool bRead, DWORD cb, DWORD cbRead) const noexcept;
-    HRESULT ReportImage(HRESULT hr) const noexcept;
-
     HRESULT TakePixels(HANDLE hFile, Wish* pWish, DWORD* pcbRead) noexcept;
-    HRESULT ReadWhole(HANDLE hFile, BYTE* pbImage, DWORD* pcbRead) noexcept;
-    HRESULT ReadConverted(HANDLE hFile, PFNTGAROW pfnRow, const Wish& wish, DWORD* pcbRead) noexcept;
-    HRESULT PassOver(HANDLE hFile, DWORD* pcbRead) noexcept;
-    template <class TPlace, class TOnBand>
-    HRESULT ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onBand, DWORD* pcbRead) noexcept;
-    HRESULT ReadPixels(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress, DWORD* pnGot) noexcept;
-    HRESULT ReadPlain(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress) noexcept;
-    HRESULT ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* pnGot) noexcept;
-    bool CanHold(ULONGLONG cbRest) const noexcept;
 
-    /// Bytes of the stored pixels, counted in 32 bits.
-    DWORD ImageSize() const noexcept { return Columns() * Rows() * m_cbDepth; }
-    bool IsPacked() const noexcept { return (m_header.nImageType & 8) != 0; }
-    /// The row of the bitmap, whose bottom row is the first, for a row of the file.
-    size_t BitmapRow(DWORD nStoredRow) const noexcept
+    TgaStored Stored() const noexcept
     {
-        return IsTopOrigin() ? Rows() - 1 - nStoredRow : nStoredRow;
+        return {m_header, m_eMode, m_pImage.get(), m_pColMap.get(), m_cbColMapEntry};
     }
 
-    HRESULT CheckOutput(DWORD fccType, const BYTE* pBmp) const noexcept;
-    template <class TRow>
-    void ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TRow&& row) const noexcept;
-    template <class TNextPixel>
-    void ConvertPixels(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept;
-
-    CReadAhead m_ahead; ///< the only door to the file's contents
+    CTgaInput m_input;
 };

@@ -3,7 +3,6 @@
 #include "Video/TgaBmp/BmpFile.h"
 #include "Video/TgaBmp/Tga.h"
 #include "Video/TgaBmp/TgaRows.h"
-#include "dstl/WinAPI/File.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <cstring>
@@ -26,28 +25,28 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
                    BYTE** ppAlpha, bool bForceAlpha) noexcept
 {
     DSASSERT(pszFile != NULL);
-    if (pszFile == NULL)
+    if (pszFile == nullptr)
         return E_INVALIDARG;
     DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32);
     if (!(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
         return E_INVALIDARG;
     DSASSERT(pbmi != NULL);
-    if (pbmi == NULL)
+    if (pbmi == nullptr)
         return E_INVALIDARG;
     DSASSERT(ppBmp != NULL);
-    if (ppBmp == NULL)
+    if (ppBmp == nullptr)
         return E_POINTER;
 
     *pbmi = BITMAPINFOHEADER{};
-    *ppBmp = NULL;
-    if (ppAlpha != NULL)
-        *ppAlpha = NULL;
+    *ppBmp = nullptr;
+    if (ppAlpha != nullptr)
+        *ppAlpha = nullptr;
 
     // A bitmap without an alpha plane can be made while the file is read.
     CTga tga;
     CTaskBytes pBmp;
     CTga::eBitmap eBitmap = CTga::eBitmap_ToConvert;
-    HRESULT hr = ppAlpha == NULL ? tga.LoadFile(pszFile, fccType, &pBmp, &eBitmap) : tga.LoadFile(pszFile);
+    HRESULT hr = ppAlpha == nullptr ? tga.LoadFile(pszFile, fccType, &pBmp, &eBitmap) : tga.LoadFile(pszFile);
     if (FAILED(hr))
     {
         trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.LoadFile( '%s' )=0x%X\n", pszFile,
@@ -63,7 +62,7 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
     {
         if (!AllocTgaBitmap(tga.Columns(), tga.Rows(), fccType, &pBmp))
             return E_OUTOFMEMORY;
-        if (ppAlpha != NULL && (tga.HasAlpha() || bForceAlpha))
+        if (ppAlpha != nullptr && (tga.HasAlpha() || bForceAlpha))
         {
             // Not every depth writes the plane.
             pAlpha.AllocZeroed(AlignTgaRow(tga.Columns()) * tga.Rows());
@@ -79,7 +78,7 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
     }
     *pbmi = bmi;
     *ppBmp = pBmp.Detach();
-    if (ppAlpha != NULL)
+    if (ppAlpha != nullptr)
         *ppAlpha = pAlpha.Detach();
     return S_OK;
 }
@@ -100,7 +99,7 @@ HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
                      const wchar_t* pszAlphaFile) noexcept
 {
     DSASSERT(pszBmpFile != NULL);
-    if (pszBmpFile == NULL)
+    if (pszBmpFile == nullptr)
         return E_INVALIDARG;
 
     BITMAPINFOHEADER bmi;
@@ -114,7 +113,7 @@ HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
         return hr;
     }
     hr = SaveTraced(pszBmpFile, bmi, pBmp.Get());
-    if (FAILED(hr) || pszAlphaFile == NULL)
+    if (FAILED(hr) || pszAlphaFile == nullptr)
         return hr;
 
     const size_t nWidth = static_cast<size_t>(bmi.biWidth);
@@ -127,47 +126,4 @@ HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
             std::memset(pbOut, pbAlpha[x], 4);
     }
     return SaveTraced(pszAlphaFile, bmi, pBmp.Get());
-}
-
-HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
-{
-    DSASSERT(pszBmpFile != NULL);
-    if (pszBmpFile == NULL)
-        return E_INVALIDARG;
-    DSASSERT(bmi.biSizeImage > 0);
-    if (bmi.biSizeImage == 0)
-        return E_INVALIDARG;
-    DSASSERT(pBmp != NULL);
-    if (pBmp == NULL)
-        return E_INVALIDARG;
-    if (bmi.biSizeImage > MAXDWORD - cbBmpHeaders)
-        return E_INVALIDARG; // bfSize does not hold the length of the file
-
-    BITMAPFILEHEADER header{};
-    header.bfType = wBmpType;
-    header.bfSize = cbBmpHeaders + bmi.biSizeImage;
-    header.bfOffBits = cbBmpHeaders;
-    BYTE rgHeaders[cbBmpHeaders] = {};
-    std::memcpy(rgHeaders, &header, sizeof(header));
-    std::memcpy(rgHeaders + sizeof(header), &bmi, sizeof(bmi));
-
-    SetLastError(ERROR_SUCCESS);
-    CFileHandle file(
-        CreateFileW(pszBmpFile, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL));
-    if (!file.IsOpen())
-        return DSTLLastError();
-    const struct
-    {
-        const void* p;
-        DWORD cb;
-    } rgPieces[] = {{rgHeaders, sizeof(rgHeaders)}, {pBmp, bmi.biSizeImage}};
-    for (const auto& piece : rgPieces)
-    {
-        DWORD cbWritten = 0;
-        if (!WriteFile(file.Get(), piece.p, piece.cb, &cbWritten, NULL))
-            return DSTLLastError();
-        if (cbWritten != piece.cb)
-            return E_FAIL;
-    }
-    return S_OK;
 }

@@ -13,8 +13,7 @@ bool MakeTgaBmpHeader(DWORD nColumns, DWORD nRows, DWORD fccType, BITMAPINFOHEAD
 /// \param pbmi out: biSize 40, positive height, BI_RGB; zeroed on failure
 /// \param ppBmp out: biSizeImage bytes, for the caller to free by CoTaskMemFree; null on failure
 /// \param ppAlpha out, may be null: alpha plane of the same row order, rows of (biWidth + 3) & ~3 bytes, for
-/// the
-///        caller to free by CoTaskMemFree; null on failure, and where the file has no alpha bits
+/// the caller to free by CoTaskMemFree; null on failure, and where the file has no alpha bits
 /// \param bForceAlpha hand out an alpha plane, all 255, even if the file has no alpha bits
 HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi, BYTE** ppBmp,
                    BYTE** ppAlpha, bool bForceAlpha) noexcept;
@@ -23,8 +22,3 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
 /// \param pszAlphaFile may be null: no picture of the alpha
 HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
                      const wchar_t* pszAlphaFile) noexcept;
-
-/// Writes a BMP file: 54 bytes of header, then bmi.biSizeImage bytes of pixels. A partial file stays on the
-/// disk.
-/// \return S_OK; E_INVALIDARG, also for a file of 4 GiB or more; the failure of the file
-HRESULT SaveBmpToFile(const wchar_t* pszBmpFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept;

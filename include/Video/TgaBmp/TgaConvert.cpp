@@ -1,6 +1,4 @@
-// From the stored pixels of a TGA file to a packed bottom-up bitmap.
-
-#include "Video/TgaBmp/Tga.h"
+#include "Video/TgaBmp/TgaConvert.h"
 
 #include "Video/TgaBmp/TgaRows.h"
 #include "dstl/dshowx/DSTrace.h"
@@ -38,50 +36,53 @@ Colour MakeColour(DWORD dwPixel, DWORD nBPP) noexcept
 }
 } // namespace
 
-DWORD CTga::ColMapEntry(DWORD idx) const noexcept
+DWORD TgaStored::ColMapEntry(DWORD idx) const noexcept
 {
-    DSASSERT(idx < m_header.nColMapEntries);
-    if (idx >= m_header.nColMapEntries || !m_pColMap)
+    // The text is known by this name.
+    DSASSERT_TEXT(idx < header.nColMapEntries, "idx < m_header.nColMapEntries");
+    if (idx >= header.nColMapEntries || pbColMap == nullptr)
         return 0;
-    return FetchPixel(m_pColMap.get() + size_t{idx} * m_cbColMapEntry); // the map has four bytes of slack
+    return FetchPixel(pbColMap + size_t{idx} * cbColMapEntry);
 }
 
-HRESULT CTga::CheckOutput(DWORD fccType, const BYTE* pBmp) const noexcept
+HRESULT CTgaConverter::CheckOutput() const noexcept
 {
+    const DWORD fccType = m_fccType;
+    const BYTE* const pBmp = m_pBmp;
     DSASSERT(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32);
     if (!(fccType == FOURCC_RGB24 || fccType == FOURCC_RGB32 || fccType == FOURCC_ARGB32))
         return E_INVALIDARG;
     DSASSERT(pBmp != NULL);
-    if (pBmp == NULL)
+    if (pBmp == nullptr)
         return E_INVALIDARG;
     DSASSERT(Columns() > 0 && Rows() > 0);
     if (!(Columns() > 0 && Rows() > 0))
         return E_FAIL;
     DSASSERT(Image() != NULL);
-    if (Image() == NULL)
+    if (Image() == nullptr)
         return E_FAIL;
     return S_OK;
 }
 
-HRESULT CTga::ConvertToBmp(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept
+HRESULT CTgaConverter::Convert() const noexcept
 {
-    HRESULT hr = CheckOutput(fccType, pBmp);
+    HRESULT hr = CheckOutput();
     if (FAILED(hr))
         return hr;
 
-    const wchar_t* pszTrace = NULL;
+    const wchar_t* pszTrace = nullptr;
     switch (Mode())
     {
     case eTGAMode_ColMap:
-        hr = Convert_ColMap(fccType, pBmp, pAlpha);
+        hr = ConvertColMap();
         pszTrace = L"###Err### CTga::ConvertToBmp(): Convert_ColMap()=0x%X\n";
         break;
     case eTGAMode_TrueColor:
-        hr = Convert_TrueColor(fccType, pBmp, pAlpha);
+        hr = ConvertTrueColor();
         pszTrace = L"###Err### CTga::ConvertToBmp(): Convert_TrueColor()=0x%X\n";
         break;
     case eTGAMode_BW:
-        hr = Convert_BW(fccType, pBmp, pAlpha);
+        hr = ConvertBW();
         pszTrace = L"###Err### CTga::ConvertToBmp(): Convert_BW()=0x%X\n";
         break;
     default:
@@ -96,32 +97,33 @@ HRESULT CTga::ConvertToBmp(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexce
 /// \param row called for each row, bottom row first: (stored row, row of the bitmap, row of the alpha plane
 /// or null)
 template <class TRow>
-void CTga::ConvertRows(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TRow&& row) const noexcept
+void CTgaConverter::ConvertRows(TRow&& row) const noexcept
 {
     const DWORD nColumns = Columns();
     const DWORD nRows = Rows();
     const size_t cbSource = size_t{nColumns} * Depth();
-    const size_t cbRow = AlignTgaRow(nColumns * TgaBitmapPixel(fccType));
+    const size_t cbRow = AlignTgaRow(nColumns * TgaBitmapPixel(m_fccType));
     const size_t cbAlphaRow = AlignTgaRow(nColumns);
 
-    if (pAlpha != NULL && !HasAlpha())
+    BYTE* pAlpha = m_pAlpha;
+    if (pAlpha != nullptr && !m_tga.header.HasAlpha())
     {
         for (DWORD y = 0; y < nRows; ++y)
             std::memset(pAlpha + y * cbAlphaRow, byTgaOpaque, nColumns);
-        pAlpha = NULL;
+        pAlpha = nullptr;
     }
     for (DWORD y = 0; y < nRows; ++y)
-        row(Image() + BitmapRow(y) * cbSource, pBmp + y * cbRow,
-            pAlpha != NULL ? pAlpha + y * cbAlphaRow : NULL);
+        row(Image() + TgaBitmapRow(m_tga.header, y) * cbSource, m_pBmp + y * cbRow,
+            pAlpha != nullptr ? pAlpha + y * cbAlphaRow : nullptr);
 }
 
 /// Pixels one by one, with an assertion for each that has no meaning.
 /// \param nextPixel gives the 32 bits of a pixel: (stored pixel)
 template <class TNextPixel>
-void CTga::ConvertPixels(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& nextPixel) const noexcept
+void CTgaConverter::ConvertPixels(TNextPixel&& nextPixel) const noexcept
 {
-    const DWORD nBPP = BitsPerColour();
-    const size_t cbPixel = TgaBitmapPixel(fccType);
+    const DWORD nBPP = m_tga.BitsPerColour();
+    const size_t cbPixel = TgaBitmapPixel(m_fccType);
     const auto row = [&](const BYTE* pbIn, BYTE* pbOut, BYTE* pbAlpha)
     {
         for (DWORD x = 0; x < Columns(); ++x, pbIn += Depth(), pbOut += cbPixel)
@@ -130,20 +132,20 @@ void CTga::ConvertPixels(DWORD fccType, BYTE* pBmp, BYTE* pAlpha, TNextPixel&& n
             pbOut[0] = colour.b;
             pbOut[1] = colour.g;
             pbOut[2] = colour.r;
-            if (fccType == FOURCC_ARGB32)
+            if (m_fccType == FOURCC_ARGB32)
                 pbOut[3] = colour.a;
-            else if (fccType == FOURCC_RGB32)
+            else if (m_fccType == FOURCC_RGB32)
                 pbOut[3] = 0;
-            if (pbAlpha != NULL && colour.bPlane)
+            if (pbAlpha != nullptr && colour.bPlane)
                 pbAlpha[x] = colour.a;
         }
     };
-    ConvertRows(fccType, pBmp, pAlpha, row);
+    ConvertRows(row);
 }
 
-HRESULT CTga::Convert_ColMap(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept
+HRESULT CTgaConverter::ConvertColMap() const noexcept
 {
-    const HRESULT hr = CheckOutput(fccType, pBmp);
+    const HRESULT hr = CheckOutput();
     if (FAILED(hr))
         return hr;
     DSASSERT(Mode() == eTGAMode_ColMap);
@@ -155,42 +157,40 @@ HRESULT CTga::Convert_ColMap(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noex
 
     // nColMapFirst is deliberately not subtracted: index 0 is the first stored entry.
     if (Depth() == 1)
-        ConvertPixels(fccType, pBmp, pAlpha, [this](const BYTE* pb) { return ColMapEntry(pb[0]); });
+        ConvertPixels([this](const BYTE* pb) { return m_tga.ColMapEntry(pb[0]); });
     else
-        ConvertPixels(fccType, pBmp, pAlpha,
-                      [this](const BYTE* pb) { return ColMapEntry(pb[0] | pb[1] << 8); });
+        ConvertPixels([this](const BYTE* pb) { return m_tga.ColMapEntry(pb[0] | pb[1] << 8); });
     return S_OK;
 }
 
-HRESULT CTga::Convert_TrueColor(DWORD fccType, BYTE* pBmp, BYTE* pAlpha) const noexcept
+HRESULT CTgaConverter::ConvertTrueColor() const noexcept
 {
-    const HRESULT hr = CheckOutput(fccType, pBmp);
+    const HRESULT hr = CheckOutput();
     if (FAILED(hr))
         return hr;
     DSASSERT(Mode() == eTGAMode_TrueColor);
     if (Mode() != eTGAMode_TrueColor)
         return E_FAIL;
 
-    const TgaRowForms* pForms = FindTgaRowForms(BitsPerColour());
-    if (pForms == NULL)
+    const TgaRowForms* pForms = FindTgaRowForms(m_tga.BitsPerColour());
+    if (pForms == nullptr)
     {
         // Four bytes for any depth: the image has four bytes of slack.
-        ConvertPixels(fccType, pBmp, pAlpha, [](const BYTE* pb) { return FetchPixel(pb); });
+        ConvertPixels([](const BYTE* pb) { return FetchPixel(pb); });
         return S_OK;
     }
     const auto row = [&](const BYTE* pbIn, BYTE* pbOut, BYTE* pbAlpha)
     {
-        pForms->Find(fccType)(pbIn, pbOut, Columns());
-        if (pbAlpha != NULL && pForms->pfnAlpha != NULL)
+        pForms->Find(m_fccType)(pbIn, pbOut, Columns());
+        if (pbAlpha != nullptr && pForms->pfnAlpha != nullptr)
             pForms->pfnAlpha(pbIn, pbAlpha, Columns());
     };
-    ConvertRows(fccType, pBmp, pAlpha, row);
+    ConvertRows(row);
     return S_OK;
 }
 
-HRESULT CTga::Convert_BW(DWORD, BYTE*, BYTE*) const noexcept
+HRESULT CTgaConverter::ConvertBW() const noexcept
 {
-    // Black-and-white pictures load and are refused here: that is what callers count on.
     DSASSERT_TEXT(false, "CTga::Convert_BW(): not ready yet");
     return E_FAIL;
 }

@@ -1,13 +1,11 @@
-// From a TGA file to its stored pixels: plain or out of packets, as a whole or band by band.
-
-#include "Video/TgaBmp/Tga.h"
-#include "Video/TgaBmp/TgaRows.h"
+#include "Video/TgaBmp/TgaPixels.h"
 
 #include "dstl/dshowx/DSTrace.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace
@@ -106,153 +104,127 @@ std::unique_ptr<BYTE[]> AllocBand(DWORD nPixels, DWORD cbPixel) noexcept
 }
 } // namespace
 
-/// Whether so many bytes are enough for the image. A packet stands for 128 pixels at most.
-bool CTga::CanHold(ULONGLONG cbRest) const noexcept
+bool CTgaPixelReader::CanHold(ULONGLONG cbRest) const noexcept
 {
-    const DWORD nPixels = Columns() * Rows();
-    if (!IsPacked())
-        return cbRest >= ULONGLONG{nPixels} * m_cbDepth;
-    const ULONGLONG nPackets = (ULONGLONG{nPixels} + nLongestPacket - 1) / nLongestPacket;
-    return cbRest >= nPackets * (1 + m_cbDepth);
-}
-
-HRESULT CTga::ReadRLEImage(HANDLE hFile, DWORD* pcbRead) noexcept
-{
-    if (pcbRead != NULL)
-        *pcbRead = 0;
-    DSASSERT(hFile != INVALID_HANDLE_VALUE);
-    if (hFile == INVALID_HANDLE_VALUE)
-        return E_FAIL;
-    DSASSERT(9 <= m_header.nImageType && m_header.nImageType <= 11);
-    if (!(9 <= m_header.nImageType && m_header.nImageType <= 11))
-        return E_FAIL;
-    DSASSERT(0 < m_cbDepth && m_cbDepth <= 4);
-    if (!(0 < m_cbDepth && m_cbDepth <= 4))
-        return E_FAIL;
-    DSASSERT(m_pImage != NULL);
-    if (m_pImage == NULL)
-        return E_FAIL;
-
-    DWORD cbRead = 0;
-    const HRESULT hr = ReadWhole(hFile, m_pImage.get(), &cbRead);
-    if (SUCCEEDED(hr) && pcbRead != NULL)
-        *pcbRead = cbRead;
-    return hr;
+    if (!m_header.IsPacked())
+        return cbRest >= ULONGLONG{m_nPixels} * m_cbPixel;
+    const ULONGLONG nPackets = (ULONGLONG{m_nPixels} + nLongestPacket - 1) / nLongestPacket;
+    return cbRest >= nPackets * (1 + m_cbPixel);
 }
 
 /// Reads the pixels of the image band after band.
 /// \param nBand pixels of a band; the last one may have fewer
 /// \param place says where a band goes: (its first pixel, its count of pixels); room as in AllocBand, or
-/// nothing behind the last pixel of the image \param onBand called with each band, in file order: (its place,
-/// its first pixel, its count of pixels)
+/// nothing behind the last pixel of the image
+/// \param onBand called with each band, in file order: (its place, its first pixel, its count of pixels)
 template <class TPlace, class TOnBand>
-HRESULT CTga::ReadBands(HANDLE hFile, DWORD nBand, TPlace&& place, TOnBand&& onBand, DWORD* pcbRead) noexcept
+HRESULT CTgaPixelReader::ReadBands(DWORD nBand, TPlace&& place, TOnBand&& onBand, DWORD* pcbRead) noexcept
 {
-    const DWORD nPixels = Columns() * Rows();
-    Progress progress = {nPixels, 0};
-    const BYTE* pbBefore = NULL;
+    Progress progress = {m_nPixels, 0};
+    const BYTE* pbBefore = nullptr;
     DWORD nThere = 0; // pixels that the last packet of the band before has brought
-    for (DWORD nFirst = 0, nWanted = 0; nFirst < nPixels; nFirst += nWanted)
+    for (DWORD nFirst = 0, nWanted = 0; nFirst < m_nPixels; nFirst += nWanted)
     {
-        nWanted = std::min(nBand, nPixels - nFirst);
+        nWanted = std::min(nBand, m_nPixels - nFirst);
         BYTE* const pbBand = place(nFirst, nWanted);
         if (nThere != 0)
-            std::memmove(pbBand, pbBefore, size_t{nThere} * m_cbDepth);
+            std::memmove(pbBand, pbBefore, size_t{nThere} * m_cbPixel);
         if (nThere < nWanted)
         {
             DWORD nGot = 0;
             const HRESULT hr =
-                ReadPixels(hFile, pbBand + size_t{nThere} * m_cbDepth, nWanted - nThere, &progress, &nGot);
+                ReadPixels(pbBand + size_t{nThere} * m_cbPixel, nWanted - nThere, &progress, &nGot);
             if (FAILED(hr))
                 return hr;
             nThere += nGot;
         }
         onBand(pbBand, nFirst, nWanted);
         nThere -= nWanted;
-        pbBefore = pbBand + size_t{nWanted} * m_cbDepth;
+        pbBefore = pbBand + size_t{nWanted} * m_cbPixel;
     }
     *pcbRead = progress.cbRead;
     return S_OK;
 }
 
-HRESULT CTga::ReadWhole(HANDLE hFile, BYTE* pbImage, DWORD* pcbRead) noexcept
+HRESULT CTgaPixelReader::ReadWhole(BYTE* pbImage, DWORD* pcbRead) noexcept
 {
     return ReadBands(
-        hFile, Columns() * Rows(), [&](DWORD, DWORD) { return pbImage; }, [](const BYTE*, DWORD, DWORD) {},
-        pcbRead);
+        m_nPixels, [&](DWORD, DWORD) { return pbImage; }, [](const BYTE*, DWORD, DWORD) {}, pcbRead);
 }
 
-/// Reads the image and keeps nothing of it: reports what is wrong with a file, at the cost of a band.
-HRESULT CTga::PassOver(HANDLE hFile, DWORD* pcbRead) noexcept
+HRESULT CTgaPixelReader::PassOver(DWORD* pcbRead) noexcept
 {
-    const DWORD nBand = std::min(cbBand / cbMaxPixel, Columns() * Rows());
-    const std::unique_ptr<BYTE[]> pBand = AllocBand(nBand, m_cbDepth);
+    const DWORD nBand = std::min(cbBand / cbMaxPixel, m_nPixels);
+    const std::unique_ptr<BYTE[]> pBand = AllocBand(nBand, m_cbPixel);
     if (!pBand)
         return E_OUTOFMEMORY;
-    return ReportImage(ReadBands(
-        hFile, nBand, [&](DWORD, DWORD) { return pBand.get(); }, [](const BYTE*, DWORD, DWORD) {}, pcbRead));
+    return Report(ReadBands(
+        nBand, [&](DWORD, DWORD) { return pBand.get(); }, [](const BYTE*, DWORD, DWORD) {}, pcbRead));
 }
 
-HRESULT CTga::ReadConverted(HANDLE hFile, PFNTGAROW pfnRow, const Wish& wish, DWORD* pcbRead) noexcept
+HRESULT CTgaPixelReader::ReadConverted(const TgaRowForms& forms, DWORD fccType, BYTE* pBmp,
+                                       DWORD* pcbRead) noexcept
 {
-    BYTE* const pBmp = wish.pBmp->Get();
-    const size_t cbPixel = TgaBitmapPixel(wish.fccType);
-    const size_t cbRow = AlignTgaRow(Columns() * cbPixel);
-    const size_t cbStoredRow = size_t{Columns()} * m_cbDepth;
+    const DWORD nColumns = m_header.nWidth;
+    const DWORD nRows = m_header.nHeight;
+    const PFNTGAROW pfnRow = forms.Find(fccType);
+    const size_t cbPixel = TgaBitmapPixel(fccType);
+    const size_t cbRow = AlignTgaRow(nColumns * cbPixel);
+    const size_t cbStoredRow = size_t{nColumns} * m_cbPixel;
     // In the order of the file a row never grows into what is still to be converted if its band is put to the
     // end of the place that it will take. So the system fills the fresh pages, which costs it less than a
     // fault costs here.
-    const bool bInPlace = cbPixel == cbMaxPixel && !IsTopOrigin();
-    if (bInPlace && m_cbDepth == cbMaxPixel && wish.fccType == FOURCC_ARGB32)
-        return ReportImage(ReadWhole(hFile, pBmp, pcbRead)); // as it is to be
+    const bool bInPlace = cbPixel == cbMaxPixel && !m_header.IsTopOrigin();
+    if (bInPlace && m_cbPixel == cbMaxPixel && fccType == FOURCC_ARGB32)
+        return Report(ReadWhole(pBmp, pcbRead)); // as it is to be
 
-    const DWORD nBandRows = std::clamp<DWORD>(static_cast<DWORD>(cbBand / cbStoredRow), 1, Rows());
-    const DWORD nBand = nBandRows * Columns();
+    const DWORD nBandRows = std::clamp<DWORD>(static_cast<DWORD>(cbBand / cbStoredRow), 1, nRows);
+    const DWORD nBand = nBandRows * nColumns;
     std::unique_ptr<BYTE[]> pBand;
     if (!bInPlace)
     {
-        pBand = AllocBand(nBand, m_cbDepth);
+        pBand = AllocBand(nBand, m_cbPixel);
         if (!pBand)
             return E_OUTOFMEMORY;
     }
     const auto place = [&](DWORD nFirst, DWORD nPixels)
     {
-        return bInPlace ? pBmp + (size_t{nFirst} + nPixels) * cbPixel - size_t{nPixels} * m_cbDepth
+        return bInPlace ? pBmp + (size_t{nFirst} + nPixels) * cbPixel - size_t{nPixels} * m_cbPixel
                         : pBand.get();
     };
     const auto convert = [&](const BYTE* pbBand, DWORD nFirst, DWORD nPixels)
     {
-        const DWORD nFirstRow = nFirst / Columns();
-        for (DWORD y = 0; y < nPixels / Columns(); ++y)
-            pfnRow(pbBand + y * cbStoredRow, pBmp + BitmapRow(nFirstRow + y) * cbRow, Columns());
+        const DWORD nFirstRow = nFirst / nColumns;
+        for (DWORD y = 0; y < nPixels / nColumns; ++y)
+            pfnRow(pbBand + y * cbStoredRow, pBmp + TgaBitmapRow(m_header, nFirstRow + y) * cbRow, nColumns);
     };
-    return ReportImage(ReadBands(hFile, nBand, place, convert, pcbRead));
+    return Report(ReadBands(nBand, place, convert, pcbRead));
 }
 
 /// \param pbOut room for nWanted pixels, and for a packet more unless the image ends before
 /// \param pnGot out: pixels read: nWanted, or up to a packet less one more
-HRESULT CTga::ReadPixels(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress, DWORD* pnGot) noexcept
+HRESULT CTgaPixelReader::ReadPixels(BYTE* pbOut, DWORD nWanted, Progress* pProgress, DWORD* pnGot) noexcept
 {
     *pnGot = 0;
-    if (!IsPacked())
+    if (!m_header.IsPacked())
     {
         *pnGot = nWanted;
-        return ReadPlain(hFile, pbOut, nWanted, pProgress);
+        return ReadPlain(pbOut, nWanted, pProgress);
     }
     while (*pnGot < nWanted)
     {
-        BYTE* const pb = pbOut + size_t{*pnGot} * m_cbDepth;
+        BYTE* const pb = pbOut + size_t{*pnGot} * m_cbPixel;
         DWORD nGot = 0;
-        if (pProgress->nRest >= nPacketRoom && m_ahead.MakeReady(hFile, cbPacketWindow))
+        if (pProgress->nRest >= nPacketRoom && m_input.MakeReady(m_hFile, cbPacketWindow))
         {
-            const DWORD cbReady = m_ahead.ReadyBytes();
-            nGot = rgDecode[m_cbDepth - 1](m_ahead, pb, nWanted - *pnGot, pProgress->nRest);
+            const DWORD cbReady = m_input.ReadyBytes();
+            nGot = rgDecode[m_cbPixel - 1](m_input, pb, nWanted - *pnGot, pProgress->nRest);
             pProgress->nRest -= nGot;
-            pProgress->cbRead += cbReady - m_ahead.ReadyBytes();
+            pProgress->cbRead += cbReady - m_input.ReadyBytes();
         }
         else
         {
-            const HRESULT hr = ReadPacket(hFile, pb, pProgress, &nGot);
+            const HRESULT hr = ReadPacket(pb, pProgress, &nGot);
             if (FAILED(hr))
                 return hr;
         }
@@ -262,23 +234,23 @@ HRESULT CTga::ReadPixels(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pPr
 }
 
 /// What is missing is reported as missing from the whole image, wherever a band ends.
-HRESULT CTga::ReadPlain(HANDLE hFile, BYTE* pbOut, DWORD nWanted, Progress* pProgress) noexcept
+HRESULT CTgaPixelReader::ReadPlain(BYTE* pbOut, DWORD nWanted, Progress* pProgress) noexcept
 {
-    const DWORD cb = nWanted * m_cbDepth;
+    const DWORD cb = nWanted * m_cbPixel;
     DWORD cbGot = 0;
-    const bool bRead = m_ahead.Read(hFile, pbOut, cb, &cbGot);
+    const bool bRead = m_input.Read(m_hFile, pbOut, cb, &cbGot);
     pProgress->nRest -= nWanted;
     pProgress->cbRead += cbGot;
     if (bRead && cbGot == cb)
         return S_OK;
-    return ReportRead(bRead, ImageSize(), pProgress->cbRead);
+    return CTgaInput::Report(bRead, ImageSize(), pProgress->cbRead);
 }
 
 /// One packet, step by step: reports what is wrong with it.
-HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* pnGot) noexcept
+HRESULT CTgaPixelReader::ReadPacket(BYTE* pbOut, Progress* pProgress, DWORD* pnGot) noexcept
 {
     BYTE byPacket = 0;
-    HRESULT hr = Read(hFile, sizeof(byPacket), &byPacket);
+    HRESULT hr = m_input.ReadExactly(m_hFile, sizeof(byPacket), &byPacket);
     if (FAILED(hr))
     {
         trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( count )=0x%X\n", hr);
@@ -293,11 +265,11 @@ HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* 
               pProgress->nRest);
         return E_FAIL;
     }
-    DWORD cbColors = m_cbDepth;
+    DWORD cbColors = m_cbPixel;
     if ((byPacket & fPacketRun) != 0)
     {
         BYTE bColors[cbMaxPixel] = {};
-        hr = Read(hFile, cbColors, bColors);
+        hr = m_input.ReadExactly(m_hFile, cbColors, bColors);
         if (FAILED(hr))
         {
             trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( compressed )=0x%X\n",
@@ -305,12 +277,12 @@ HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* 
             return hr;
         }
         for (DWORD i = 0; i < nCount; ++i)
-            std::memcpy(pbOut + i * m_cbDepth, bColors, m_cbDepth);
+            std::memcpy(pbOut + i * m_cbPixel, bColors, m_cbPixel);
     }
     else
     {
         cbColors *= nCount;
-        hr = Read(hFile, cbColors, pbOut);
+        hr = m_input.ReadExactly(m_hFile, cbColors, pbOut);
         if (FAILED(hr))
         {
             trace(atlTraceGeneral, eTL_Error, L"###Err### CTga::ReadRLEImage(): Read( uncompressed )=0x%X\n",
@@ -322,4 +294,15 @@ HRESULT CTga::ReadPacket(HANDLE hFile, BYTE* pbOut, Progress* pProgress, DWORD* 
     pProgress->cbRead += static_cast<DWORD>(sizeof(byPacket)) + cbColors;
     *pnGot = nCount;
     return S_OK;
+}
+
+HRESULT CTgaPixelReader::Report(HRESULT hr) const noexcept
+{
+    if (FAILED(hr))
+        trace(atlTraceGeneral, eTL_Error,
+              m_header.IsPacked()
+                  ? L"###Err### CTga::ReadFile(): ReadRLEImage()=0x%X\n"
+                  : L"###Err### CTga::ReadFile(): read Uncompressed Image Data failed, hr=0x%X\n",
+              hr);
+    return hr;
 }

@@ -77,7 +77,7 @@ void AlphaFrom32(const BYTE* pbIn, BYTE* pbOut, size_t nPixels) noexcept
 constexpr TgaRowForms rgForms[] = {
     {15, From16<3, false>, From16<4, false>, From16<4, true>, AlphaFrom16},
     {16, From16<3, false>, From16<4, false>, From16<4, true>, AlphaFrom16},
-    {24, CopyPixels<3>, From24To32<0>, From24To32<byTgaOpaque>, NULL},
+    {24, CopyPixels<3>, From24To32<0>, From24To32<byTgaOpaque>, nullptr},
     {32, From32To24, From32ToRGB32, CopyPixels<4>, AlphaFrom32},
 };
 } // namespace
@@ -89,7 +89,7 @@ const TgaRowForms* FindTgaRowForms(DWORD nBPP) noexcept
         if (forms.nBPP == nBPP)
             return &forms;
     }
-    return NULL;
+    return nullptr;
 }
 
 bool AllocTgaBitmap(DWORD nColumns, DWORD nRows, DWORD fccType, CTaskBytes* pBmp) noexcept

@@ -2,6 +2,7 @@
 /// From a row of stored TGA pixels to a row of a bitmap, and the bitmap that takes the rows.
 
 #include "Common/Common.h"
+#include "Video/TgaBmp/TgaHeader.h"
 #include "dstl/WinAPI/TaskBytes.h"
 
 /// One row of pixels to one row. Writes the pixels and nothing behind them. Where rows grow, the stored one
@@ -57,13 +58,21 @@ constexpr size_t TgaBitmapPixel(DWORD fccType) noexcept
     return fccType == FOURCC_RGB24 ? 3 : 4;
 }
 
-/// Bytes of a bitmap. \param nColumns, nRows 1 to 65535
+/// Bytes of a bitmap.
+/// \param nColumns, nRows 1 to 65535
 constexpr ULONGLONG TgaBitmapSize(DWORD nColumns, DWORD nRows, DWORD fccType) noexcept
 {
     return ULONGLONG{AlignTgaRow(nColumns * TgaBitmapPixel(fccType))} * nRows;
 }
 
 /// Takes memory for a bitmap. What lies behind the last pixel of a row is zero, all else is still to be
-/// written. \param nColumns, nRows 1 to 65535 \return false without memory, and for a bitmap whose size does
-/// not fit 32 bits
+/// written.
+/// \param nColumns, nRows 1 to 65535
+/// \return false without memory, and for a bitmap whose size does not fit 32 bits
 bool AllocTgaBitmap(DWORD nColumns, DWORD nRows, DWORD fccType, CTaskBytes* pBmp) noexcept;
+
+/// The row of the bitmap, whose bottom row is the first, for a row of the file.
+inline size_t TgaBitmapRow(const TGAHeader& header, DWORD nStoredRow) noexcept
+{
+    return header.IsTopOrigin() ? header.nHeight - 1u - nStoredRow : nStoredRow;
+}

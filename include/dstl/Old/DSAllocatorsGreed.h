@@ -33,7 +33,8 @@ public:
     bool AllocArray(ALLOCATOR_PROPERTIES rgProps, GreedBufferSlot** ppBuffers) noexcept;
     /// Gives memory to one slot, with the properties of the array. New memory is filled with zeros.
     bool AllocOne(GreedBufferSlot* pBuffer) noexcept;
-    /// Gives the memory of all slots back and forgets the properties. \param pBuffers null to forget only
+    /// Gives the memory of all slots back and forgets the properties.
+    /// \param pBuffers null to forget only
     void FreeArray(GreedBufferSlot* pBuffers, DWORD nBuffers) noexcept;
     /// Gives the memory of one slot back, if it holds any.
     static void FreeOne(GreedBufferSlot& slot) noexcept;
@@ -48,7 +49,8 @@ private:
 };
 
 /// The free stack. Slots [0, m_nFree) are free, the last of them is the top; slots [m_nFree, m_nStackSize)
-/// are handed out and keep their pointers. \tparam TArray the memory policy
+/// are handed out and keep their pointers.
+/// \tparam TArray the memory policy
 template <class TArray>
 class CGreedAllocatorBuffers : public TArray
 {
@@ -64,7 +66,8 @@ public:
         return CorrectAllocatorProps(rgProps, &TArray::IsValidAlign);
     }
 
-    /// Makes the stack, in the place of an earlier one. \return false, with an empty store, without memory
+    /// Makes the stack, in the place of an earlier one.
+    /// \return false, with an empty store, without memory
     bool Alloc(ALLOCATOR_PROPERTIES rgProps) noexcept
     {
         DSASSERT(rgProps.cBuffers > 0 && rgProps.cbBuffer > 0 && rgProps.cbAlign >= 0);

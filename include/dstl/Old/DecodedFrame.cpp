@@ -9,13 +9,13 @@ HRESULT CopyRowsBottomUp(const DecodedRows& rows, DSTLBLOB* pBlob) noexcept
     const LONGLONG nStride = rows.nStride; // its absolute value need not fit 32 bits
     const ULONGLONG cbRow = static_cast<ULONGLONG>(nStride < 0 ? -nStride : nStride);
     const ULONGLONG cbPixels = rows.nWidth * cbPixel;
-    if (rows.pbTop == NULL || cbPixels == 0 || rows.nHeight == 0 || cbRow < cbPixels)
+    if (rows.pbTop == nullptr || cbPixels == 0 || rows.nHeight == 0 || cbRow < cbPixels)
         return S_FALSE;
     const ULONGLONG cb = cbRow * rows.nHeight;
     if (cb > MAXDWORD)
         return E_OUTOFMEMORY;
     BYTE* const pbBlock = static_cast<BYTE*>(CoTaskMemAlloc(static_cast<size_t>(cb)));
-    if (pbBlock == NULL)
+    if (pbBlock == nullptr)
         return E_OUTOFMEMORY;
 
     BYTE* pbDst = pbBlock;

@@ -14,9 +14,10 @@ struct DecodedRows
 };
 
 /// Copies the rows to a new block, the bottom row first, each row |nStride| bytes from the next. Only the
-/// pixels are read; what lies behind them in a row is zero. \param pBlob out: the block, for the caller to
-/// free by CoTaskMemFree; empty without a picture \return S_OK; S_FALSE for no pixels and for a stride that
-/// is shorter than a row of them; E_OUTOFMEMORY, also for 4 GiB and more
+/// pixels are read; what lies behind them in a row is zero.
+/// \param pBlob out: the block, for the caller to free by CoTaskMemFree; empty without a picture
+/// \return S_OK; S_FALSE for no pixels and for a stride that is shorter than a row of them; E_OUTOFMEMORY,
+/// also for 4 GiB and more
 HRESULT CopyRowsBottomUp(const DecodedRows& rows, DSTLBLOB* pBlob) noexcept;
 
 /// How long a frame shows, in 100 ns units.

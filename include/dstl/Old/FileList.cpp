@@ -1,5 +1,7 @@
 #include "dstl/Old/FileList.h"
 
+#include "dstl/WinAPI/Owner.h"
+
 namespace
 {
 /// Characters of a name that the file system is asked about, terminator included. Longer names are cut.
@@ -35,7 +37,7 @@ bool CutBehindSeparator(wchar_t* pszPath) noexcept
 void AddName(const wchar_t* psz, CFileNames& arrFiles) noexcept
 {
     CComBSTR bsName(psz);
-    if (bsName.m_str != NULL) // no memory: the list goes without it
+    if (bsName.m_str != nullptr) // no memory: the list goes without it
         arrFiles.Add(bsName);
 }
 
@@ -43,7 +45,7 @@ void AddName(const wchar_t* psz, CFileNames& arrFiles) noexcept
 void AddNames(const wchar_t* pszName, CFileNames& arrFiles) noexcept
 {
     CComBSTR cbsTemp(pszName);
-    if (cbsTemp.m_str == NULL)
+    if (cbsTemp.m_str == nullptr)
         return;
     const UINT cch = SysStringLen(cbsTemp.m_str);
     wchar_t* pszEntry = cbsTemp.m_str;
@@ -61,7 +63,7 @@ void AddNames(const wchar_t* pszName, CFileNames& arrFiles) noexcept
 void AddFound(const wchar_t* pszFolder, const wchar_t* pszFile, CFileNames& arrFiles) noexcept
 {
     CComBSTR bsName(pszFolder);
-    if (SUCCEEDED(bsName.Append(pszFile)) && bsName.m_str != NULL)
+    if (SUCCEEDED(bsName.Append(pszFile)) && bsName.m_str != nullptr)
         arrFiles.Add(bsName);
 }
 
@@ -71,8 +73,8 @@ void AddFolder(const wchar_t* pszName, wchar_t (&szPath)[cchBuffer], CFileNames&
     wchar_t szFileName[cchBuffer] = {};
     lstrcpynW(szFileName, pszName, cchName);
     WIN32_FIND_DATAW fd{};
-    HANDLE hFind = FindFirstFileW(pszName, &fd);
-    if (hFind == INVALID_HANDLE_VALUE || IsFolder(fd.dwFileAttributes))
+    COwnedFind find(FindFirstFileW(pszName, &fd));
+    if (!find || IsFolder(fd.dwFileAttributes))
     {
         const int cch = lstrlenW(szFileName);
         const wchar_t chLast = cch > 0 ? szFileName[cch - 1] : 0;
@@ -80,11 +82,10 @@ void AddFolder(const wchar_t* pszName, wchar_t (&szPath)[cchBuffer], CFileNames&
             lstrcatW(szFileName, L"*.*");
         else if (chLast != L'*')
             lstrcatW(szFileName, L"\\*.*");
-        if (hFind != INVALID_HANDLE_VALUE)
-            FindClose(hFind);
-        hFind = FindFirstFileW(szFileName, &fd);
+        find.Close();
+        find.Attach(FindFirstFileW(szFileName, &fd));
     }
-    if (hFind == INVALID_HANDLE_VALUE)
+    if (!find)
         return;
 
     const int cchPath = lstrlenW(szPath);
@@ -95,14 +96,13 @@ void AddFolder(const wchar_t* pszName, wchar_t (&szPath)[cchBuffer], CFileNames&
         // An exact comparison on purpose: a folder with any further attribute is listed like a file.
         if (fd.dwFileAttributes != FILE_ATTRIBUTE_DIRECTORY)
             AddFound(szPath, fd.cFileName, arrFiles);
-    } while (FindNextFileW(hFind, &fd) == TRUE);
-    FindClose(hFind);
+    } while (FindNextFileW(find.Get(), &fd) == TRUE);
 }
 } // namespace
 
 bool ScanFileList(const wchar_t* pszName, CFileNames& arrFiles) noexcept
 {
-    if (pszName == NULL)
+    if (pszName == nullptr)
         pszName = L"";
 
     wchar_t szPath[cchBuffer] = {};

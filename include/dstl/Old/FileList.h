@@ -11,5 +11,7 @@ using CFileNames = CSimpleArray2<CComBSTR>;
 
 /// Appends to arrFiles what the name stands for: a folder or a wildcard gives the files found, each with the
 /// folder in front and in the order in which the system finds them; anything else is split at "|" and not
-/// tested. \param pszName null counts as the empty name \return true when arrFiles holds anything afterwards
+/// tested.
+/// \param pszName null counts as the empty name
+/// \return true when arrFiles holds anything afterwards
 bool ScanFileList(const wchar_t* pszName, CFileNames& arrFiles) noexcept;

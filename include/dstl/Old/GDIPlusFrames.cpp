@@ -1,6 +1,7 @@
 #include "dstl/Old/GDIPlusFrames.h"
 
 #include "dstl/Old/DecodedFrame.h"
+#include "dstl/WinAPI/Owner.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <gdiplus.h>
@@ -14,30 +15,29 @@ namespace
 {
 namespace Flat = Gdiplus::DllExports;
 
+struct GdiPlusBitmapTraits
+{
+    using Value = Gdiplus::GpBitmap*;
+    static bool Close(Gdiplus::GpBitmap* p) noexcept { return Flat::GdipDisposeImage(p) == Gdiplus::Ok; }
+};
+
 /// Owns a decoded bitmap, and with it the open file.
 class CGdiPlusBitmap
 {
 public:
     CGdiPlusBitmap(const wchar_t* pszFile, HBITMAP hBitmap) noexcept
-        : m_status(hBitmap != NULL ? Flat::GdipCreateBitmapFromHBITMAP(hBitmap, NULL, &m_pBitmap)
-                                   : Flat::GdipCreateBitmapFromFile(pszFile, &m_pBitmap))
+        : m_status(hBitmap != nullptr ? Flat::GdipCreateBitmapFromHBITMAP(hBitmap, nullptr, m_bitmap.Out())
+                                      : Flat::GdipCreateBitmapFromFile(pszFile, m_bitmap.Out()))
     {
     }
-    ~CGdiPlusBitmap()
-    {
-        if (m_pBitmap != NULL)
-            Flat::GdipDisposeImage(m_pBitmap);
-    }
-    CGdiPlusBitmap(const CGdiPlusBitmap&) = delete;
-    CGdiPlusBitmap& operator=(const CGdiPlusBitmap&) = delete;
 
-    operator Gdiplus::GpBitmap*() const noexcept { return m_pBitmap; }
+    operator Gdiplus::GpBitmap*() const noexcept { return m_bitmap.Get(); }
 
     /// Nothing was made although nothing failed.
-    bool IsMissing() const noexcept { return m_pBitmap == NULL && m_status == Gdiplus::Ok; }
+    bool IsMissing() const noexcept { return !m_bitmap && m_status == Gdiplus::Ok; }
 
 private:
-    Gdiplus::GpBitmap* m_pBitmap = NULL;
+    COwner<GdiPlusBitmapTraits> m_bitmap;
     Gdiplus::GpStatus m_status;
 };
 
@@ -92,7 +92,8 @@ public:
         if (cb < sizeof(Gdiplus::PropertyItem) || FAILED(m_blob.Alloc(cb, true)))
             return;
         auto* const pItem = reinterpret_cast<Gdiplus::PropertyItem*>(m_blob.GetPtr());
-        if (Flat::GdipGetPropertyItem(bitmap, idFrameDelay, cb, pItem) != Gdiplus::Ok || pItem->value == NULL)
+        if (Flat::GdipGetPropertyItem(bitmap, idFrameDelay, cb, pItem) != Gdiplus::Ok ||
+            pItem->value == nullptr)
             return;
         m_pnDelays = static_cast<const LONG*>(pItem->value);
         m_nDelays = pItem->length / sizeof(LONG);
@@ -106,7 +107,7 @@ public:
 
 private:
     CBLOBHolder<CHeapMemory> m_blob; ///< the property, and its values behind it
-    const LONG* m_pnDelays = NULL;
+    const LONG* m_pnDelays = nullptr;
     UINT m_nDelays = 0;
 };
 
@@ -137,7 +138,8 @@ private:
     Gdiplus::GpStatus m_status;
 };
 
-/// Decodes the active frame. \return S_OK; S_FALSE when it cannot be decoded; E_OUTOFMEMORY
+/// Decodes the active frame.
+/// \return S_OK; S_FALSE when it cannot be decoded; E_OUTOFMEMORY
 HRESULT ReadFrame(const CGdiPlusBitmap& bitmap, bool bAlpha, PictureFrame& frame) noexcept
 {
     UINT nWidth = 0;

@@ -66,7 +66,7 @@ HRESULT ReadHandle(HBITMAP hBitmap, bool bAlpha, ReadPicture& picture) noexcept
 HRESULT ReadTga(const wchar_t* pszFile, bool bAlpha, ReadPicture& picture) noexcept
 {
     const HRESULT hr =
-        TgaBmpConv(pszFile, FOURCC_ARGB32, &picture.bmInfo, picture.pPicture.Out(), NULL, false);
+        TgaBmpConv(pszFile, FOURCC_ARGB32, &picture.bmInfo, picture.pPicture.Out(), nullptr, false);
     if (FAILED(hr))
     {
         trace(atlTraceGeneral, eTL_Error,
@@ -155,21 +155,21 @@ HRESULT ReadDib(HDC hdc, HBITMAP hBitmap, BITMAPINFOHEADER* pBmpHeader, BYTE** p
     dib.bmi.biSize = sizeof(dib.bmi);
     BITMAPINFO* pInfo = reinterpret_cast<BITMAPINFO*>(&dib);
     SetLastError(ERROR_SUCCESS);
-    if (GetDIBits(hdc, hBitmap, 0, 0, NULL, pInfo, DIB_RGB_COLORS) == 0)
+    if (GetDIBits(hdc, hBitmap, 0, 0, nullptr, pInfo, DIB_RGB_COLORS) == 0)
         return DSTLLastError();
     // These two are reported with colour masks that say what every reader takes for granted.
     if (dib.bmi.biBitCount == 24 || dib.bmi.biBitCount == 32)
         dib.bmi.biCompression = BI_RGB;
-    if (pBmpHeader != NULL)
+    if (pBmpHeader != nullptr)
         SEH_CopyMemory(pBmpHeader, &dib.bmi, sizeof(dib.bmi));
-    if (ppPicture == NULL)
+    if (ppPicture == nullptr)
         return S_OK;
 
     const DWORD cbBlock = DibBlockSize(dib.bmi);
     if (cbBlock == 0)
         return E_OUTOFMEMORY;
     *ppPicture = static_cast<BYTE*>(CoTaskMemAlloc(cbBlock));
-    if (*ppPicture == NULL)
+    if (*ppPicture == nullptr)
         return E_OUTOFMEMORY; // GetDIBits would take the null for another question about the header
     std::memset(*ppPicture, 0, cbBlock);
     SetLastError(ERROR_SUCCESS);
@@ -182,9 +182,9 @@ HRESULT ReadDib(HDC hdc, HBITMAP hBitmap, BITMAPINFOHEADER* pBmpHeader, BYTE** p
 void GdiPlusStart(ULONG_PTR* pToken) noexcept
 {
     *pToken = 0;
-    Gdiplus::GdiplusStartupInput gdiplusStartupInput(NULL, FALSE, FALSE); // version 1
+    Gdiplus::GdiplusStartupInput gdiplusStartupInput(nullptr, FALSE, FALSE); // version 1
     // The result is not looked at: without GDI+ the pictures that need it fail to load.
-    Gdiplus::GdiplusStartup(pToken, &gdiplusStartupInput, NULL);
+    Gdiplus::GdiplusStartup(pToken, &gdiplusStartupInput, nullptr);
 }
 
 void GdiPlusStop(ULONG_PTR nToken) noexcept
@@ -220,8 +220,8 @@ HRESULT CPicturePersist::LoadFrames(const wchar_t* pszFile, HBITMAP hBitmap, boo
         return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
 
     ReadPicture picture;
-    const HRESULT hr = hBitmap != NULL ? ReadHandle(hBitmap, bAlpha, picture)
-                                       : ReadFileByExtension(pszFile, bAlpha, picture);
+    const HRESULT hr = hBitmap != nullptr ? ReadHandle(hBitmap, bAlpha, picture)
+                                          : ReadFileByExtension(pszFile, bAlpha, picture);
     if (SUCCEEDED(hr))
         return AddFrame(picture, arrImages);
     // The refusal of a reader is not final: GDI+ goes by content.
@@ -237,22 +237,20 @@ HRESULT CPicturePersist::LoadFromFile(const wchar_t* pszFileName, BITMAPINFOHEAD
 HRESULT CPicturePersist::LoadFromHBITMAP(HBITMAP hBitmap, BITMAPINFOHEADER* pBmpHeader,
                                          BYTE** ppPicture) noexcept
 {
-    if (hBitmap == NULL)
+    if (hBitmap == nullptr)
         return E_INVALIDARG;
-    if (pBmpHeader == NULL && ppPicture == NULL)
+    if (pBmpHeader == nullptr && ppPicture == nullptr)
         return E_POINTER;
 
-    if (ppPicture != NULL)
-        *ppPicture = NULL;
-    const HDC hdc = GetDC(NULL);
-    const HRESULT hr = ReadDib(hdc, hBitmap, pBmpHeader, ppPicture);
-    ReleaseDC(NULL, hdc);
-    return hr;
+    if (ppPicture != nullptr)
+        *ppPicture = nullptr;
+    const COwnedScreenDc dc(GetDC(nullptr));
+    return ReadDib(dc.Get(), hBitmap, pBmpHeader, ppPicture);
 }
 
 const wchar_t* CPicturePersist::FileExtension(const wchar_t* pszName) noexcept
 {
-    if (pszName == NULL || *pszName == 0)
+    if (pszName == nullptr || *pszName == 0)
         return pszName;
     const wchar_t* pszEnd = pszName + lstrlenW(pszName);
     for (const wchar_t* psz = pszEnd - 1; psz > pszName; --psz)

@@ -8,7 +8,8 @@
 #include "Common/Common.h"
 
 /// Starts GDI+ version 1 for its caller, with no debug callback and nothing suppressed. Each start needs a
-/// stop. \param pToken out: what GdiPlusStop takes; 0 when the start failed
+/// stop.
+/// \param pToken out: what GdiPlusStop takes; 0 when the start failed
 void GdiPlusStart(ULONG_PTR* pToken) noexcept;
 
 /// Ends what GdiPlusStart began.
@@ -49,16 +50,14 @@ public:
     /// Reads a BMP file as it is stored. Nobody else may have the file open.
     /// \param pBmpHeader out: the header, mended by TestAndCorrectBmpHeader; zeroed on failure
     /// \param ppPicture out: biSizeImage bytes of pixels, for the caller to free by CoTaskMemFree; null on
-    /// failure.
-    ///        The block is at least PictureBlockSize bytes long, what lies behind the pixels is zero.
+    /// failure. The block is at least PictureBlockSize bytes long, what lies behind the pixels is zero.
     static HRESULT LoadFromFile(const wchar_t* pszFileName, BITMAPINFOHEADER* pBmpHeader,
                                 BYTE** ppPicture) noexcept;
 
     /// Reads a bitmap handle as it is stored.
     /// \param pBmpHeader out: may be null
     /// \param ppPicture out: may be null; the pixels, for the caller to free by CoTaskMemFree, even after a
-    /// failure.
-    ///        The block is at least PictureBlockSize bytes long, what lies behind the pixels is zero.
+    /// failure. The block is at least PictureBlockSize bytes long, what lies behind the pixels is zero.
     static HRESULT LoadFromHBITMAP(HBITMAP hBitmap, BITMAPINFOHEADER* pBmpHeader, BYTE** ppPicture) noexcept;
 
     /// \see the function of the same name
@@ -68,7 +67,6 @@ public:
     }
 
     /// \return the last dot of the file's name, or the end of the text. The first character is not looked at,
-    /// so
-    ///         a name that is only ".tga" has no extension. A null name is returned as it is.
+    /// so a name that is only ".tga" has no extension. A null name is returned as it is.
     static const wchar_t* FileExtension(const wchar_t* pszName) noexcept;
 };

@@ -1,6 +1,7 @@
 #pragma once
 /// An owning block of bytes with a choice of memory source. Not for concurrent use of one holder.
 
+#include "dstl/WinAPI/Owner.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <cstring>
@@ -36,7 +37,7 @@ struct CTaskMemory
     {
         return dwSize != 0 ? static_cast<BYTE*>(CoTaskMemAlloc(dwSize)) : nullptr;
     }
-    static void Free(BYTE* pb, DWORD /*dwSize*/) noexcept { CoTaskMemFree(pb); }
+    static void Free(BYTE* pb, DWORD /*dwSize*/) noexcept { TaskMemoryTraits<BYTE>::Close(pb); }
 };
 
 /// Memory source: whole pages. Deliberately executable as well as writable.

@@ -49,7 +49,8 @@ public:
         return nNew < 0 || nNew > nMaxSize ? -1 : static_cast<int>(nNew);
     }
 
-    /// Appends a copy. \return false without memory, with no change
+    /// Appends a copy.
+    /// \return false without memory, with no change
     bool Add(const T& t) noexcept(std::is_nothrow_copy_constructible_v<T>)
     {
         const T* pSource = std::addressof(t);
@@ -171,7 +172,8 @@ public:
     CTextAccumulator& operator=(const CTextAccumulator&) = delete;
     ~CTextAccumulator() { free(m_pszText); }
 
-    /// Appends a text, which may be a piece of the accumulator's own. \return false without memory or text
+    /// Appends a text, which may be a piece of the accumulator's own.
+    /// \return false without memory or text
     bool Append(const wchar_t* psz) noexcept
     {
         DSASSERT(psz != NULL);

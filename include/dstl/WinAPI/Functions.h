@@ -5,4 +5,15 @@
 
 /// Turns the separators of a path that is stored where a backslash cannot stand.
 /// \param bToBackslash each '|' becomes '\'; otherwise each '\' becomes '|'
-void DSTLTurnBars(wchar_t* psz, bool bToBackslash) noexcept;
+inline void DSTLTurnBars(wchar_t* psz, bool bToBackslash) noexcept
+{
+    if (psz == nullptr)
+        return;
+    const wchar_t chFrom = bToBackslash ? L'|' : L'\\';
+    const wchar_t chTo = bToBackslash ? L'\\' : L'|';
+    for (; *psz != 0; psz++)
+    {
+        if (*psz == chFrom)
+            *psz = chTo;
+    }
+}

@@ -1,5 +1,6 @@
 #include "dstl/WinAPI/Perf_only.h"
 
+#include "dstl/WinAPI/Owner.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <algorithm>
@@ -24,12 +25,12 @@ DWORD RegistryFreq() noexcept
     HKEY hKey = nullptr;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, szProcessorKey, 0, KEY_QUERY_VALUE, &hKey) != ERROR_SUCCESS)
         return 0;
+    const COwnedKey key(hKey);
     DWORD dwFreq = 0;
     DWORD dwType = REG_NONE;
     DWORD cb = sizeof(dwFreq);
-    const LSTATUS lStatus =
-        RegQueryValueExW(hKey, szFrequencyValue, nullptr, &dwType, reinterpret_cast<BYTE*>(&dwFreq), &cb);
-    RegCloseKey(hKey);
+    const LSTATUS lStatus = RegQueryValueExW(key.Get(), szFrequencyValue, nullptr, &dwType,
+                                             reinterpret_cast<BYTE*>(&dwFreq), &cb);
     return lStatus == ERROR_SUCCESS && dwType == REG_DWORD && cb == sizeof(dwFreq) ? dwFreq : 0;
 }
 

@@ -27,8 +27,8 @@ public:
     void Stop() noexcept;
 
     /// Writes what was measured so far: average and sum in milliseconds, number of runs, and the share of the
-    /// time between the first start and the latest stop. Nothing before the first Stop. \param pszName
-    /// optional: in the place of the counter's own name
+    /// time between the first start and the latest stop. Nothing before the first Stop.
+    /// \param pszName optional: in the place of the counter's own name
     void Report(const wchar_t* pszName) const noexcept;
 
     /// The processor's frequency, from the registry or measured.

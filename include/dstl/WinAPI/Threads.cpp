@@ -4,31 +4,10 @@
 
 #include <new>
 
-void CHandle::Close() noexcept
-{
-    if (m_h != nullptr)
-        CloseHandle(m_h);
-    m_h = nullptr;
-}
-
-void CHandle::Attach(HANDLE h) noexcept
-{
-    if (h != m_h)
-        Close();
-    m_h = h;
-}
-
-HANDLE CHandle::Detach() noexcept
-{
-    const HANDLE h = m_h;
-    m_h = nullptr;
-    return h;
-}
-
 bool CEvent::Create(bool bManualReset) noexcept
 {
-    Close();
-    m_h = CreateEventW(nullptr, bManualReset, FALSE, nullptr);
+    Close(); // an earlier one goes first
+    Attach(CreateEventW(nullptr, bManualReset, FALSE, nullptr));
     return m_h != nullptr;
 }
 
@@ -93,7 +72,7 @@ HRESULT CBaseThread::ThreadStart(void* pObject, PFNTHREADPROC pfnThreadProc, uns
         DSASSERT_TEXT(false, "CBaseThread::ThreadStart(): can't create thread");
         return hr;
     }
-    m_hThread = reinterpret_cast<HANDLE>(nThread);
+    m_hThread.Attach(reinterpret_cast<HANDLE>(nThread));
     m_dwThreadId = nThreadId;
     m_pInfo = pInfo;
     return S_OK;
@@ -134,7 +113,7 @@ HRESULT CSimpleThread::InitThread(void* pObject, PFNTHREADPROC pfnThreadProc, un
         return hr;
 
     // The thread is still suspended: it finds the fields complete.
-    m_hEvent = evWake.Detach();
+    m_hEvent.Attach(evWake.Detach());
     m_bRun = true;
     const DWORD dwRet = ResumeThread(m_hThread);
     DSASSERT(dwRet == 1);
@@ -144,14 +123,13 @@ HRESULT CSimpleThread::InitThread(void* pObject, PFNTHREADPROC pfnThreadProc, un
 void CSimpleThread::Stop(DWORD dwWait, bool bTerminate, bool bMessageLoop) noexcept
 {
     m_bRun = false;
-    if (m_hThread != nullptr && IsCurrent())
+    if (IsCurrent())
     {
         HoldModule();
-        CloseHandle(m_hThread);
     }
-    else if (m_hThread != nullptr)
+    else if (m_hThread)
     {
-        DSASSERT(m_hEvent != NULL);
+        DSASSERT_TEXT(m_hEvent, "m_hEvent != NULL");
         Wake();
         const DWORD dwRet = bMessageLoop ? static_cast<DWORD>(DSWaitWithMessageLoop(m_hThread, dwWait, true))
                                          : WaitForSingleObject(m_hThread, dwWait);
@@ -169,20 +147,17 @@ void CSimpleThread::Stop(DWORD dwWait, bool bTerminate, bool bMessageLoop) noexc
                 TerminateThread(m_hThread, static_cast<DWORD>(-1));
             }
         }
-        CloseHandle(m_hThread);
     }
-    if (m_hEvent != nullptr)
-        CloseHandle(m_hEvent);
-    m_hThread = nullptr;
-    m_hEvent = nullptr;
+    m_hThread.Close();
+    m_hEvent.Close();
     m_dwThreadId = 0;
 }
 
 bool CSimpleThread::Wake() noexcept
 {
-    if (m_hThread == nullptr)
+    if (!m_hThread)
         return false;
-    SetEvent(m_hEvent);
+    SetEvent(m_hEvent.Get()); // without an event nobody is woken
     return true;
 }
 
@@ -201,7 +176,8 @@ public:
     {
     }
     DWORD Get() const noexcept { return m_dwLeft; }
-    /// Brings the time up to date. \return whether it is over
+    /// Brings the time up to date.
+    /// \return whether it is over
     bool IsOver() noexcept
     {
         if (m_dwTimeout == INFINITE)

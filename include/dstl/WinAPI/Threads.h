@@ -1,25 +1,17 @@
 #pragma once
 /// Handles, events, the worker thread, and a wait that keeps a message queue alive.
 
+#include "dstl/WinAPI/Owner.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <atomic>
 
-/// Owns one handle.
-class CHandle
+/// An owned handle that is used as a handle.
+class CHandle : public COwnedHandle
 {
 public:
-    CHandle() noexcept = default;
-    explicit CHandle(HANDLE h) noexcept : m_h(h) {}
-    CHandle(const CHandle&) = delete;
-    CHandle& operator=(const CHandle&) = delete;
-    virtual ~CHandle() { Close(); }
-
-    void Close() noexcept;
-    /// Takes a handle over and closes the one held.
-    void Attach(HANDLE h) noexcept;
-    /// Hands the handle out; the caller closes it.
-    HANDLE Detach() noexcept;
+    using COwnedHandle::COwnedHandle;
+    virtual ~CHandle() = default;
 
     /// Use of a handle that must be there.
     operator HANDLE() const noexcept
@@ -28,14 +20,15 @@ public:
         return m_h;
     }
 
-    HANDLE m_h = nullptr;
+    using COwnedHandle::m_h;
 };
 
 /// An unnamed event.
 class CEvent : public CHandle
 {
 public:
-    /// Makes the event, not signalled, in the place of an earlier one. \return whether there is one
+    /// Makes the event, not signalled, in the place of an earlier one.
+    /// \return whether there is one
     bool Create(bool bManualReset) noexcept;
     bool Set() noexcept;
     bool Reset() noexcept;
@@ -55,9 +48,12 @@ public:
     CBaseThread& operator=(const CBaseThread&) = delete;
 
     /// Whether the caller runs in this thread.
-    bool IsCurrent() const noexcept { return m_hThread != nullptr && m_dwThreadId == GetCurrentThreadId(); }
+    bool IsCurrent() const noexcept
+    {
+        return m_hThread.Get() != nullptr && m_dwThreadId == GetCurrentThreadId();
+    }
 
-    HANDLE m_hThread = nullptr; ///< null when there is no thread
+    CHandle m_hThread; ///< null when there is no thread
     DWORD m_dwThreadId = 0;
 
 protected:
@@ -88,19 +84,21 @@ public:
     ///
     /// From within the thread itself there is nothing to wait for: its handles are let go, and it runs on to
     /// the end of its procedure, which must not use this object any more. The module stays loaded until then.
-    /// \param dwWait milliseconds \param bTerminate kills a thread that did not end in time
+    /// \param dwWait milliseconds
+    /// \param bTerminate kills a thread that did not end in time
     /// \param bMessageLoop handles window messages meanwhile
     void Stop(DWORD dwWait, bool bTerminate, bool bMessageLoop) noexcept;
 
-    /// Signals the wake event. Wakes while the thread is busy collapse into one. \return false without a
-    /// thread
+    /// Signals the wake event. Wakes while the thread is busy collapse into one.
+    /// \return false without a thread
     bool Wake() noexcept;
 
-    HANDLE m_hEvent = nullptr;       ///< the wake event, automatic reset
+    CHandle m_hEvent;                ///< the wake event, automatic reset
     std::atomic<bool> m_bRun{false}; ///< the thread's procedure loops while this is true
 };
 
 /// Waits for a handle and handles the messages of the calling thread meanwhile.
-/// \param dwTimeout milliseconds or INFINITE \param bQuitOnWmQuit ends the wait at WM_QUIT, which is reposted
+/// \param dwTimeout milliseconds or INFINITE
+/// \param bQuitOnWmQuit ends the wait at WM_QUIT, which is reposted
 /// \return 0 when signalled, 1 at the timeout or a quit, a failure code otherwise
 HRESULT DSWaitWithMessageLoop(HANDLE hHandle, DWORD dwTimeout, bool bQuitOnWmQuit) noexcept;

@@ -44,8 +44,9 @@ private:
     REGFILTERPINS m_rgPin;
 };
 
-/// A filter's pin table. \return the number of pins. Index -1 asks for the number alone; any other index
-/// outside of the table nulls *ppInfo.
+/// A filter's pin table.
+/// \return the number of pins. Index -1 asks for the number alone; any other index outside of the table nulls
+/// *ppInfo.
 using PFNGETPININFO = UINT (*)(int nIndex, const CPinInfo** ppInfo);
 
 /// The most pins that a filter can be registered with.
@@ -70,9 +71,9 @@ struct FilterRegistration
 
 /// Makes a filter category, asks for it, or cleans up behind the last filter in it.
 /// \param pszName null asks: with bRegister TRUE S_OK or the error of opening its key; with FALSE 0 when it
-///        exists and 1 when not
+/// exists and 1 when not
 /// \return for removal S_FALSE when nothing was removed, because filters are left in the category, or by a
-///         failure that was reported
+/// failure that was reported
 HRESULT DSTLRegisterCategory(BOOL bRegister, REFCLSID clsidCategory, LPCWSTR pszName, DWORD dwMerit) noexcept;
 
 /// Enters a filter in a category of the mapper under the name of its class key, or removes it. A filter that

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cwchar>
+#include <utility>
 
 namespace
 {
@@ -72,7 +73,8 @@ public:
         return nullptr;
     }
 
-    /// Builds a text and keeps it. \return null when it cannot be kept
+    /// Builds a text and keeps it.
+    /// \return null when it cannot be kept
     const wchar_t* Keep(const AssertionKey& key) noexcept
     {
         if (!IsConstant(key.pszFile) || !IsConstant(key.pszExpression))
@@ -172,11 +174,10 @@ bool ReadLogPath(wchar_t (&szPath)[cchPath + 1]) noexcept
     HKEY hKey = nullptr;
     if (RegOpenKeyExW(HKEY_CURRENT_USER, szQXLogKey, 0, KEY_READ, &hKey) != ERROR_SUCCESS)
         return false;
+    const COwnedKey key(hKey);
     DWORD cbValue = cchPath * sizeof(wchar_t);
-    const LSTATUS nStatus =
-        RegQueryValueExW(hKey, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(szPath), &cbValue);
-    RegCloseKey(hKey);
-    return nStatus == ERROR_SUCCESS;
+    return RegQueryValueExW(key.Get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(szPath),
+                            &cbValue) == ERROR_SUCCESS;
 }
 
 } // namespace
@@ -184,40 +185,35 @@ bool ReadLogPath(wchar_t (&szPath)[cchPath + 1]) noexcept
 constinit PFNDEBUGREPORT g_pfnDebugReport = NoDebugReport;
 constinit PFNERRORTEXT g_pfnErrorText = AMGetErrorTextW;
 
-CLogLoader::CLogLoader() noexcept : m_pfnGetLog(nullptr), m_hModule(nullptr), m_plog(nullptr)
+CLogLoader::CLogLoader() noexcept
 {
     wchar_t szPath[cchPath + 1] = {};
     if (!ReadLogPath(szPath))
         return;
     DSTLTurnBars(szPath, true);
 
-    m_hModule = LoadLibraryW(szPath);
-    if (m_hModule == nullptr)
+    COwnedModule module(LoadLibraryW(szPath));
+    if (!module)
         return;
     // By way of void*, as the types of the two functions have nothing in common.
-    m_pfnGetLog =
-        reinterpret_cast<PFNGETLOGOBJECT>(reinterpret_cast<void*>(GetProcAddress(m_hModule, szQXLogExport)));
-    if (m_pfnGetLog == nullptr)
-    {
-        FreeLibrary(m_hModule);
-        m_hModule = nullptr;
+    const auto pfnGetLog = reinterpret_cast<PFNGETLOGOBJECT>(
+        reinterpret_cast<void*>(GetProcAddress(module.Get(), szQXLogExport)));
+    if (pfnGetLog == nullptr)
         return;
-    }
+    m_module = std::move(module);
     // After a failure m_plog stays as the export left it, deliberately without being attached.
-    if (m_pfnGetLog(&m_plog) == 0 && m_plog != nullptr)
+    if (pfnGetLog(&m_plog) == 0 && m_plog != nullptr)
         m_plog->Attach(&m_plog, 0, 0);
 }
 
 CLogLoader::~CLogLoader()
 {
-    if (m_hModule == nullptr)
+    if (!m_module)
         return;
     if (m_plog != nullptr)
         m_plog->Detach(&m_plog);
     DSASSERT(NULL == m_plog);
     m_plog = nullptr;
-    FreeLibrary(m_hModule);
-    m_hModule = nullptr;
 }
 
 HRESULT CLogLoader::GetLogObject(ILogObject** pplog) const noexcept

@@ -87,13 +87,13 @@ bool MTIsComplete(const AM_MEDIA_TYPE* pmt) noexcept
 HRESULT MTCheckVideo(const AM_MEDIA_TYPE* pmt, bool bHeader2Only) noexcept
 {
     DSASSERT(pmt != NULL);
-    if (!pmt)
+    if (pmt == nullptr)
         return E_POINTER;
     if (pmt->majortype != MEDIATYPE_Video)
         return VFW_E_INVALIDMEDIATYPE;
     if (pmt->subtype == GUID_NULL)
         return VFW_E_INVALIDSUBTYPE;
-    if (!pmt->pbFormat)
+    if (pmt->pbFormat == nullptr)
         return VFW_E_INVALIDMEDIATYPE;
 
     const CVideoBlockReader block(*pmt);
@@ -104,7 +104,7 @@ HRESULT MTCheckVideo(const AM_MEDIA_TYPE* pmt, bool bHeader2Only) noexcept
 REFERENCE_TIME MTFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
 {
     DSASSERT(pmt != NULL);
-    if (!pmt)
+    if (pmt == nullptr)
         return 0;
     DSASSERT(pmt->majortype == MEDIATYPE_Video);
     if (pmt->majortype != MEDIATYPE_Video)
@@ -113,7 +113,7 @@ REFERENCE_TIME MTFrameTime(const AM_MEDIA_TYPE* pmt) noexcept
                   "pmt->formattype == FORMAT_VideoInfo || pmt->formattype == FORMAT_VideoInfo2 || "
                   "pmt->formattype == FORMAT_MPEGVideo || pmt->formattype == FORMAT_MPEG2Video");
     DSASSERT(pmt->cbFormat >= sizeof(VIDEOINFOHEADER) && pmt->pbFormat != NULL);
-    if (pmt->cbFormat < sizeof(VIDEOINFOHEADER) || !pmt->pbFormat)
+    if (pmt->cbFormat < sizeof(VIDEOINFOHEADER) || pmt->pbFormat == nullptr)
         return 0;
 
     // Copied: a foreign block need not be aligned.
@@ -126,7 +126,7 @@ bool MTEqual(const AM_MEDIA_TYPE* pmt1, const AM_MEDIA_TYPE* pmt2) noexcept
 {
     if (pmt1 == pmt2)
         return true;
-    if (!pmt1 || !pmt2)
+    if (pmt1 == nullptr || pmt2 == nullptr)
         return false;
 
     const bool bFields = pmt1->majortype == pmt2->majortype && pmt1->subtype == pmt2->subtype &&
@@ -134,10 +134,10 @@ bool MTEqual(const AM_MEDIA_TYPE* pmt1, const AM_MEDIA_TYPE* pmt2) noexcept
                          !pmt1->bTemporalCompression == !pmt2->bTemporalCompression &&
                          pmt1->lSampleSize == pmt2->lSampleSize && pmt1->formattype == pmt2->formattype &&
                          pmt1->pUnk == pmt2->pUnk && pmt1->cbFormat == pmt2->cbFormat &&
-                         !pmt1->pbFormat == !pmt2->pbFormat;
+                         (pmt1->pbFormat == nullptr) == (pmt2->pbFormat == nullptr);
     if (!bFields)
         return false;
-    return !pmt1->pbFormat || memcmp(pmt1->pbFormat, pmt2->pbFormat, pmt1->cbFormat) == 0;
+    return pmt1->pbFormat == nullptr || memcmp(pmt1->pbFormat, pmt2->pbFormat, pmt1->cbFormat) == 0;
 }
 
 CMType::CMType() noexcept
@@ -179,7 +179,7 @@ CMType::~CMType()
 
 CMType& CMType::operator=(const AM_MEDIA_TYPE* pmt) noexcept
 {
-    if (!pmt)
+    if (pmt == nullptr)
     {
         Clear();
     }
@@ -198,7 +198,7 @@ CMType& CMType::operator=(const CMType& mt) noexcept
 
 HRESULT CMType::Set(const AM_MEDIA_TYPE* pmt) noexcept
 {
-    if (!pmt)
+    if (pmt == nullptr)
     {
         Clear();
         return S_OK;
@@ -233,7 +233,7 @@ void CMType::Clear() noexcept
 HRESULT CMType::SetFormat(ULONG cb, const BYTE* pb) noexcept
 {
     DSASSERT(cb != 0 || pb == NULL);
-    if (cb == 0 && pb)
+    if (cb == 0 && pb != nullptr)
         return E_INVALIDARG;
     DSASSERT((cbFormat == 0) == (pbFormat == NULL));
 
@@ -241,18 +241,17 @@ HRESULT CMType::SetFormat(ULONG cb, const BYTE* pb) noexcept
     if (cb != 0)
     {
         pbNew = MTAllocFormat(cb, pb);
-        if (!pbNew)
+        if (pbNew == nullptr)
             return E_OUTOFMEMORY;
     }
-    CoTaskMemFree(pbFormat);
+    const COwnedTask<BYTE> earlier(std::exchange(pbFormat, pbNew));
     cbFormat = cb;
-    pbFormat = pbNew;
     return S_OK;
 }
 
 VIDEOINFOHEADER* CMType::VideoInfo() const noexcept
 {
-    if (formattype != FORMAT_VideoInfo || !pbFormat)
+    if (formattype != FORMAT_VideoInfo || pbFormat == nullptr)
         return nullptr;
     DSASSERT(cbFormat >= sizeof(VIDEOINFOHEADER));
     return reinterpret_cast<VIDEOINFOHEADER*>(pbFormat);
@@ -260,7 +259,7 @@ VIDEOINFOHEADER* CMType::VideoInfo() const noexcept
 
 VIDEOINFOHEADER2* CMType::VideoInfo2() const noexcept
 {
-    if (formattype != FORMAT_VideoInfo2 || !pbFormat)
+    if (formattype != FORMAT_VideoInfo2 || pbFormat == nullptr)
         return nullptr;
     DSASSERT(cbFormat >= sizeof(VIDEOINFOHEADER2));
     return reinterpret_cast<VIDEOINFOHEADER2*>(pbFormat);
@@ -269,7 +268,7 @@ VIDEOINFOHEADER2* CMType::VideoInfo2() const noexcept
 HRESULT CMType::CopyTo(AM_MEDIA_TYPE** ppmt) const noexcept
 {
     DSASSERT(ppmt != NULL);
-    if (!ppmt)
+    if (ppmt == nullptr)
         return E_POINTER;
     *ppmt = MTDup(this);
     return *ppmt ? S_OK : E_FAIL;

@@ -3,6 +3,7 @@
 /// value.
 
 #include "dstl/Old/dsnew.h"
+#include "dstl/WinAPI/Owner.h"
 
 #include <amvideo.h>
 #include <dvdmedia.h>
@@ -24,6 +25,18 @@ REFERENCE_TIME MTFrameTime(const AM_MEDIA_TYPE* pmt) noexcept;
 
 /// True when both are null, or all fields and the bytes of the format blocks are equal.
 bool MTEqual(const AM_MEDIA_TYPE* pmt1, const AM_MEDIA_TYPE* pmt2) noexcept;
+
+/// A record in task memory that a call has handed out, with all that it holds.
+struct MediaTypeTraits
+{
+    using Value = AM_MEDIA_TYPE*;
+    static bool Close(AM_MEDIA_TYPE* pmt) noexcept
+    {
+        MTDelete(pmt);
+        return true;
+    }
+};
+using COwnedMediaType = COwner<MediaTypeTraits>;
 
 /// An AM_MEDIA_TYPE that owns its format block and its reference on pUnk. It adds no fields and no virtual
 /// operations, so its address can stand wherever an AM_MEDIA_TYPE is asked for. Empty while majortype is

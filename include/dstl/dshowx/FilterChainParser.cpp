@@ -1,8 +1,8 @@
 #include "dstl/dshowx/FilterChainParser.h"
 
-#include "dstl/Old/dsnew.h"
 #include "dstl/WinAPI/Atl.h"
 #include "dstl/dshowx/DSTrace.h"
+#include "dstl/dshowx/DSTypes.h"
 #include "dstl/dshowx/GuidNames.h"
 #include "dstl/dshowx/MediaTypeText.h"
 
@@ -54,24 +54,8 @@ const wchar_t* NameOf(wchar_t (&achName)[N]) noexcept
     return achName;
 }
 
-/// A file name in task memory and its type, as GetCurFile gives them.
-struct CurFile
-{
-    CurFile() noexcept = default;
-    ~CurFile()
-    {
-        CoTaskMemFree(psz);
-        MTFree(&mt);
-    }
-    CurFile(const CurFile&) = delete;
-    CurFile& operator=(const CurFile&) = delete;
-
-    LPOLESTR psz = nullptr;
-    AM_MEDIA_TYPE mt = {};
-};
-
-/// The file of one of the two interfaces, if the filter has it. \tparam TFile IFileSourceFilter,
-/// IFileSinkFilter
+/// The file of one of the two interfaces, if the filter has it.
+/// \tparam TFile IFileSourceFilter, IFileSinkFilter
 template <class TFile>
 bool AppendFile(CTextAccumulator& text, IBaseFilter* pFilter, REFIID iid, const wchar_t* pszName,
                 const wchar_t* pszFailure) noexcept
@@ -79,11 +63,12 @@ bool AppendFile(CTextAccumulator& text, IBaseFilter* pFilter, REFIID iid, const 
     CComPtr<TFile> spFile;
     if (FAILED(pFilter->QueryInterface(iid, reinterpret_cast<void**>(&spFile))) || !spFile)
         return true;
-    CurFile file;
-    const HRESULT hr = spFile->GetCurFile(&file.psz, &file.mt);
+    COwnedTask<OLECHAR> name;
+    CMType mt;
+    const HRESULT hr = spFile->GetCurFile(name.Out(), &mt);
     if (FAILED(hr))
         return AppendResult(text, pszFailure, hr);
-    return file.psz == nullptr || *file.psz == 0 || AppendFormat(text, pszName, file.psz);
+    return !name || *name.Get() == 0 || AppendFormat(text, pszName, name.Get());
 }
 
 constexpr GUID guidFileSource = {
@@ -108,11 +93,10 @@ HRESULT CFilterChainParser::GetFiltersChain(IFilterGraph* pGraph, LPWSTR* ppszCh
         return E_OUTOFMEMORY;
 
     const size_t cbText = (text.GetLength() + 1) * sizeof(wchar_t);
-    auto* const psz = static_cast<LPWSTR>(CoTaskMemAlloc(cbText));
-    if (psz == nullptr)
+    *ppszChain = static_cast<LPWSTR>(CoTaskMemAlloc(cbText));
+    if (*ppszChain == nullptr)
         return E_OUTOFMEMORY;
-    memcpy(psz, text.GetText(), cbText);
-    *ppszChain = psz;
+    memcpy(*ppszChain, text.GetText(), cbText);
     return S_OK;
 }
 
@@ -275,14 +259,15 @@ bool CFilterChainParser::GetPinMediaType(CTextAccumulator& text, IPin* pPin) noe
     DSASSERT(pPin != NULL);
     if (pPin == nullptr)
         return true;
-    AM_MEDIA_TYPE mt = {};
+    CMType mt;
     const HRESULT hr = pPin->ConnectionMediaType(&mt);
     if (FAILED(hr))
+    {
+        MTInit(&mt); // what a failed call has left in it is not ours
         return AppendResult(
             text,
             L"\r\n###Err### CFilterChainParser::GetPinMediaType(): pPin->ConnectionMediaType()=0x%X\r\n", hr);
+    }
     wchar_t szType[cchMediaTypeText];
-    const bool bAppended = text.Append(ParseMediaType(&mt, szType, true));
-    MTFree(&mt);
-    return bAppended;
+    return text.Append(ParseMediaType(&mt, szType, true));
 }

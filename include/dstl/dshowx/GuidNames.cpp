@@ -94,7 +94,7 @@ wchar_t* Guid2Name(const GUID& guid, wchar_t* pszName, size_t nMaxSym) noexcept
 wchar_t* GuidText(const GUID& guid, wchar_t* pszName) noexcept
 {
     DSASSERT(pszName != NULL);
-    if (!pszName)
+    if (pszName == nullptr)
         return nullptr;
 
     const BYTE* const arr = guid.Data4;

@@ -50,8 +50,8 @@ struct CGuidText
     wchar_t sz[cchGuidText];
 };
 
-/// Buffer of an identifier's name within one trace call:
-/// trace(..., L"%s\n", Guid2Name(guid, CGuidName().sz, cchGuidName)).
+/// Buffer of an identifier's name within one trace call: trace(..., L"%s\n", Guid2Name(guid, CGuidName().sz,
+/// cchGuidName)).
 struct CGuidName
 {
     wchar_t sz[cchGuidName];

@@ -46,7 +46,8 @@ void DumpBadFormat(const Output& out, const AM_MEDIA_TYPE& mt) noexcept
           static_cast<int>(mt.cbFormat), TracePtr(mt.pbFormat));
 }
 
-/// What both video headers begin with, down to the frame time; \tparam T VIDEOINFOHEADER, VIDEOINFOHEADER2
+/// What both video headers begin with, down to the frame time;
+/// \tparam T VIDEOINFOHEADER, VIDEOINFOHEADER2
 template <class T>
 void DumpVideo(const Output& out, const T& video) noexcept
 {

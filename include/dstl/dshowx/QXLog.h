@@ -27,7 +27,8 @@ struct ILogObject : public IUnknown
 {
     /// A client comes. Called once by each client, before its first message.
     /// \param pplog where the client keeps its pointer to this object
-    /// \param dwReserved1 0 \param dwReserved2 0
+    /// \param dwReserved1 0
+    /// \param dwReserved2 0
     /// \return not looked at
     virtual HRESULT STDMETHODCALLTYPE Attach(ILogObject** pplog, DWORD dwReserved1, DWORD dwReserved2) = 0;
 
@@ -35,8 +36,9 @@ struct ILogObject : public IUnknown
     virtual HRESULT STDMETHODCALLTYPE GetClientCount(DWORD* pnClients) = 0;
 
     /// A client goes. Called while the client is being unloaded, so nothing may be waited for that needs
-    /// another thread to begin or to end. \param pplog the pointer that was given to Attach; it has to be set
-    /// to null \return not looked at
+    /// another thread to begin or to end.
+    /// \param pplog the pointer that was given to Attach; it has to be set to null
+    /// \return not looked at
     virtual HRESULT STDMETHODCALLTYPE Detach(ILogObject** pplog) = 0;
 
     /// Spare. Brings to the disk what was written.
@@ -44,12 +46,10 @@ struct ILogObject : public IUnknown
 
     /// One message. Called on any thread, on several at once, also on one that streams: it should be quick.
     /// \param pszMessage UTF-16, ending with 0. The first character of a trace line is its level plus 1 and
-    /// its text
-    ///     starts at the second one, at most 1,022 characters; every other message is text from its first
-    ///     character on and of any length (QXLogLevel tells the two apart). Either may have several lines,
-    ///     with
-    ///     "\n" or "\r\n" between them. The memory is the caller's. A message in read-only memory stays as it
-    ///     is until the client detaches, so that a log DLL may know it again by its address
+    /// its text starts at the second one, at most 1,022 characters; every other message is text from its
+    /// first character on and of any length (QXLogLevel tells the two apart). Either may have several lines,
+    /// with "\n" or "\r\n" between them. The memory is the caller's. A message in read-only memory stays as
+    /// it is until the client detaches, so that a log DLL may know it again by its address
     /// \return not looked at
     virtual HRESULT STDMETHODCALLTYPE Write(const wchar_t* pszMessage) = 0;
 };
@@ -59,7 +59,8 @@ struct ILogObject : public IUnknown
 using PFNGETLOGOBJECT = int(WINAPI*)(ILogObject** pplog);
 
 /// The export Exp_GetLogFile, which is optional and serves "qxstill log" alone: where the messages go to.
-/// \param pszPath receives the full name of the file, with its terminator \param cchPath characters of room
+/// \param pszPath receives the full name of the file, with its terminator
+/// \param cchPath characters of room
 /// \return the length of the name, or 0 when there is none or the room does not suffice
 using PFNGETLOGFILE = DWORD(WINAPI*)(wchar_t* pszPath, DWORD cchPath);
 

@@ -1,6 +1,7 @@
 #include "dstl/dshowx/SampleDump.h"
 
-#include "dstl/Old/dsnew.h"
+#include "dstl/WinAPI/Atl.h"
+#include "dstl/dshowx/DSTypes.h"
 #include "dstl/dshowx/DumpGate.h"
 #include "dstl/dshowx/GuidNames.h"
 #include "dstl/dshowx/MediaTypeDump.h"
@@ -58,15 +59,13 @@ void MediaTimesText(IMediaSample& sample, wchar_t* psz) noexcept
 void PropertiesText(IMediaSample& sample, wchar_t* psz) noexcept
 {
     *psz = 0;
-    IMediaSample2* pSample2 = nullptr;
-    if (FAILED(sample.QueryInterface(guidMediaSample2, reinterpret_cast<void**>(&pSample2))) ||
-        pSample2 == nullptr)
+    CComPtr<IMediaSample2> spSample2;
+    if (FAILED(sample.QueryInterface(guidMediaSample2, reinterpret_cast<void**>(&spSample2))) || !spSample2)
         return;
     constexpr DWORD cbData = offsetof(AM_SAMPLE2_PROPERTIES, dwStreamId) + sizeof(DWORD);
     AM_SAMPLE2_PROPERTIES rgProps = {};
     rgProps.cbData = cbData;
-    const HRESULT hr = pSample2->GetProperties(cbData, reinterpret_cast<BYTE*>(&rgProps));
-    pSample2->Release();
+    const HRESULT hr = spSample2->GetProperties(cbData, reinterpret_cast<BYTE*>(&rgProps));
     if (SUCCEEDED(hr) && rgProps.cbData >= cbData)
         wsprintfW(psz, L" TF=0x%X sId=0x%X", static_cast<unsigned>(rgProps.dwTypeSpecificFlags),
                   static_cast<unsigned>(rgProps.dwStreamId));
@@ -88,31 +87,6 @@ unsigned Flag(HRESULT hr) noexcept
 {
     return hr == S_OK ? 1 : 0;
 }
-
-/// What IPin::QueryPinInfo and IBaseFilter::QueryFilterInfo give, with the references that come along.
-struct PinInfo : PIN_INFO
-{
-    PinInfo() noexcept : PIN_INFO() {}
-    ~PinInfo()
-    {
-        if (pFilter != nullptr)
-            pFilter->Release();
-    }
-    PinInfo(const PinInfo&) = delete;
-    PinInfo& operator=(const PinInfo&) = delete;
-};
-
-struct FilterInfo : FILTER_INFO
-{
-    FilterInfo() noexcept : FILTER_INFO() {}
-    ~FilterInfo()
-    {
-        if (pGraph != nullptr)
-            pGraph->Release();
-    }
-    FilterInfo(const FilterInfo&) = delete;
-    FilterInfo& operator=(const FilterInfo&) = delete;
-};
 } // namespace
 
 void Debug_Sample(DWORD_PTR dwCategory, UINT nLevel, IMediaSample* pSample, const wchar_t* pszPrefix) noexcept
@@ -140,12 +114,11 @@ void Debug_Sample(DWORD_PTR dwCategory, UINT nLevel, IMediaSample* pSample, cons
     trace(dwCategory, nLevel, L"%s%s  %s flags={%u%u%u}%s%s\n", pszPrefix, szTimes, szMediaTimes, nSync,
           nPreroll, nDiscontinuity, szProperties, szBuffer);
 
-    AM_MEDIA_TYPE* pmt = nullptr;
-    if (pSample->GetMediaType(&pmt) != S_OK || pmt == nullptr)
+    COwnedMediaType mt;
+    if (pSample->GetMediaType(mt.Out()) != S_OK || !mt)
         return;
     trace(dwCategory, nLevel, L"%sMedia type attached to sample:\n", pszPrefix);
-    Debug_MediaType(dwCategory, nLevel, pmt, pszPrefix);
-    MTDelete(pmt);
+    Debug_MediaType(dwCategory, nLevel, mt.Get(), pszPrefix);
 }
 
 void Debug_Allocator(DWORD_PTR dwCategory, UINT nLevel, IMemAllocator* pAllocator,
@@ -183,8 +156,10 @@ void Debug_FilterFromPin(DWORD_PTR dwCategory, UINT nLevel, IPin* pPin, const wc
         trace(dwCategory, nLevel, L"###Err### %sDebug_FilterFromPin(): Empty pin pointer\n", pszPrefix);
         return;
     }
-    PinInfo pin;
+    PIN_INFO pin = {};
     HRESULT hr = pPin->QueryPinInfo(&pin);
+    CComPtr<IBaseFilter> spFilter;
+    spFilter.Attach(pin.pFilter);
     if (FAILED(hr))
     {
         trace(dwCategory, nLevel, L"###Err### %sDebug_FilterFromPin(): pPin->QueryPinInfo()=0x%X\n",
@@ -192,13 +167,15 @@ void Debug_FilterFromPin(DWORD_PTR dwCategory, UINT nLevel, IPin* pPin, const wc
         return;
     }
     pin.achName[std::size(pin.achName) - 1] = 0;
-    if (pin.pFilter == nullptr)
+    if (!spFilter)
     {
         trace(dwCategory, nLevel, L"%spin [%s] without a filter\n", pszPrefix, pin.achName);
         return;
     }
-    FilterInfo filter;
-    hr = pin.pFilter->QueryFilterInfo(&filter);
+    FILTER_INFO filter = {};
+    hr = spFilter->QueryFilterInfo(&filter);
+    CComPtr<IFilterGraph> spGraph;
+    spGraph.Attach(filter.pGraph); // only released
     if (FAILED(hr))
     {
         trace(dwCategory, nLevel,
@@ -208,7 +185,7 @@ void Debug_FilterFromPin(DWORD_PTR dwCategory, UINT nLevel, IPin* pPin, const wc
     }
     filter.achName[std::size(filter.achName) - 1] = 0;
     CLSID clsid = {};
-    pin.pFilter->GetClassID(&clsid); // without one the name is that of GUID_NULL
+    spFilter->GetClassID(&clsid); // without one the name is that of GUID_NULL
     trace(dwCategory, nLevel, L"%sfilter [%s] (%s), pin [%s]\n", pszPrefix, filter.achName,
           Guid2Name(clsid, CGuidName().sz, cchGuidName), pin.achName);
 }

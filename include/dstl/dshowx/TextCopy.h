@@ -4,7 +4,8 @@
 
 #include <cstddef>
 
-/// Copies a text to a buffer of nMax characters, cut if need be, and ends it. \return characters copied
+/// Copies a text to a buffer of nMax characters, cut if need be, and ends it.
+/// \return characters copied
 inline size_t CopyTextTo(wchar_t* pszTo, size_t nMax, const wchar_t* pszFrom) noexcept
 {
     if (nMax == 0)

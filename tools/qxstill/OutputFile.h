@@ -1,14 +1,18 @@
 #pragma once
-/// A file that appears under its name only when it is whole.
+/// Files that the program writes.
 
-#include "dstl/WinAPI/Platform.h"
+#include "dstl/WinAPI/Owner.h"
 #include <memory>
 #include <string>
 
-/// An open file, closed by its last owner.
-using SharedFile = std::shared_ptr<void>;
+/// Writes a file in one go, over one that is there. A disk that is full gives ERROR_DISK_FULL as an HRESULT;
+/// after that and any other failure to write there is no file.
+HRESULT WriteWholeFile(const std::wstring& path, const void* bytes, size_t size);
 
-/// Collects the bytes of a file under the name "NAME.part", and gives it its own name at the end. Without
+/// An open file, closed by its last owner.
+using SharedFile = std::shared_ptr<const COwnedHandle>;
+
+/// A file that appears under its name only when it is whole: collects the bytes of a file under the name "NAME.part", and gives it its own name at the end. Without
 /// that the system deletes it, also where the program is killed.
 class UnfinishedFile
 {
