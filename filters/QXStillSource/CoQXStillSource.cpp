@@ -61,11 +61,8 @@ void CCoQXStillSource::FinalRelease() noexcept
 
 ULONG CCoQXStillSource::InternalRelease() noexcept
 {
-    CScopedLock lock(m_apOut ? &m_apOut->m_crsLink : nullptr);
-    const ULONG nRefs = CComObjectRootEx::InternalRelease();
-    if (nRefs == 0 && m_apOut)
-        m_apOut->m_pFilter = nullptr;
-    return nRefs;
+    const auto fnRelease = [this] { return CComObjectRootEx::InternalRelease(); };
+    return m_apOut ? m_apOut->ReleaseFilter(fnRelease) : fnRelease();
 }
 
 // --- IMediaFilter

@@ -107,7 +107,10 @@ TEST_F(FilterControl, Names)
 {
     EXPECT_EQ(Utf8(Filter().GetClassName()), "CCoQXStillSource");
     EXPECT_EQ(Utf8(Out().GetClassName()), "[CCoQXStillSourceOut]");
-    EXPECT_EQ(Utf8(Out().m_szName), "Video Out");
+    PIN_INFO info{};
+    EXPECT_EQ(Out().QueryPinInfo(&info), S_OK);
+    CComPtr<IBaseFilter>().Attach(info.pFilter);
+    EXPECT_EQ(Utf8(info.achName), "Video Out");
     CLSID clsid{};
     EXPECT_EQ(Filter().GetClassID(&clsid), S_OK);
     EXPECT_TRUE(IsEqualGUID(clsid, CLSID_CoQXStillSource));

@@ -67,7 +67,7 @@ void FilterTest::TearDown()
 HRESULT FilterTest::Connect(const AM_MEDIA_TYPE* pmt)
 {
     m_sink.m_pin.m_pAllocator = &m_alloc;
-    if (Filter().m_pFilterGraphJoin == nullptr)
+    if (!Filter().GetGraph())
     {
         EXPECT_EQ(m_graph.AddFilter(m_spFilter, L"source"), S_OK);
     }

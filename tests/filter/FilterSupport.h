@@ -47,7 +47,7 @@ protected:
     void TearDown() override;
 
     CCoQXStillSource& Filter() { return *m_spFilter; }
-    CCoQXStillSourceOut& Out() { return *m_spFilter->m_apOut; }
+    CCoQXStillSourceOut& Out() { return *m_spFilter->OutPin(); }
     IQXStillSource& Control() { return *m_spFilter; }
     PinProbe Inside() { return PinProbe(Out()); }
     FilterProbe InsideFilter() { return FilterProbe(Filter()); }

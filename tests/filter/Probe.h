@@ -25,6 +25,8 @@ struct PinProbe
     std::atomic<int64_t>& m_nStopFrame;
     CCritSec& m_crsPosition;
 
+    CCritSec& m_lock;
+    CCritSec& m_crsLink;
     CCritSec& m_crsSeek;
     CPumpThread& m_pump;
 
@@ -35,8 +37,8 @@ private:
           m_picSource(picture.m_picSource), m_blobSource(picture.m_blobSource),
           m_blobFrame(picture.m_blobFrame), m_picOutput(picture.m_picOutput),
           m_crsPicture(picture.m_crsPicture), m_rtCurrent(position.m_rtCurrent), m_nFrame(position.m_nFrame),
-          m_nStopFrame(position.m_nStopFrame), m_crsPosition(position.m_crsPosition),
-          m_crsSeek(pin.m_crsSeek), m_pump(pin.m_pump)
+          m_nStopFrame(position.m_nStopFrame), m_crsPosition(position.m_crsPosition), m_lock(pin.m_lock),
+          m_crsLink(pin.m_crsLink), m_crsSeek(pin.m_crsSeek), m_pump(pin.m_pump)
     {
     }
 };
@@ -44,10 +46,13 @@ private:
 struct FilterProbe
 {
     explicit FilterProbe(CCoQXStillSource& filter) noexcept
-        : m_VidProps(filter.m_VidProps), m_bsFileName(filter.m_bsFileName), m_arrSupport(filter.m_arrSupport)
+        : m_lock(filter.m_lock), m_eState(filter.m_eState), m_VidProps(filter.m_VidProps),
+          m_bsFileName(filter.m_bsFileName), m_arrSupport(filter.m_arrSupport)
     {
     }
 
+    CCritSec& m_lock;
+    std::atomic<FILTER_STATE>& m_eState;
     QG_VID_PROPS& m_VidProps;
     CComBSTR& m_bsFileName;
     CSimpleArray2<CMType>& m_arrSupport;

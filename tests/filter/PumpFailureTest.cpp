@@ -113,9 +113,9 @@ TEST_F(PumpFailure, BufferSmallerThanTheFrame)
     FakeSample sample(128);
     sample.AddRef();
     sample.Script(eSC_GetSize, 100);
-    Filter().m_eState = State_Paused;
+    InsideFilter().m_eState = State_Paused;
     EXPECT_EQ(Out().PrepareSample(&sample), E_FAIL);
-    Filter().m_eState = State_Stopped;
+    InsideFilter().m_eState = State_Stopped;
     EXPECT_EQ(Bytes(sample.Buffer(), sample.Buffer() + 100), Bytes(100, 0x11));
     EXPECT_EQ(Bytes(sample.Buffer() + 100, sample.Buffer() + 128), Bytes(28, FakeSample::byFill));
     bIntact = sample.GuardsIntact();
@@ -130,9 +130,9 @@ TEST_F(PumpFailure, NegativeBufferSize)
         FakeSample sample(100); // fewer than the frame has
         sample.AddRef();
         sample.Script(eSC_GetSize, cbBuffer);
-        Filter().m_eState = State_Paused;
+        InsideFilter().m_eState = State_Paused;
         EXPECT_EQ(Out().PrepareSample(&sample), E_FAIL);
-        Filter().m_eState = State_Stopped;
+        InsideFilter().m_eState = State_Stopped;
         EXPECT_EQ(Bytes(sample.Buffer(), sample.Buffer() + 100), Bytes(100, FakeSample::byFill));
         EXPECT_TRUE(sample.GuardsIntact());
         EXPECT_EQ(sample.Calls(eSC_SetActualDataLength), 0);
@@ -203,11 +203,11 @@ TEST_F(PumpFailure, PrepareSampleArguments)
 TEST_F(PumpFailure, SendWithNothingToDo)
 {
     EXPECT_EQ(Out().Send(), INFINITE); // stopped
-    Filter().m_eState = State_Paused;
+    InsideFilter().m_eState = State_Paused;
     m_trace.Clear();
     EXPECT_EQ(Out().Send(), INFINITE); // without an allocator, and without a word
     EXPECT_EQ(m_trace.Texts(2), std::vector<std::string>{});
-    Filter().m_eState = State_Stopped;
+    InsideFilter().m_eState = State_Stopped;
 }
 
 } // namespace

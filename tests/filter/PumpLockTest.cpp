@@ -27,14 +27,15 @@ protected:
     /// The same for the locks that have to be free while the filter's is held.
     std::string FirstTakenOfThePin()
     {
-        return FirstTaken(std::pair{"pin", &Out().m_lock}, std::pair{"position", &Inside().m_crsPosition},
-                          std::pair{"picture", &Inside().m_crsPicture}, std::pair{"link", &Out().m_crsLink});
+        return FirstTaken(std::pair{"pin", &Inside().m_lock}, std::pair{"position", &Inside().m_crsPosition},
+                          std::pair{"picture", &Inside().m_crsPicture},
+                          std::pair{"link", &Inside().m_crsLink});
     }
 
     /// Every lock there is.
     std::string FirstTakenOfAll()
     {
-        const std::string sTaken = FirstTaken(std::pair{"filter", &Filter().m_lock});
+        const std::string sTaken = FirstTaken(std::pair{"filter", &InsideFilter().m_lock});
         return sTaken.empty() ? FirstTakenOfThePin() : sTaken;
     }
 
@@ -117,7 +118,7 @@ TEST_F(PumpLock, WorkerNeverTakesTheFiltersLock)
     m_alloc.m_onLend = [](FakeSample& sample) { sample.m_mt = VideoType(FOURCC_RGB32, 8, 4, 200000); };
     ASSERT_EQ(Connect(), S_OK);
     {
-        CScopedLock lock(&Filter().m_lock);
+        CScopedLock lock(&InsideFilter().m_lock);
         ASSERT_EQ(Filter().Pause(), S_OK);
         ASSERT_TRUE(m_log.WaitFor("in.EndOfStream")) << "the worker waits for the filter's lock";
     }
@@ -172,7 +173,7 @@ TEST_F(PumpLock, ATypeIsNotStoredWhileTheConnectionIsAtWork)
     // The connection reads the type and restores it; a host that sets another one waits until it knows which
     // way the type has to go.
     ShowSmall();
-    CScopedLock lock(&Out().m_lock); // as Connect has it
+    CScopedLock lock(&Inside().m_lock); // as Connect has it
     std::thread host([&] { EXPECT_EQ(Control().SetOutputFormat(Text("RGB32"), 640, 480), S_OK); });
     Sleep(50);
     EXPECT_EQ(Inside().m_picOutput.nWidth, 8);

@@ -60,14 +60,25 @@ public:
     }
 
     // What tests look at.
+    using CAllocatorMatchBase::m_bActive;
+    using CAllocatorMatchBase::m_eAllocSrc;
+    using CAllocatorMatchBase::m_rgPropsOut;
+    using CAllocatorMatchBase::m_spAllocOut;
     using COutputPin::AgreeAllocator;
     using COutputPin::AgreeExternMT;
     using COutputPin::AgreeInnerMT;
     using COutputPin::AttemptConnection;
     using COutputPin::BreakConnection;
     using COutputPin::ExecConnection;
+    using COutputPin::m_spMemInput;
     using COutputPin::TryMediaTypes;
     using COutputPin::TryTypes;
+    using CPin::m_crsLink;
+    using CPin::m_ePinDir;
+    using CPin::m_lock;
+    using CPin::m_spConnected;
+    using CPin::m_szName;
+    using CPinBase::m_pFilter;
 
     int m_nApplied = 0;
     std::optional<HRESULT> m_hrCreate; ///< result of AllocatorCreate, which hands out m_pOwn
@@ -126,7 +137,18 @@ public:
         return hr;
     }
 
+    // What tests look at.
+    using CFilterCore::m_bGraphDumpDue;
+    using CFilterCore::m_crsJoin;
+    using CFilterCore::m_eState;
+    using CFilterCore::m_lock;
+    using CFilterCore::m_pEventSink;
+    using CFilterCore::m_pFilterGraphJoin;
+    using CFilterCore::m_spClock;
+    using CFilterCore::m_szName;
+    using CFilterCore::m_tStart;
     using CSourceFilter::ClearPin;
+    using CSourceFilter::m_apOut;
     using CSourceFilter::MakePin;
 
     std::function<bool(const AM_MEDIA_TYPE*)> m_accept;

@@ -32,13 +32,12 @@ LPCWSTR AllocSrcName(eAllocSrc eSrc) noexcept;
 /// The outcome of the negotiation, and the steps that do not depend on the pin's class.
 class CAllocatorMatchBase
 {
-public:
+protected:
     ALLOCATOR_PROPERTIES m_rgPropsOut{}; ///< properties of the attached allocator as it reported them
     CComPtr<IMemAllocator> m_spAllocOut; ///< the attached allocator; written under the pin's m_crsLink
     bool m_bActive = false;              ///< whether this pin has committed it
     eAllocSrc m_eAllocSrc = eAS_None;    ///< where it came from
 
-protected:
     /// Lines of one of the two attempts, one for each step.
     struct MatchTexts
     {

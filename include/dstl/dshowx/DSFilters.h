@@ -42,18 +42,6 @@ public:
     /// The state, without any lock: the worker asks too.
     FILTER_STATE FilterState() const noexcept { return m_eState; }
 
-    wchar_t m_szName[cchDSName] = {};                   ///< the name under which the graph knows the filter
-    IFilterGraph* m_pFilterGraphJoin = nullptr;         ///< the graph, not counted: it outlives its filters
-    IMediaEventSink* m_pEventSink = nullptr;            ///< the graph's sink, not counted
-    CComPtr<IReferenceClock> m_spClock;                 ///< stored and handed out; nothing reads it
-    std::atomic<FILTER_STATE> m_eState = State_Stopped; ///< written under m_lock
-    REFERENCE_TIME m_tStart = 0;                        ///< start time given to Run; stored only
-    bool m_bGraphDumpDue = true; ///< write the graph to the log at the next start; written under m_lock
-    mutable CCritSec m_lock;     ///< the turn to change the state; held by a Stop that waits for the worker
-    /// Leaf; guards the name, the graph and the clock: who asks for them or sets them may be the peer within
-    /// a Receive that a Stop, holding m_lock, waits for.
-    mutable CCritSec m_crsJoin;
-
     /// Hands a new type to the graph, which connects the pin anew, unless pin and type need nothing.
     HRESULT MakeReconnect(const AM_MEDIA_TYPE* pmt, IPin* pPin) noexcept;
 
@@ -70,8 +58,23 @@ public:
     void ClearGraph() noexcept;
 
 protected:
+    template <class>
+    friend class IBaseFilterImpl;
+
     CFilterCore() noexcept = default;
     ~CFilterCore();
+
+    wchar_t m_szName[cchDSName] = {};                   ///< the name under which the graph knows the filter
+    IFilterGraph* m_pFilterGraphJoin = nullptr;         ///< the graph, not counted: it outlives its filters
+    IMediaEventSink* m_pEventSink = nullptr;            ///< the graph's sink, not counted
+    CComPtr<IReferenceClock> m_spClock;                 ///< stored and handed out; nothing reads it
+    std::atomic<FILTER_STATE> m_eState = State_Stopped; ///< written under m_lock
+    REFERENCE_TIME m_tStart = 0;                        ///< start time given to Run; stored only
+    bool m_bGraphDumpDue = true; ///< write the graph to the log at the next start; written under m_lock
+    mutable CCritSec m_lock;     ///< the turn to change the state; held by a Stop that waits for the worker
+    /// Leaf; guards the name, the graph and the clock: who asks for them or sets them may be the peer within
+    /// a Receive that a Stop, holding m_lock, waits for.
+    mutable CCritSec m_crsJoin;
 
     int m_nStateChanges = 0;                 ///< depth of CStateChange; guarded by m_lock
     unsigned m_nStops = 0;                   ///< changes to State_Stopped, counted round; guarded by m_lock
@@ -464,9 +467,9 @@ public:
     /// Gets the quality messages that arrive at the pin. No frame is dropped for them, and no rate changed.
     HRESULT Filter_Notify(IBaseFilter*, const Quality&) noexcept { return S_OK; }
 
+protected:
     CComPtr<CComObject<TOut>> m_apOut; ///< the output pin
 
-protected:
     /// Makes a pin of this name in place of any earlier one; null or empty falls back to "Out".
     HRESULT MakePin(LPCWSTR pszName) noexcept
     {
@@ -475,10 +478,10 @@ protected:
         const HRESULT hr = DSTLCreateObject(&spOut);
         if (FAILED(hr))
             return hr;
-        CopyDSName(spOut->m_szName, pszName != nullptr && *pszName != L'\0' ? pszName : L"Out");
+        spOut->SetName(pszName != nullptr && *pszName != L'\0' ? pszName : L"Out");
         spOut->SetFilter(static_cast<T*>(this));
         m_apOut = std::move(spOut);
-        DSASSERT(m_apOut->m_ePinDir == PINDIR_OUTPUT);
+        DSASSERT_TEXT(m_apOut->Direction() == PINDIR_OUTPUT, "m_apOut->m_ePinDir == PINDIR_OUTPUT");
         return S_OK;
     }
     /// Lets the pin go. A host may go on holding it: it then has no filter.

@@ -85,15 +85,23 @@ public:
     bool BeginStart() noexcept;
     void EndStart() noexcept;
 
+    PIN_DIRECTION Direction() const noexcept { return m_ePinDir; }
+    /// Before anybody else has the pin.
+    void SetName(LPCWSTR pszName) noexcept { CopyDSName(m_szName, pszName); }
+
+protected:
+    template <class>
+    friend class IPinImpl;
+    friend class CAllocatorMatchBase;
+
+    /// Stores or drops the peer. The old one is released outside the leaf lock.
+    void SetPeer(IPin* pPeer) noexcept;
+
     PIN_DIRECTION m_ePinDir = PINDIR_OUTPUT;
     wchar_t m_szName[cchDSName] = {}; ///< name and identifier
     CComPtr<IPin> m_spConnected;      ///< the peer; written under m_lock and m_crsLink
     mutable CCritSec m_lock;          ///< guards connection and format
     mutable CCritSec m_crsLink;       ///< leaf; guards the pointers of the link
-
-protected:
-    /// Stores or drops the peer. The old one is released outside the leaf lock.
-    void SetPeer(IPin* pPeer) noexcept;
 
     bool m_bStarting = false; ///< the filter is about to leave State_Stopped; guarded by m_crsLink
     bool m_bLinking = false;  ///< a connection is being made or broken; guarded by m_crsLink
@@ -109,10 +117,6 @@ class CPinBase : public CPin
 public:
     using FilterClass = TFilter;
 
-    /// The owning filter, not counted; null after the filter has gone. Written under m_crsLink, so that who
-    /// finds it there under that lock finds a living filter.
-    std::atomic<TFilter*> m_pFilter = nullptr;
-
     /// The filter for the length of a call, in which another thread may give the last other reference back.
     CComPtr<TFilter> GetFilter() const noexcept
     {
@@ -123,6 +127,18 @@ public:
     {
         CScopedLock lock(&this->m_crsLink);
         m_pFilter = pFilter;
+    }
+    /// Releases a reference of the filter, and forgets the filter in the same step when it was the last one:
+    /// nobody gets a new reference through the pin.
+    /// \param fnRelease gives the number of references left
+    template <class TRelease>
+    ULONG ReleaseFilter(TRelease fnRelease) noexcept
+    {
+        CScopedLock lock(&this->m_crsLink);
+        const ULONG nRefs = fnRelease();
+        if (nRefs == 0)
+            m_pFilter = nullptr;
+        return nRefs;
     }
     /// The filter's state, without any lock but the leaf: the worker asks too. State_Stopped without a
     /// filter.
@@ -144,6 +160,11 @@ public:
         }
         return pFilter->QueryAcceptMT(pmt);
     }
+
+protected:
+    /// The owning filter, not counted; null after the filter has gone. Written under m_crsLink: a pointer that
+    /// is read under that lock refers to a live filter.
+    std::atomic<TFilter*> m_pFilter = nullptr;
 };
 
 /// An output pin: the steps of a connection, and the way of a sample.
@@ -265,11 +286,11 @@ public:
         return S_OK;
     }
 
-    CComPtr<IMemInputPin> m_spMemInput; ///< the peer's input; written under m_crsLink
-
 protected:
     template <class>
     friend class IPinImpl;
+
+    CComPtr<IMemInputPin> m_spMemInput; ///< the peer's input; written under m_crsLink
 
     /// Keeps the state of the filter at Stopped, and other connections out, while one is made or broken.
     class CLinkChange
