@@ -1,6 +1,7 @@
 #pragma once
 /// Reader of TGA files: parser, pixel reader and converter in one object.
 
+#include "Common/Common.h"
 #include "Video/TgaBmp/TgaConvert.h"
 #include "Video/TgaBmp/TgaInput.h"
 #include "dstl/WinAPI/TaskBytes.h"
