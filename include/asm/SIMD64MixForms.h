@@ -16,7 +16,7 @@ struct ByteWords
     V low;
     V high;
 
-    static ByteWords Of(V bytes) { return {bytes.Low8(V::Zero()), bytes.High8(V::Zero())}; }
+    static ByteWords Of(V bytes) { return {bytes.LowWords(), bytes.HighWords()}; }
     static ByteWords Same(V words) { return {words, words}; }
     V Pack() const { return low.Pack16(high); }
 

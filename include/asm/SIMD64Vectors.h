@@ -126,6 +126,9 @@ struct V16
     static V16 LoadHalfLanes(const void* p, const void*) { return LoadHalf(p); }
     /// As many bytes as make a register of words, in the order of memory.
     static V16 LoadWords(const void* p) { return {_mm_cvtepu8_epi16(LoadHalf(p).v)}; }
+    /// The bytes of the low and of the high halves of lanes, as words.
+    V16 LowWords() const { return {_mm_cvtepu8_epi16(v)}; }
+    V16 HighWords() const { return High8(Zero()); }
     /// A run from each of two places, half as long as the register each, byte by byte in turn.
     static V16 LoadInTurn(const void* p0, const void* p1) { return LoadHalf(p0).Low8(LoadHalf(p1)); }
 
@@ -213,6 +216,8 @@ struct V32
         return Lanes(V16::LoadHalf(p0), V16::LoadHalf(p1));
     }
     static V32 LoadWords(const void* p) { return {_mm256_cvtepu8_epi16(V16::Load(p).v)}; }
+    V32 LowWords() const { return Low8(Zero()); }
+    V32 HighWords() const { return High8(Zero()); }
     static V32 LoadInTurn(const void* p0, const void* p1)
     {
         const V16 first = V16::Load(p0);

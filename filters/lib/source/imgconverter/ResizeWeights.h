@@ -35,9 +35,21 @@ struct ResizeAxis
     ResizeFactor factor;
 };
 
+/// The region lies in the source and nothing is empty.
+bool IsUsable(const ResizeAxis& axis) noexcept;
+
+/// Every output lies in the middle of two samples of the region.
+bool IsHalved(const ResizeAxis& axis) noexcept;
+
+/// Every sample of the region lies in the middle of two outputs.
+bool IsDoubled(const ResizeAxis& axis) noexcept;
+
 /// Fills the source sample nearest to each output sample; of two equally near the later one.
 /// \param pStart nDstSize samples
 void NearestSamples(const ResizeAxis& axis, int32_t* pStart) noexcept;
+
+/// The most taps of a filter.
+constexpr LONG nFilterMostTaps = 4;
 
 /// Linear and cubic: the number of taps, less only where the source has fewer samples.
 LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept;
