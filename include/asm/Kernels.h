@@ -9,9 +9,9 @@
 ///     static const ConvertKernels avx2;    // Kernels_avx2.cpp
 ///
 /// The vector forms of a subject are templates over the registers of SIMD64Vectors.h, in headers of their own
-/// (SIMD64ConvertForms.h). Kernels_LEVEL.cpp includes all of them and is compiled for its level. Each table is
-/// a constant, defined as constinit, so that nothing of such a file runs before a table has been chosen by the
-/// level. The rest of the file is local to it: the linker could keep its copy of an inline function for all.
+/// (SIMD64ConvertForms.h). Kernels_LEVEL.cpp includes all of them and is compiled for its level. Each table
+/// is a constant, defined as constinit, so that nothing of such a file runs before a table has been chosen by
+/// the level. The rest of the file is local to it: the linker could keep its copy of an inline function.
 
 #include "asm/Cpu.h"
 

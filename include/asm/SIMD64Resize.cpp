@@ -17,7 +17,7 @@ int32_t TapSum(const ResizeRowTaps& taps, const BYTE* pSrc, LONG nOutput, int nC
     return nSum;
 }
 
-/// Both rows; what becomes of a sum is up to make.
+/// Both rows; make turns a sum into a sample.
 template <int nChannels, class TSample, class TMake>
 void ScaleRows(const ResizeRowTaps& taps, const ResizeRowPair<TSample>& rows, TMake make) noexcept
 {

@@ -96,9 +96,9 @@ SumWindows(const BYTE* pSrc0, const BYTE* pSrc1, const ResizeWindow* pWindows, c
     return sums;
 }
 
-/// Rows of one group of taps, as all interpolating filters have. What the loop reads stands in locals: for
-/// all that the compiler knows, its stores could change what taps and rows hold.
-/// \tparam TTarget what becomes of the sums: its Sample, Pack and plain form
+/// Rows of one group of taps, as all interpolating filters have. What the loop reads is copied to locals: as
+/// far as the compiler knows, its stores could change taps and rows.
+/// \tparam TTarget how sums become samples: Sample, Pack, and the plain kernels
 template <class V, class TTarget, bool bTwoTaps, bool bGathered>
 void RowWindows(const ResizeRowTaps& taps, const ResizeRowPair<typename TTarget::Sample>& rows)
 {

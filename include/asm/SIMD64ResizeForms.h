@@ -1,5 +1,5 @@
 #pragma once
-/// The table of the resizer's vector forms, and the forms of what stands before and behind the scaling:
+/// The table of the resizer's vector forms, and the forms of what runs before and after the scaling:
 /// sharpening, and packed 4:2:2 to planes and back. Included by the files that are compiled for one processor
 /// level each, so everything here is local to its includer.
 

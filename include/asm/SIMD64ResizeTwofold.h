@@ -5,7 +5,7 @@
 ///     halve:   out[i] = (upper[2i] + upper[2i + 1] + lower[2i] + lower[2i + 1] + 2) >> 2
 ///     double:  out[2i], out[2i + 1] = (3 d[i] + d[i - 1] + 8) >> 4, (3 d[i] + d[i + 1] + 8) >> 4
 ///              with d[i] = 3 near[i] + far[i]
-///     nearest: out[i] = source[2i + 1]                     (to one half; of other ratios there is no form)
+///     nearest: out[i] = source[2i + 1]                     (to one half only)
 
 #include "asm/SIMD64Resize.h"
 #include "asm/SIMD64Vectors.h"

@@ -150,7 +150,7 @@ struct V16
         b.Store(static_cast<BYTE*>(p) + cb);
     }
 
-    /// For shifts by a number that is no constant.
+    /// A shift count that is not a constant.
     static V16 Count(int n) { return {_mm_cvtsi32_si128(n)}; }
     /// The same lane everywhere.
     static V16 Same(V16 lane) { return lane; }

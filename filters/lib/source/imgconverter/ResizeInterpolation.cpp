@@ -6,11 +6,11 @@
 namespace
 {
 
-/// Four pixels a turn: a loop of one takes a quarter longer where it comes to lie across cache lines of code.
+/// Four bytes a turn: a loop of one byte takes a quarter longer where it lies across lines of the code cache.
 template <size_t nChannels>
 void Pick(const int32_t* pStart, const BYTE* pSrc, BYTE* pDst, LONG nOutputs) noexcept
 {
-    constexpr LONG nTurn = 4;
+    constexpr LONG nTurn = nChannels == 1 ? 4 : 1;
     const auto pick = [=](LONG i)
     {
         std::memcpy(pDst + static_cast<size_t>(i) * nChannels, pSrc + ptrdiff_t{pStart[i]} * nChannels,

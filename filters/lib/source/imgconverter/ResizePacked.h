@@ -1,7 +1,7 @@
 #pragma once
 /// Scales packed 4:2:2 as three planes, of which only the rows in work exist.
 
-#include "imgconverter/ResizeSharp.h"
+#include "imgconverter/ResizePlane.h"
 
 /// A rectangle of a packed picture and where it goes: first pixels, and bytes from one row to the next.
 struct PackedScale

@@ -173,7 +173,7 @@ void AreaWeights(const ResizeAxis& axis, LONG nTaps, int32_t* pStart, int16_t* p
         const auto nFirst = axis.nRoiStart + static_cast<LONG>(place.Whole());
         pStart[i] = std::min<LONG>(nFirst, axis.nSrcSize - nTaps);
         std::fill_n(pWeights, nTaps, int16_t{0});
-        // The first sample lacks what the output before covers of it, the last one takes what is left.
+        // The output before covers a part of the first sample; the last one gets the parts that remain.
         int64_t nLeft = parts.nSrc;
         int64_t nPart = parts.nDst - place.Rest();
         for (int16_t* p = pWeights + (nFirst - pStart[i]); nLeft > 0; p++)

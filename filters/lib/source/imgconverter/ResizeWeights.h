@@ -1,7 +1,7 @@
 #pragma once
 /// The weights of the resizer's filters: which source samples make one output sample of an axis.
 ///
-/// Sample centres are aligned: output x stands at (x + 0.5) * nSrc / nDst - 0.5 of its region. The region
+/// Sample centres are aligned: output x lies at (x + 0.5) * nSrc / nDst - 0.5 of its region. The region
 /// lies in a larger picture, so that filters reach over its edges; at the edges of the picture they take the
 /// outermost sample again. Positions are exact ratios, so that no rounding of a factor moves a sample.
 

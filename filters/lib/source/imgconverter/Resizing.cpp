@@ -181,12 +181,6 @@ size_t WorkSize(const ResizeCall& call) noexcept
     return 0;
 }
 
-using PFNRESIZEPLANE = ePrimitiveStatus (*)(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst,
-                                            ptrdiff_t nDstStep, const PlaneScale& scale, int nInterpolation,
-                                            BYTE* pWork) noexcept;
-/// By number of channels, less one.
-constexpr PFNRESIZEPLANE arrResizePlane[] = {ResizePlane1, nullptr, ResizePlane3, ResizePlane4};
-
 /// \param bTurn writes the rows from the last one on upward
 ePrimitiveStatus ScalePlane(const ResizeCall& call, int nPlane, bool bTurn, BYTE* pWork) noexcept
 {
@@ -200,10 +194,7 @@ ePrimitiveStatus ScalePlane(const ResizeCall& call, int nPlane, bool bTurn, BYTE
         pDst += (sharp.scale.dstSize.nHeight - 1) * nDstStep;
         nDstStep = -nDstStep;
     }
-    if (sharp.bSharpen)
-        return ResizeSharpPlane(pSrc, nSrcStep, pDst, nDstStep, sharp, pWork);
-    return arrResizePlane[sharp.nChannels - 1](pSrc, nSrcStep, pDst, nDstStep, sharp.scale,
-                                               sharp.nInterpolation, pWork);
+    return ResizeSharpPlane(pSrc, nSrcStep, pDst, nDstStep, sharp, pWork);
 }
 
 void ScaleThreePlanes(const ResizeCall& call, BYTE* pWork) noexcept
@@ -213,8 +204,9 @@ void ScaleThreePlanes(const ResizeCall& call, BYTE* pWork) noexcept
         eStatus = ScalePlane(call, nPlane, false, pWork);
 }
 
-/// RGB: where the row orders differ, rows go to their final places at once, unless rows that are still to be
-/// read stand there. What is not scaled is turned all the same, but RGB8 never is: both deliberate.
+/// RGB: where the row orders differ, rows go to their final places at once, unless that would overwrite rows
+/// that are still to be read. Formats without a branch are flipped all the same, RGB8 never is: both
+/// deliberate.
 void ScaleInterleaved(const ResizeCall& call, BYTE* pWork) noexcept
 {
     const bool bDiffer = call.src.bMirror != call.dst.bMirror;
@@ -285,7 +277,7 @@ HRESULT RunBranch(ResizeCall& call, BYTE* pTemp) noexcept
         ScalePacked(call, pWork);
         break;
     }
-    return S_OK; // deliberate: what the primitives answer only ends the branch
+    return S_OK; // deliberate: a failing primitive only ends the branch
 }
 
 } // namespace
