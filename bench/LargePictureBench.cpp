@@ -6,7 +6,7 @@
 
 #include "Common/Common.h"
 #include "Video/TgaBmp/TgaBmp.h"
-#include "dstl/Old/AlphaArithmetic.h"
+#include "asm/SIMD64Mix.h"
 #include "dstl/WinAPI/TaskBytes.h"
 #include "imgconverter/ImgConverter.h"
 

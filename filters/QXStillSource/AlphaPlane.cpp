@@ -1,5 +1,7 @@
 #include "AlphaPlane.h"
 
+#include "asm/SIMD64Convert.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -8,7 +10,6 @@ namespace
 
 constexpr size_t cbPixel = 4;    // B, G, R, A
 constexpr size_t nAlphaByte = 3; // offset of A in a pixel
-constexpr BYTE byOpaque = 0xFF;
 
 } // namespace
 
@@ -40,9 +41,6 @@ void ExtractAlpha(const BYTE* pbPixels, size_t cbPixels, size_t cbSourceStep, BY
 
 void SetAlphaSolid(BYTE* pbPixels, size_t cbPixels) noexcept
 {
-    if (pbPixels == nullptr)
-        return;
-    const size_t nPixels = cbPixels / cbPixel;
-    for (size_t i = 0; i < nPixels; i++)
-        pbPixels[i * cbPixel + nAlphaByte] = byOpaque;
+    if (pbPixels != nullptr)
+        Kernels<ConvertKernels>().BGR32ToBGRA(pbPixels, pbPixels, cbPixels / cbPixel);
 }

@@ -17,8 +17,8 @@ enum eCPU : int
 /// or less where a limit was set. Any thread.
 eCPU CpuLevel() noexcept;
 
-/// Lowers the level, for tests and measurements; a level that the processor lacks does not raise it.
-/// Not meant to be called while other threads convert. \return the limit that stood before
+/// Lowers the level, for tests and measurements; a limit above the processor's own level has no effect.
+/// Not meant to be called while other threads convert. \return the previous limit
 eCPU SetCpuLimit(eCPU eLimit) noexcept;
 
 /// Sets a limit for the life of an object.

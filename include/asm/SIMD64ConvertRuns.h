@@ -3,8 +3,7 @@
 /// the files that are compiled for one kind of processor each, so everything here is local to its includer.
 
 #include "asm/SIMD64Convert.h"
-
-#include <immintrin.h>
+#include "asm/SIMD64Vectors.h"
 
 namespace
 {
@@ -44,15 +43,24 @@ void RunBlocks(size_t nPixels, TBlock block, TPrefetch prefetch)
         block(nPixels - nBlock);
 }
 
+/// Columns of a block.
+template <class V, class TBlock>
+constexpr size_t BlockPixels()
+{
+    return TBlock::nLanePixels * V::nLanes;
+}
+
 // A row that is shorter than a block is handed on.
 
-template <class TBlock, auto pfnShorter>
+template <class V, class TBlock, auto pKernel>
 void RunRow(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
 {
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pSrc, pDst, nPixels);
-    RunBlocks<TBlock::nPixels>(
-        nPixels, [=](size_t i) { TBlock::Do(pSrc + i * TBlock::cbSrc, pDst + i * TBlock::cbDst); },
+    if (nPixels < BlockPixels<V, TBlock>())
+        return Narrower<V>(RunRow<V16, TBlock, pKernel>, ConvertKernels::scalar.*pKernel)(pSrc, pDst,
+                                                                                          nPixels);
+    RunBlocks<BlockPixels<V, TBlock>()>(
+        nPixels,
+        [=](size_t i) { TBlock::template Do<V>(pSrc + i * TBlock::cbSrc, pDst + i * TBlock::cbDst); },
         [=](size_t i)
         {
             Prefetch<nGroup * TBlock::cbSrc, cbSrcAhead>(pSrc + i * TBlock::cbSrc);
@@ -60,18 +68,19 @@ void RunRow(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
         });
 }
 
-template <class TBlock, auto pfnShorter>
+template <class V, class TBlock, auto pKernel>
 void RunToPlanar(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYTE* pU, BYTE* pV,
                  size_t nPixels) noexcept
 {
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
-    RunBlocks<TBlock::nPixels>(
+    if (nPixels < BlockPixels<V, TBlock>())
+        return Narrower<V>(RunToPlanar<V16, TBlock, pKernel>,
+                           ConvertKernels::scalar.*pKernel)(pSrc0, pSrc1, pY0, pY1, pU, pV, nPixels);
+    RunBlocks<BlockPixels<V, TBlock>()>(
         nPixels,
         [=](size_t i)
         {
-            TBlock::Do(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, pY0 + i, pY1 + i, pU + i / 2,
-                       pV + i / 2);
+            TBlock::template Do<V>(pSrc0 + i * TBlock::cbSrc, pSrc1 + i * TBlock::cbSrc, pY0 + i, pY1 + i,
+                                   pU + i / 2, pV + i / 2);
         },
         [=](size_t i)
         {
@@ -80,18 +89,19 @@ void RunToPlanar(const BYTE* pSrc0, const BYTE* pSrc1, BYTE* pY0, BYTE* pY1, BYT
         });
 }
 
-template <class TBlock, auto pfnShorter>
+template <class V, class TBlock, auto pKernel>
 void RunFromPlanar(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst0,
                    BYTE* pDst1, size_t nPixels) noexcept
 {
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
-    RunBlocks<TBlock::nPixels>(
+    if (nPixels < BlockPixels<V, TBlock>())
+        return Narrower<V>(RunFromPlanar<V16, TBlock, pKernel>,
+                           ConvertKernels::scalar.*pKernel)(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
+    RunBlocks<BlockPixels<V, TBlock>()>(
         nPixels,
         [=](size_t i)
         {
-            TBlock::Do(pY0 + i, pY1 + i, pSecond + i / 2, pThird + i / 2, pDst0 + i * TBlock::cbDst,
-                       pDst1 + i * TBlock::cbDst);
+            TBlock::template Do<V>(pY0 + i, pY1 + i, pSecond + i / 2, pThird + i / 2,
+                                   pDst0 + i * TBlock::cbDst, pDst1 + i * TBlock::cbDst);
         },
         [=](size_t i)
         {
@@ -101,21 +111,37 @@ void RunFromPlanar(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const 
 }
 
 /// One row after the other, where the chroma costs less than a second place to write to.
-template <class TBlock, auto pfnShorter>
+template <class V, class TBlock, auto pKernel>
 void RunFromPlanarByRow(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird,
                         BYTE* pDst0, BYTE* pDst1, size_t nPixels) noexcept
 {
-    if (nPixels < TBlock::nPixels)
-        return pfnShorter(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
+    if (nPixels < BlockPixels<V, TBlock>())
+        return Narrower<V>(RunFromPlanarByRow<V16, TBlock, pKernel>,
+                           ConvertKernels::scalar.*pKernel)(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
     const auto row = [=](const BYTE* pY, BYTE* pDst)
     {
-        RunBlocks<TBlock::nPixels>(
+        RunBlocks<BlockPixels<V, TBlock>()>(
             nPixels,
-            [=](size_t i) { TBlock::Do(pY + i, pSecond + i / 2, pThird + i / 2, pDst + i * TBlock::cbDst); },
+            [=](size_t i)
+            { TBlock::template Do<V>(pY + i, pSecond + i / 2, pThird + i / 2, pDst + i * TBlock::cbDst); },
             [=](size_t i) { Prefetch<nGroup * TBlock::cbDst, cbDstAhead>(pDst + i * TBlock::cbDst); });
     };
     row(pY0, pDst0);
     row(pY1, pDst1);
+}
+
+/// Kernels without a vector form.
+template <PFNCONVERTROW ConvertKernels::*pKernel>
+void RunScalar(const BYTE* pSrc, BYTE* pDst, size_t nPixels) noexcept
+{
+    (ConvertKernels::scalar.*pKernel)(pSrc, pDst, nPixels);
+}
+
+template <PFNFROMPLANAR420 ConvertKernels::*pKernel>
+void RunScalar(const BYTE* pY0, const BYTE* pY1, const BYTE* pSecond, const BYTE* pThird, BYTE* pDst0,
+               BYTE* pDst1, size_t nPixels) noexcept
+{
+    (ConvertKernels::scalar.*pKernel)(pY0, pY1, pSecond, pThird, pDst0, pDst1, nPixels);
 }
 
 } // namespace

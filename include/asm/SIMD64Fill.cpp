@@ -14,7 +14,7 @@ void Fill(BYTE* pDst, size_t cb, const FillPattern& pattern) noexcept
 
 } // namespace
 
-constinit const FillKernels FillKernels::scalar = {Fill};
+constinit const FillKernels FillKernels::scalar = {.pfnFill = Fill};
 
 FillPattern MakeFillPattern(DWORD dwColor, size_t nBytes) noexcept
 {

@@ -164,17 +164,68 @@ void ComposePre(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept
     }
 }
 
+/// Colours x 256 / alpha + 1/2 in whole numbers. 256, not 255: deliberate. Without alpha nothing changes.
+void StraightenPixel(BYTE* pDst, const BYTE* pSrc) noexcept
+{
+    const int nAlpha = pSrc[3];
+    for (int i = 0; i < 3; i++)
+        pDst[i] = nAlpha == 0 ? pSrc[i] : ToByte((512 * pSrc[i] + nAlpha) / (2 * nAlpha));
+    pDst[3] = pSrc[3];
+}
+
 void Straighten(BYTE* pDst, size_t nPixels) noexcept
 {
     for (; nPixels != 0; nPixels--, pDst += 4)
+        StraightenPixel(pDst, pDst);
+}
+
+void Premultiply(BYTE* pDst, size_t nPixels) noexcept
+{
+    for (; nPixels != 0; nPixels--, pDst += 4)
     {
-        const int nAlpha = pDst[3];
-        if (nAlpha == 0)
-            continue;
-        // c x 256 / a + 1/2 in whole numbers. 256, not 255: deliberate.
         for (int i = 0; i < 3; i++)
-            pDst[i] = ToByte((512 * pDst[i] + nAlpha) / (2 * nAlpha));
+            pDst[i] = static_cast<BYTE>(Div255(pDst[i] * pDst[3]));
     }
+}
+
+constexpr UnpremultiplyFactors FactorsOf(int nAlpha) noexcept
+{
+    constexpr int nMost = 32767;
+    constexpr uint16_t nKeep = 256;
+    if (nAlpha == 0)
+        return {0, 0, 0, nKeep};
+    const float fFactor = 65280.0f / static_cast<float>(nAlpha);
+    int nFactor = static_cast<int>(fFactor);
+    const float fRest = fFactor - static_cast<float>(nFactor);
+    if (fRest > 0.5f || (fRest == 0.5f && nFactor % 2 != 0))
+        nFactor++;
+    const auto n = static_cast<uint16_t>(std::min(nFactor, nMost));
+    return {n, n, n, nKeep};
+}
+
+constexpr UnpremultiplyTable MakeTable() noexcept
+{
+    UnpremultiplyTable table = {};
+    for (int nAlpha = 0; nAlpha < 256; nAlpha++)
+        table.arrFactors[nAlpha] = FactorsOf(nAlpha);
+    return table;
+}
+
+void UnpremultiplyRow(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept
+{
+    for (; nPixels >= 4; nPixels -= 4)
+    {
+        for (int i = 0; i < 4; i++, pDst += 4, pSrc += 4)
+        {
+            const UnpremultiplyFactors& factors = unpremultiplyTable.arrFactors[pSrc[3]];
+            pDst[0] = ToByte((pSrc[0] * factors.b) >> 8);
+            pDst[1] = ToByte((pSrc[1] * factors.g) >> 8);
+            pDst[2] = ToByte((pSrc[2] * factors.r) >> 8);
+            pDst[3] = pSrc[3];
+        }
+    }
+    for (; nPixels != 0; nPixels--, pDst += 4, pSrc += 4)
+        StraightenPixel(pDst, pSrc);
 }
 
 BlendWeights MakeWeights(const SHORT wA[4], const SHORT wB[4], const BYTE c[4]) noexcept
@@ -188,15 +239,20 @@ BlendWeights MakeWeights(const SHORT wA[4], const SHORT wB[4], const BYTE c[4]) 
 
 } // namespace
 
-constinit const MixKernels MixKernels::scalar = {Blend,
-                                                 BlendSaturated,
-                                                 {MixLuma, MixLumaPre, MixChroma, MixChromaPre, MixPixels<2>,
-                                                  MixPackedPre<16, 128>, MixPackedPre<128, 16>, MixPixels<3>,
-                                                  MixPixelsPre<3>, MixPixels<4>, MixPixelsPre<4>},
-                                                 Scale,
-                                                 ComposeStraight,
-                                                 ComposePre,
-                                                 Straighten};
+constinit const UnpremultiplyTable unpremultiplyTable = MakeTable();
+
+constinit const MixKernels MixKernels::scalar = {
+    .pfnBlend = Blend,
+    .pfnBlendSaturated = BlendSaturated,
+    .arrRows = {MixLuma, MixLumaPre, MixChroma, MixChromaPre, MixPixels<2>, MixPackedPre<16, 128>,
+                MixPackedPre<128, 16>, MixPixels<3>, MixPixelsPre<3>, MixPixels<4>, MixPixelsPre<4>},
+    .pfnScale = Scale,
+    .pfnComposeStraight = ComposeStraight,
+    .pfnComposePre = ComposePre,
+    .pfnStraighten = Straighten,
+    .pfnPremultiply = Premultiply,
+    .pfnUnpremultiply = UnpremultiplyRow,
+};
 
 void BlendBytes(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4],
                 const SHORT wB[4]) noexcept
@@ -219,4 +275,16 @@ void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const S
                   const BYTE c[4]) noexcept
 {
     Kernels<MixKernels>().pfnBlend(pDst, pA, pB, cb, MakeWeights(wA, wB, c));
+}
+
+void PremultiplyAlpha(BYTE* pbBits, size_t cbStep, DWORD nWidth, DWORD nHeight) noexcept
+{
+    const MixKernels& kernels = Kernels<MixKernels>();
+    for (DWORD y = 0; y < nHeight; y++, pbBits += cbStep)
+        kernels.pfnPremultiply(pbBits, nWidth);
+}
+
+void Unpremultiply(BYTE* pbDst, const BYTE* pbSrc, size_t nPixels) noexcept
+{
+    Kernels<MixKernels>().pfnUnpremultiply(pbDst, pbSrc, nPixels);
 }

@@ -1,9 +1,11 @@
 #pragma once
-/// Mixes of two rows of bytes. A destination may be one of the sources, at the same place.
+/// Mixes of two rows of bytes, and the alpha arithmetic of 32-bit pixels (B, G, R, A). A destination may be
+/// one of the sources, at the same place.
 
 #include "asm/Kernels.h"
 
 #include <cstddef>
+#include <cstdint>
 
 /// Weights in 1/256 and centres of the bytes i mod 4.
 struct BlendWeights
@@ -42,6 +44,19 @@ using PFNBLEND = void (*)(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb,
 /// Composes BGRA pixels over BGRA pixels; the result is premultiplied.
 using PFNCOMPOSE = void (*)(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept;
 
+/// What the bytes of a pixel are multiplied by, in 1/256: colours by 65280 / alpha, rounded to nearest even
+/// and at most 32767, or by 0 without alpha; alpha by 256.
+struct UnpremultiplyFactors
+{
+    uint16_t b, g, r, a;
+};
+
+struct UnpremultiplyTable
+{
+    UnpremultiplyFactors arrFactors[256]; ///< by alpha
+};
+extern const UnpremultiplyTable unpremultiplyTable;
+
 struct MixKernels
 {
     /// (((a - c) x wA + (b - c) x wB) >> 8) + c, clamped to 0 to 255
@@ -62,6 +77,13 @@ struct MixKernels
     /// Colours times 256 over alpha, rounded, at most 255; a pixel of alpha 0 stays.
     void (*pfnStraighten)(BYTE* pDst, size_t nPixels) noexcept;
 
+    /// Colours times alpha / 255, rounded down; alpha stays.
+    void (*pfnPremultiply)(BYTE* pDst, size_t nPixels) noexcept;
+
+    /// Colours over alpha, which stays. Whole groups of four pixels go through unpremultiplyTable, so that a
+    /// pixel of alpha 0 becomes black; the pixels that are left are straightened as by pfnStraighten.
+    void (*pfnUnpremultiply)(BYTE* pDst, const BYTE* pSrc, size_t nPixels) noexcept;
+
     static const MixKernels scalar; ///< states the arithmetic
     static const MixKernels sse41;
     static const MixKernels avx2;
@@ -76,3 +98,10 @@ void BlendChroma(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SH
                  const SHORT wB[4]) noexcept;
 void BlendCentred(BYTE* pDst, const BYTE* pA, const BYTE* pB, size_t cb, const SHORT wA[4], const SHORT wB[4],
                   const BYTE c[4]) noexcept;
+
+/// Makes straight pixels premultiplied, in place (pfnPremultiply). \param pbBits first row, rows of nWidth
+/// pixels \param cbStep bytes from row to row
+void PremultiplyAlpha(BYTE* pbBits, size_t cbStep, DWORD nWidth, DWORD nHeight) noexcept;
+
+/// Makes premultiplied pixels straight (pfnUnpremultiply).
+void Unpremultiply(BYTE* pbDst, const BYTE* pbSrc, size_t nPixels) noexcept;

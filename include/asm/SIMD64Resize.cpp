@@ -17,7 +17,7 @@ int32_t TapSum(const ResizeRowTaps& taps, const BYTE* pSrc, LONG nOutput, int nC
     return nSum;
 }
 
-/// Both rows; what becomes of a sum is up to make.
+/// Both rows; make turns a sum into a sample.
 template <int nChannels, class TSample, class TMake>
 void ScaleRows(const ResizeRowTaps& taps, const ResizeRowPair<TSample>& rows, TMake make) noexcept
 {
@@ -167,17 +167,18 @@ void Merge(const BYTE* pY, const BYTE* pFirst, const BYTE* pSecond, BYTE* pDst, 
 } // namespace
 
 constinit const ResizeKernels ResizeKernels::scalar = {
-    {Row<1>, nullptr, Row<3>, Row<4>},
-    {Sum<1, int32_t>, nullptr, Sum<3, int32_t>, Sum<4, int32_t>},
-    {Sum<1, uint16_t>, nullptr, Sum<3, uint16_t>, Sum<4, uint16_t>},
-    {Halve<1>, nullptr, Halve<3>, Halve<4>},
-    {Seconds<1>, nullptr, Seconds<3>, Seconds<4>},
-    Double,
-    Blend,
-    Add,
-    Divide,
-    Average,
-    Sharpen,
-    {Split<false>, Split<true>},
-    {Merge<false>, Merge<true>},
-    false};
+    .arrRows = {Row<1>, nullptr, Row<3>, Row<4>},
+    .arrSum = {Sum<1, int32_t>, nullptr, Sum<3, int32_t>, Sum<4, int32_t>},
+    .arrNarrow = {Sum<1, uint16_t>, nullptr, Sum<3, uint16_t>, Sum<4, uint16_t>},
+    .arrHalve = {Halve<1>, nullptr, Halve<3>, Halve<4>},
+    .arrSeconds = {Seconds<1>, nullptr, Seconds<3>, Seconds<4>},
+    .pfnDouble = Double,
+    .pfnBlend = Blend,
+    .pfnAdd = Add,
+    .pfnDivide = Divide,
+    .pfnAverage = Average,
+    .pfnSharpen = Sharpen,
+    .arrSplit = {Split<false>, Split<true>},
+    .arrMerge = {Merge<false>, Merge<true>},
+    .bWindows = false,
+};

@@ -29,7 +29,7 @@ Half HalfOf(ResizeWindow& window, int32_t* pPlaces, LONG nHalf, LONG nPlaces) no
             pPlaces + nHalf * nPlaces};
 }
 
-/// Tap k of the half's output i stands in the given byte of its 16.
+/// Tap k of the half's output i is the given byte of its 16.
 void SetTap(const Half& half, LONG i, LONG k, LONG nByte, int16_t nWeight) noexcept
 {
     const LONG nWord = i * 2 + (k & 1);

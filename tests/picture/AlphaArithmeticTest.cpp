@@ -1,5 +1,5 @@
 #include "TempFiles.h"
-#include "dstl/Old/AlphaArithmetic.h"
+#include "asm/SIMD64Mix.h"
 
 #include <gtest/gtest.h>
 
@@ -116,12 +116,12 @@ TEST(Premultiply, EveryWidth)
 TEST(Unpremultiply, Factors)
 {
     std::fesetround(FE_TONEAREST);
-    EXPECT_EQ(UnpremultiplyFactor(0), 0);
-    EXPECT_EQ(UnpremultiplyFactor(1), 32767);
-    EXPECT_EQ(UnpremultiplyFactor(2), 32640);
-    EXPECT_EQ(UnpremultiplyFactor(255), 256);
+    EXPECT_EQ(unpremultiplyTable.arrFactors[0].b, 0);
+    EXPECT_EQ(unpremultiplyTable.arrFactors[1].b, 32767);
+    EXPECT_EQ(unpremultiplyTable.arrFactors[2].b, 32640);
+    EXPECT_EQ(unpremultiplyTable.arrFactors[255].b, 256);
     for (int a = 1; a < 256; ++a)
-        EXPECT_EQ(UnpremultiplyFactor(static_cast<BYTE>(a)),
+        EXPECT_EQ(unpremultiplyTable.arrFactors[a].b,
                   std::min(32767, static_cast<int>(std::nearbyintf(65280.0f / static_cast<float>(a)))));
 }
 

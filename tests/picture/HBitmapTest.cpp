@@ -2,7 +2,7 @@
 #include "GdiPlusScope.h"
 #include "TempFiles.h"
 #include "Video/TgaBmp/BmpFile.h"
-#include "dstl/Old/AlphaArithmetic.h"
+#include "asm/SIMD64Mix.h"
 #include "dstl/Old/GDIPlusHelpers.h"
 #include "support/LogCapture.h"
 

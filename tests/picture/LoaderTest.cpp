@@ -3,7 +3,7 @@
 #include "GdiPlusScope.h"
 #include "TgaBuilder.h"
 #include "Video/TgaBmp/BmpFile.h"
-#include "dstl/Old/AlphaArithmetic.h"
+#include "asm/SIMD64Mix.h"
 #include "dstl/Old/GDIPlusHelpers.h"
 #include "dstl/WinAPI/File.h"
 #include "support/LogCapture.h"

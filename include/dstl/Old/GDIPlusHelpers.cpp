@@ -2,7 +2,7 @@
 
 #include "Video/TgaBmp/BmpFile.h"
 #include "Video/TgaBmp/TgaBmp.h"
-#include "dstl/Old/AlphaArithmetic.h"
+#include "asm/SIMD64Mix.h"
 #include "dstl/Old/GDIPlusFrames.h"
 #include "dstl/WinAPI/SehCopy.h"
 #include "dstl/dshowx/DSTrace.h"

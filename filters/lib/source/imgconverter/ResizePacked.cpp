@@ -45,7 +45,7 @@ public:
         {
             const auto pfnSplit = m_packed.bChromaFirst ? SplitUYVY : SplitYUY2;
             const Planes422<BYTE> planes = {{row.arrPlane[0], row.arrPlane[1], row.arrPlane[2]}, {}};
-            pfnSplit(m_packed.source.Row(m_packed.nTop + nRow) + m_packed.cbLeft, 0, planes,
+            pfnSplit(m_packed.pSrc + nRow * m_packed.nSrcStep, 0, planes,
                      {m_packed.luma.scale.srcSize.nWidth, 1});
             m_arrHeld[nSlot] = nRow;
         }

@@ -1,14 +1,13 @@
 #pragma once
 /// Scales packed 4:2:2 as three planes, of which only the rows in work exist.
 
-#include "imgconverter/ResizeSharp.h"
+#include "imgconverter/ResizePlane.h"
 
-/// A rectangle of a packed picture and where it goes.
+/// A rectangle of a packed picture and where it goes: first pixels, and bytes from one row to the next.
 struct PackedScale
 {
-    IRowSource& source; ///< packed rows of the whole picture
-    LONG nTop;          ///< first row of the rectangle
-    size_t cbLeft;      ///< bytes left of it
+    const BYTE* pSrc;
+    ptrdiff_t nSrcStep;
     BYTE* pDst;
     ptrdiff_t nDstStep;
     bool bChromaFirst; ///< packed as U, Y, V, Y
@@ -20,5 +19,5 @@ struct PackedScale
 size_t PackedWorkSize(const SharpScale& luma, const SharpScale& chroma) noexcept;
 
 /// \param pWork PackedWorkSize bytes, aligned to cbWorkAlign
-/// \return ePS_Done; what CPlaneScaler::Open answers, with nothing written
+/// \return ePS_Done; what CPlaneScaler::Open returns, with nothing written
 ePrimitiveStatus ResizePacked(const PackedScale& packed, BYTE* pWork) noexcept;

@@ -91,6 +91,25 @@ int32_t PutInside(const ResizeAxis& axis, int64_t nFirst, const int* pFilter, in
 
 } // namespace
 
+bool IsUsable(const ResizeAxis& axis) noexcept
+{
+    return axis.nRoiStart >= 0 && axis.nRoiSize > 0 && axis.nRoiSize <= axis.nSrcSize &&
+           axis.nRoiStart <= axis.nSrcSize - axis.nRoiSize && axis.nDstSize > 0 && axis.factor.nDst > 0 &&
+           axis.factor.nSrc > 0;
+}
+
+bool IsHalved(const ResizeAxis& axis) noexcept
+{
+    const auto half = [](LONG nSrc, LONG nDst) { return nSrc % 2 == 0 && nSrc / 2 == nDst; };
+    return half(axis.nRoiSize, axis.nDstSize) && half(axis.factor.nSrc, axis.factor.nDst);
+}
+
+bool IsDoubled(const ResizeAxis& axis) noexcept
+{
+    const auto twice = [](LONG nSrc, LONG nDst) { return nDst % 2 == 0 && nDst / 2 == nSrc; };
+    return twice(axis.nRoiSize, axis.nDstSize) && twice(axis.factor.nSrc, axis.factor.nDst);
+}
+
 void NearestSamples(const ResizeAxis& axis, int32_t* pStart) noexcept
 {
     // (2x + 1) * nSrc / (2 * nDst)
@@ -102,7 +121,7 @@ void NearestSamples(const ResizeAxis& axis, int32_t* pStart) noexcept
 
 LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept
 {
-    return std::min<LONG>(eMode == eIP_Cubic ? 4 : 2, axis.nSrcSize);
+    return std::min<LONG>(eMode == eIP_Cubic ? nFilterMostTaps : 2, axis.nSrcSize);
 }
 
 void FilterWeights(const ResizeAxis& axis, eInterpolation eMode, int32_t* pStart, int16_t* pWeights) noexcept
@@ -116,11 +135,11 @@ void FilterWeights(const ResizeAxis& axis, eInterpolation eMode, int32_t* pStart
     {
         const double dblRest = static_cast<double>(place.Rest()) * dblPart;
         const int64_t nSample = place.Whole() + axis.nRoiStart;
-        int arrFilter[4] = {};
+        int arrFilter[nFilterMostTaps] = {};
         if (eMode == eIP_Cubic)
         {
             CubicWeights(dblRest, arrFilter);
-            pStart[i] = PutInside(axis, nSample - 1, arrFilter, 4, nTaps, pWeights);
+            pStart[i] = PutInside(axis, nSample - 1, arrFilter, nFilterMostTaps, nTaps, pWeights);
         }
         else
         {
@@ -154,7 +173,7 @@ void AreaWeights(const ResizeAxis& axis, LONG nTaps, int32_t* pStart, int16_t* p
         const auto nFirst = axis.nRoiStart + static_cast<LONG>(place.Whole());
         pStart[i] = std::min<LONG>(nFirst, axis.nSrcSize - nTaps);
         std::fill_n(pWeights, nTaps, int16_t{0});
-        // The first sample lacks what the output before covers of it, the last one takes what is left.
+        // The output before covers a part of the first sample; the last one gets the parts that remain.
         int64_t nLeft = parts.nSrc;
         int64_t nPart = parts.nDst - place.Rest();
         for (int16_t* p = pWeights + (nFirst - pStart[i]); nLeft > 0; p++)

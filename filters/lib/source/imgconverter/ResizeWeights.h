@@ -1,7 +1,7 @@
 #pragma once
 /// The weights of the resizer's filters: which source samples make one output sample of an axis.
 ///
-/// Sample centres are aligned: output x stands at (x + 0.5) * nSrc / nDst - 0.5 of its region. The region
+/// Sample centres are aligned: output x lies at (x + 0.5) * nSrc / nDst - 0.5 of its region. The region
 /// lies in a larger picture, so that filters reach over its edges; at the edges of the picture they take the
 /// outermost sample again. Positions are exact ratios, so that no rounding of a factor moves a sample.
 
@@ -35,9 +35,21 @@ struct ResizeAxis
     ResizeFactor factor;
 };
 
+/// The region lies in the source and nothing is empty.
+bool IsUsable(const ResizeAxis& axis) noexcept;
+
+/// Every output lies in the middle of two samples of the region.
+bool IsHalved(const ResizeAxis& axis) noexcept;
+
+/// Every sample of the region lies in the middle of two outputs.
+bool IsDoubled(const ResizeAxis& axis) noexcept;
+
 /// Fills the source sample nearest to each output sample; of two equally near the later one.
 /// \param pStart nDstSize samples
 void NearestSamples(const ResizeAxis& axis, int32_t* pStart) noexcept;
+
+/// The most taps of a filter.
+constexpr LONG nFilterMostTaps = 4;
 
 /// Linear and cubic: the number of taps, less only where the source has fewer samples.
 LONG FilterTaps(const ResizeAxis& axis, eInterpolation eMode) noexcept;

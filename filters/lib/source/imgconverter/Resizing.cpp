@@ -2,7 +2,6 @@
 
 #include "dstl/dshowx/DSTrace.h"
 #include "imgconverter/Block.h"
-#include "imgconverter/ResizeFrame.h"
 #include "imgconverter/ResizePacked.h"
 #include "imgconverter/ResizePlane.h"
 
@@ -29,37 +28,26 @@ enum class eBranch
 
 struct FormatBranch
 {
-    DWORD fccType;
     eBranch branch;
     int nChannels;
     bool bChromaFirst; ///< packed as U, Y, V, Y
     bool bLimitMode;   ///< nInterpolationEnd holds
 };
 
-constexpr FormatBranch arrBranches[] = {
-    {FOURCC_UYVY, eBranch::PackedYUV, 1, true, false},
-    {FOURCC_HDYC, eBranch::PackedYUV, 1, true, false},
-    {FOURCC_YUY2, eBranch::PackedYUV, 1, false, false},
-    {FOURCC_YVYU, eBranch::PackedYUV, 1, false, false},
-    {FOURCC_I420, eBranch::PlanarYUV, 1, false, false},
-    {FOURCC_YV12, eBranch::PlanarYUV, 1, false, false},
-    {FOURCC_ARGB32, eBranch::Interleaved, 4, false, true},
-    {FOURCC_RGB32, eBranch::Interleaved, 4, false, true},
-    {FOURCC_RGB24, eBranch::Interleaved, 3, false, true},
-    {FOURCC_RGB8, eBranch::Interleaved, 1, false, false},
-};
-
-/// The 16-bit RGB codes have no branch.
-constexpr FormatBranch branchNone = {0, eBranch::None, 0, false, false};
-
-const FormatBranch& FindBranch(DWORD fccType) noexcept
+/// The 16-bit RGB codes have no branch. \param pic a usable one
+FormatBranch FindBranch(const PicProps& pic) noexcept
 {
-    for (const FormatBranch& branch : arrBranches)
-    {
-        if (branch.fccType == fccType)
-            return branch;
-    }
-    return branchNone;
+    bool bYUV = false;
+    bool bPlanar = false;
+    DWORD dwBitCount = 0;
+    GetPicFormat(&pic, &bYUV, &bPlanar, &dwBitCount);
+    if (bPlanar)
+        return {eBranch::PlanarYUV, 1, false, false};
+    if (bYUV)
+        return {eBranch::PackedYUV, 1, pic.fccType == FOURCC_UYVY || pic.fccType == FOURCC_HDYC, false};
+    if (dwBitCount == 16)
+        return {eBranch::None, 0, false, false};
+    return {eBranch::Interleaved, static_cast<int>(dwBitCount / 8), false, dwBitCount != 8};
 }
 
 LONG Width(const RECT& rc) noexcept
@@ -116,12 +104,11 @@ struct ResizeCall
     const PicProps& picOutput;
     PlaneView src;
     PlaneView dst;
-    const FormatBranch& branch;
+    FormatBranch branch;
     SharpScale luma; ///< or RGB
     SharpScale chroma;
 
     const BYTE* pbInput;
-    IRowSource* pRows; ///< of a packed input that is not in memory, or null
     BYTE* pbOutput;
     bool bOverlap; ///< the two frames share memory
 };
@@ -166,10 +153,9 @@ ePrimitiveStatus ScalePacked(const ResizeCall& call, BYTE* pWork) noexcept
     if (!GetPicOffsets(&call.picInput, call.src.rc.left, 0, srcOffset, false) ||
         !GetPicOffsets(&call.picOutput, call.dst.rc.left, call.dst.rc.top, dstOffset, false))
         return ePS_SizeError;
-    CRowsInMemory rows(call.pbInput, ptrdiff_t{2} * PicRow(call.picInput));
-    const PackedScale packed = {call.pRows ? *call.pRows : static_cast<IRowSource&>(rows),
-                                call.src.rc.top,
-                                srcOffset[0],
+    const ptrdiff_t nSrcStep = ptrdiff_t{2} * PicRow(call.picInput);
+    const PackedScale packed = {call.pbInput + srcOffset[0] + call.src.rc.top * nSrcStep,
+                                nSrcStep,
                                 call.pbOutput + dstOffset[0],
                                 ptrdiff_t{2} * PicRow(call.picOutput),
                                 call.branch.bChromaFirst,
@@ -194,12 +180,6 @@ size_t WorkSize(const ResizeCall& call) noexcept
     return 0;
 }
 
-using PFNRESIZEPLANE = ePrimitiveStatus (*)(const BYTE* pSrc, ptrdiff_t nSrcStep, BYTE* pDst,
-                                            ptrdiff_t nDstStep, const PlaneScale& scale, int nInterpolation,
-                                            BYTE* pWork) noexcept;
-/// By number of channels, less one.
-constexpr PFNRESIZEPLANE arrResizePlane[] = {ResizePlane1, nullptr, ResizePlane3, ResizePlane4};
-
 /// \param bTurn writes the rows from the last one on upward
 ePrimitiveStatus ScalePlane(const ResizeCall& call, int nPlane, bool bTurn, BYTE* pWork) noexcept
 {
@@ -213,10 +193,7 @@ ePrimitiveStatus ScalePlane(const ResizeCall& call, int nPlane, bool bTurn, BYTE
         pDst += (sharp.scale.dstSize.nHeight - 1) * nDstStep;
         nDstStep = -nDstStep;
     }
-    if (sharp.bSharpen)
-        return ResizeSharpPlane(pSrc, nSrcStep, pDst, nDstStep, sharp, pWork);
-    return arrResizePlane[sharp.nChannels - 1](pSrc, nSrcStep, pDst, nDstStep, sharp.scale,
-                                               sharp.nInterpolation, pWork);
+    return ResizeSharpPlane(pSrc, nSrcStep, pDst, nDstStep, sharp, pWork);
 }
 
 void ScaleThreePlanes(const ResizeCall& call, BYTE* pWork) noexcept
@@ -226,8 +203,9 @@ void ScaleThreePlanes(const ResizeCall& call, BYTE* pWork) noexcept
         eStatus = ScalePlane(call, nPlane, false, pWork);
 }
 
-/// RGB: where the row orders differ, rows go to their final places at once, unless rows that are still to be
-/// read stand there. What is not scaled is turned all the same, but RGB8 never is: both deliberate.
+/// RGB: where the row orders differ, rows go to their final places at once, unless that would overwrite rows
+/// that are still to be read. Formats without a branch are flipped all the same, RGB8 never is: both
+/// deliberate.
 void ScaleInterleaved(const ResizeCall& call, BYTE* pWork) noexcept
 {
     const bool bDiffer = call.src.bMirror != call.dst.bMirror;
@@ -298,46 +276,7 @@ HRESULT RunBranch(ResizeCall& call, BYTE* pTemp) noexcept
         ScalePacked(call, pWork);
         break;
     }
-    return S_OK; // deliberate: what the primitives answer only ends the branch
-}
-
-/// \param pRows of a packed input in place of pbInput, or null
-HRESULT ResizeFrame(const BYTE* pbInput, IRowSource* pRows, BYTE* pbOutput, const PicProps* pInputProps,
-                    const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput, int nMode,
-                    BYTE* pTemp, int nSharp) noexcept
-{
-    if (pInputProps->fccType != pOutputProps->fccType)
-        return E_INVALIDARG;
-
-    PlaneView src;
-    PlaneView dst;
-    if (!GetPicPlanes(pInputProps, src.arrShift, src.arrStep, &src.bMirror, true) ||
-        !GetPicPlanes(pOutputProps, dst.arrShift, dst.arrStep, &dst.bMirror, true))
-        return E_INVALIDARG;
-    const HRESULT hr = NormalizeRects(pInputProps, pOutputProps, &src.rc, &dst.rc, true, prcInput, prcOutput);
-    if (hr != S_OK)
-        return hr;
-
-    const bool bFactorsOne = Width(src.rc) == Width(dst.rc) && Height(src.rc) == Height(dst.rc) &&
-                             Width(src.rc) != 0 && Height(src.rc) != 0;
-    if (bFactorsOne && nSharp == 0 && !pRows)
-        return Img_Copy(pbInput, pbOutput, pInputProps, pOutputProps, prcInput, prcOutput);
-
-    GetPicOffsets(pOutputProps, dst.rc.left, FirstMemoryRow(*pOutputProps, dst), dst.arrOffset, true);
-    const FormatBranch& branch = FindBranch(pInputProps->fccType);
-    int nInterpolation = InterpolationOf(nMode, src, dst);
-    if (branch.bLimitMode && nInterpolation >= nInterpolationEnd)
-        nInterpolation = eIP_Cubic;
-    ResizeCall call = {
-        *pInputProps, *pOutputProps,
-        src,          dst,
-        branch,       {{}, nInterpolation, branch.nChannels, nSharp != 0, MakeSharpenKernel(nSharp)},
-        {},           pbInput,
-        pRows,        pbOutput,
-        false};
-    call.bOverlap = !pRows && FramesOverlap(pbInput, *pInputProps, pbOutput, *pOutputProps);
-    SetScales(call);
-    return RunBranch(call, pTemp);
+    return S_OK; // deliberate: a failing primitive only ends the branch
 }
 
 } // namespace
@@ -348,21 +287,40 @@ HRESULT Img_ResizeFrame(const BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _
 {
     DSASSERT(_pInputProps && _pOutputProps);
     DSASSERT(_pbInput && _pbOutput);
-    if (!_pInputProps || !_pOutputProps || !_pbInput || !_pbOutput)
+    if (!_pInputProps || !_pOutputProps || !_pbInput || !_pbOutput ||
+        _pInputProps->fccType != _pOutputProps->fccType)
         return E_INVALIDARG;
-    return ResizeFrame(_pbInput, nullptr, _pbOutput, _pInputProps, _pOutputProps, _prcInput, _prcOutput,
-                       nMode, pTemp, nSharp);
-}
 
-bool TakesRows(DWORD fccType) noexcept
-{
-    return FindBranch(fccType).branch == eBranch::PackedYUV;
-}
+    PlaneView src;
+    PlaneView dst;
+    if (!GetPicPlanes(_pInputProps, src.arrShift, src.arrStep, &src.bMirror, true) ||
+        !GetPicPlanes(_pOutputProps, dst.arrShift, dst.arrStep, &dst.bMirror, true))
+        return E_INVALIDARG;
+    const HRESULT hr =
+        NormalizeRects(_pInputProps, _pOutputProps, &src.rc, &dst.rc, true, _prcInput, _prcOutput);
+    if (hr != S_OK)
+        return hr;
 
-HRESULT ResizeFrameOfRows(IRowSource& rows, BYTE* pbOutput, const PicProps* pInputProps,
-                          const PicProps* pOutputProps, const RECT* prcInput, const RECT* prcOutput,
-                          int nMode, BYTE* pTemp, int nSharp) noexcept
-{
-    return ResizeFrame(nullptr, &rows, pbOutput, pInputProps, pOutputProps, prcInput, prcOutput, nMode, pTemp,
-                       nSharp);
+    const bool bFactorsOne = Width(src.rc) == Width(dst.rc) && Height(src.rc) == Height(dst.rc) &&
+                             Width(src.rc) != 0 && Height(src.rc) != 0;
+    if (bFactorsOne && nSharp == 0)
+        return Img_Copy(_pbInput, _pbOutput, _pInputProps, _pOutputProps, _prcInput, _prcOutput);
+
+    GetPicOffsets(_pOutputProps, dst.rc.left, FirstMemoryRow(*_pOutputProps, dst), dst.arrOffset, true);
+    const FormatBranch branch = FindBranch(*_pInputProps);
+    int nInterpolation = InterpolationOf(nMode, src, dst);
+    if (branch.bLimitMode && nInterpolation >= nInterpolationEnd)
+        nInterpolation = eIP_Cubic;
+    ResizeCall call = {*_pInputProps,
+                       *_pOutputProps,
+                       src,
+                       dst,
+                       branch,
+                       {{}, nInterpolation, branch.nChannels, nSharp != 0, MakeSharpenKernel(nSharp)},
+                       {},
+                       _pbInput,
+                       _pbOutput,
+                       FramesOverlap(_pbInput, *_pInputProps, _pbOutput, *_pOutputProps)};
+    SetScales(call);
+    return RunBranch(call, pTemp);
 }

@@ -1,3 +1,0 @@
-#include "asm/SIMD64ConvertForms.h"
-
-constinit const ConvertKernels ConvertKernels::avx2 = convertVector;

@@ -1,3 +1,0 @@
-#include "asm/SIMD64ResizeForms.h"
-
-constinit const ResizeKernels ResizeKernels::avx2 = kernelsOfLanes;
