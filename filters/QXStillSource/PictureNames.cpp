@@ -13,20 +13,6 @@ const wchar_t* const pszHttpPrefix = L"http://";
 namespace
 {
 
-struct FourccName
-{
-    const wchar_t* pszName;
-    DWORD fcc;
-};
-
-/// In the order in which they are compared. Any other name is a code by its own characters.
-constexpr FourccName arrFourccNames[] = {
-    {L"ARGB32", FOURCC_ARGB32}, {L"RGB32", FOURCC_RGB32},   {L"RGB24", FOURCC_RGB24},
-    {L"RGB565", FOURCC_RGB565}, {L"RGB555", FOURCC_RGB555}, {L"RGB8", FOURCC_RGB8},
-    {L"YUY2", FOURCC_YUY2},     {L"YVYU", FOURCC_YVYU},     {L"UYVY", FOURCC_UYVY},
-    {L"YV12", FOURCC_YV12},     {L"I420", FOURCC_I420},     {L"YVU9", FOURCC_YVU9},
-};
-
 /// A resource for frames up to a height, signed.
 struct ResourceByHeight
 {
@@ -46,11 +32,11 @@ constexpr ResourceByHeight arrResources[] = {
 
 bool FindFourccName(const wchar_t* pszName, PFNCOMPARENAMES pfnCompare, DWORD* pfcc) noexcept
 {
-    for (const FourccName& row : arrFourccNames)
+    for (const PixelFormat& format : arrPixelFormats)
     {
-        if (pfnCompare(pszName, row.pszName) == 0)
+        if (format.bNamed && pfnCompare(pszName, format.pszName) == 0)
         {
-            *pfcc = row.fcc;
+            *pfcc = format.fccType;
             return true;
         }
     }

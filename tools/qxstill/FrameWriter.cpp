@@ -1,31 +1,25 @@
 #include "FrameWriter.h"
+#include "Common/PixelFormats.h"
 #include "OutputFile.h"
 #include <cstring>
+#include <optional>
 #include <vector>
 
 namespace
 {
 struct FrameKind
 {
-    const GUID* subtype;
     int frameBytes; // of a pixel in memory
     int fileBytes;  // of a pixel in the file
 };
 
-const FrameKind g_kinds[] = {
-    {&MEDIASUBTYPE_RGB24, 3, 3},
-    {&MEDIASUBTYPE_RGB32, 4, 3},
-    {&MEDIASUBTYPE_ARGB32, 4, 4},
-};
-
-const FrameKind* FindKind(const VideoFormat& format)
+// RGB of a byte a component; a byte without a meaning is left out of the file.
+std::optional<FrameKind> FindKind(const VideoFormat& format)
 {
-    for (const FrameKind& kind : g_kinds)
-    {
-        if (IsEqualGUID(*kind.subtype, format.subtype) && kind.frameBytes * 8 == format.bitsPerPixel)
-            return &kind;
-    }
-    return nullptr;
+    const PixelFormat& pixels = FormatOf(format.subtype);
+    if (pixels.eModel != eCM_RGB || !HasByteComponents(pixels) || pixels.nBits != format.bitsPerPixel)
+        return std::nullopt;
+    return FrameKind{PixelBytes(pixels), pixels.bAlpha ? 4 : 3};
 }
 
 // The header of both kinds; a plain 24-bit file uses only its first 40 bytes.
@@ -56,13 +50,13 @@ BITMAPV4HEADER MakeHeader(const VideoFormat& format, const FrameKind& kind, DWOR
 
 bool CanWriteFrames(const VideoFormat& format)
 {
-    return FindKind(format) != nullptr;
+    return FindKind(format).has_value();
 }
 
 HRESULT WriteFrameAsBmp(const std::wstring& path, const VideoFormat& format, const BYTE* bits, size_t size)
 {
-    const FrameKind* kind = FindKind(format);
-    if (kind == nullptr || bits == nullptr)
+    const std::optional<FrameKind> kind = FindKind(format);
+    if (!kind || bits == nullptr)
         return E_INVALIDARG;
     const size_t rows = static_cast<size_t>(format.height);
     const size_t columns = static_cast<size_t>(format.width);

@@ -1,41 +1,16 @@
 #include "VideoFormat.h"
+#include "Common/PixelFormats.h"
 #include "Failure.h"
-#include <dvdmedia.h>
+#include "dstl/dshowx/VideoBlock.h"
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace
 {
-struct NamedSubtype
-{
-    const GUID* subtype;
-    const char* name;
-};
-
-const NamedSubtype g_subtypes[] = {
-    {&MEDIASUBTYPE_RGB8, "RGB8"},   {&MEDIASUBTYPE_RGB555, "RGB555"}, {&MEDIASUBTYPE_RGB565, "RGB565"},
-    {&MEDIASUBTYPE_RGB24, "RGB24"}, {&MEDIASUBTYPE_RGB32, "RGB32"},   {&MEDIASUBTYPE_ARGB32, "ARGB32"},
-};
-
-// The tail of every subtype that is made from a four-character code.
 bool IsFourccSubtype(const GUID& subtype)
 {
-    GUID base = MEDIASUBTYPE_YUY2;
-    base.Data1 = subtype.Data1;
-    return IsEqualGUID(base, subtype);
-}
-
-// The two header records agree in the fields read here.
-template <class Header>
-void ReadHeader(const Header& header, VideoFormat& format)
-{
-    format.width = header.bmiHeader.biWidth;
-    format.height = std::abs(header.bmiHeader.biHeight);
-    format.topDown = header.bmiHeader.biHeight < 0;
-    format.bitsPerPixel = header.bmiHeader.biBitCount;
-    format.imageSize = static_cast<long>(header.bmiHeader.biSizeImage);
-    format.frameTime = header.AvgTimePerFrame;
+    return IsEqualGUID(FourccSubtype(subtype.Data1), subtype);
 }
 } // namespace
 
@@ -46,12 +21,16 @@ bool ReadVideoFormat(const AM_MEDIA_TYPE& type, VideoFormat& format)
     format = VideoFormat();
     format.subtype = type.subtype;
     format.formatType = type.formattype;
-    if (IsEqualGUID(type.formattype, FORMAT_VideoInfo) && type.cbFormat >= sizeof(VIDEOINFOHEADER))
-        ReadHeader(*reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat), format);
-    else if (IsEqualGUID(type.formattype, FORMAT_VideoInfo2) && type.cbFormat >= sizeof(VIDEOINFOHEADER2))
-        ReadHeader(*reinterpret_cast<const VIDEOINFOHEADER2*>(type.pbFormat), format);
-    else
+    const CVideoBlockReader block(type);
+    if (!block.IsPlain() || !block.HasHeader())
         return false;
+    const VIDEOINFOHEADER header = block.Header();
+    format.width = header.bmiHeader.biWidth;
+    format.height = std::abs(header.bmiHeader.biHeight);
+    format.topDown = header.bmiHeader.biHeight < 0;
+    format.bitsPerPixel = header.bmiHeader.biBitCount;
+    format.imageSize = static_cast<long>(header.bmiHeader.biSizeImage);
+    format.frameTime = header.AvgTimePerFrame;
     // Rows of YUV run from the top whatever the sign of the height.
     format.topDown = format.topDown || IsFourccSubtype(type.subtype);
     return format.width > 0 && format.height > 0;
@@ -59,11 +38,9 @@ bool ReadVideoFormat(const AM_MEDIA_TYPE& type, VideoFormat& format)
 
 std::string SubtypeName(const GUID& subtype)
 {
-    for (const NamedSubtype& named : g_subtypes)
-    {
-        if (IsEqualGUID(*named.subtype, subtype))
-            return named.name;
-    }
+    const PixelFormat& format = FormatOf(subtype);
+    if (IsKnown(format))
+        return ToUtf8(format.pszName);
     if (IsFourccSubtype(subtype))
     {
         char name[5] = {};

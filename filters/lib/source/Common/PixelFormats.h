@@ -353,10 +353,10 @@ constexpr int PlaneCount(const PixelFormat& format) noexcept
     return IsPlanar(format) ? 3 : 1;
 }
 
-/// True for YUV whose rows begin with chroma, in groups of U, Y, V, Y.
+/// True for packed YUV whose pixel groups begin with chroma.
 constexpr bool IsChromaFirst(const PixelFormat& format) noexcept
 {
-    return format.arrParts[0].nOffset != 0;
+    return format.eModel == eCM_YUV && format.arrParts[0].nOffset != 0;
 }
 
 /// True where U lies in front of V.

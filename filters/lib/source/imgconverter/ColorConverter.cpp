@@ -157,6 +157,28 @@ void CopyPlanes(const Conversion& conversion, const BlockPair& blocks) noexcept
     }
 }
 
+/// Lets the input run backward, or flips its rows where they lie. An assertion where its format has no flip.
+void TurnInput(BlockPair& blocks, BYTE* pbInput, DWORD fccIn, bool bMirrorToBuffer) noexcept
+{
+    const size_t cbPixel = FlipPixelBytes(fccIn);
+    DSASSERT_TEXT(cbPixel != 0, bMirrorToBuffer ? "INVALID MIRROW" : "INVALID MIRROW INPUT");
+    if (cbPixel == 0)
+        return;
+    if (bMirrorToBuffer)
+        blocks.src.RunBackward(blocks.roi.nHeight);
+    else
+        FlipRows(pbInput + blocks.src.arrStart[0], blocks.src.arrStep[0], blocks.roiInside, cbPixel);
+}
+
+void FlipOutput(const BlockPair& blocks, DWORD fccOut) noexcept
+{
+    const size_t cbPixel = FlipPixelBytes(fccOut);
+    DSASSERT_TEXT(cbPixel != 0, "INVALID MIRROW OUTPUT");
+    if (cbPixel != 0)
+        FlipRows(blocks.dst.pbFrame + blocks.dst.arrStart[0], blocks.dst.arrStep[0], blocks.roiInside,
+                 cbPixel);
+}
+
 } // namespace
 
 ePrimitiveStatus CheckConversion(const Conversion& conversion, RoiSize roi, bool bHasTemp) noexcept
@@ -246,21 +268,7 @@ HRESULT Img_Convert(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProp
                           NeedsTempBuffer(bMirrorToBuffer, fccIn, fccOut);
 
     if (bMirrorInput)
-    {
-        const size_t cbPixel = FlipPixelBytes(fccIn);
-        if (bMirrorToBuffer)
-        {
-            DSASSERT_TEXT(cbPixel != 0, "INVALID MIRROW");
-            if (cbPixel != 0)
-                blocks.src.RunBackward(blocks.roi.nHeight);
-        }
-        else
-        {
-            DSASSERT_TEXT(cbPixel != 0, "INVALID MIRROW INPUT");
-            if (cbPixel != 0)
-                FlipRows(_pbInput + blocks.src.arrStart[0], blocks.src.arrStep[0], blocks.roiInside, cbPixel);
-        }
-    }
+        TurnInput(blocks, _pbInput, fccIn, bMirrorToBuffer);
 
     const Conversion& conversion = FindConversion(fccIn, fccOut);
     if (conversion.eKind == eCK_Refused)
@@ -282,11 +290,6 @@ HRESULT Img_Convert(BYTE* _pbInput, BYTE* _pbOutput, const PicProps* _pInputProp
         return StatusResult(eStatus);
 
     if (bMirrorOutput && !bTurnOutput)
-    {
-        const size_t cbPixel = FlipPixelBytes(fccOut);
-        DSASSERT_TEXT(cbPixel != 0, "INVALID MIRROW OUTPUT");
-        if (cbPixel != 0)
-            FlipRows(_pbOutput + blocks.dst.arrStart[0], blocks.dst.arrStep[0], blocks.roiInside, cbPixel);
-    }
+        FlipOutput(blocks, fccOut);
     return S_OK;
 }

@@ -254,6 +254,15 @@ void DrawPlane(const FramePlane& plane, const CPaint& paint, DWORD dwSides) noex
         paint.Rows(row(nThickness) + (cbRow - cbBand), plane.nStep, cbBand, nBetween);
 }
 
+/// The thickness of the bands: even for YUV, limited to half the smaller side.
+LONG BandWidth(const PixelFormat& format, int nThickness, RoiSize roi) noexcept
+{
+    const LONG nLimit = std::min(roi.nWidth, roi.nHeight) / 2;
+    // What is above the limit stays above it when rounded.
+    const LONG nBand = std::min<LONG>(nThickness, nLimit + 1);
+    return std::min(format.eModel == eCM_YUV ? (nBand + 1) & ~1 : nBand, nLimit);
+}
+
 /// Left and right change places; top and bottom stay, although the rows are turned. Deliberate.
 DWORD SwapLeftRight(DWORD dwSides) noexcept
 {
@@ -355,27 +364,20 @@ HRESULT Img_DrawFrame(BYTE* _pbOutput, const PicProps* _pOutputProps, DWORD dwCo
     if (hr != S_OK || IsEmpty(roi))
         return S_FALSE;
 
-    const DWORD fccType = _pOutputProps->fccType;
-    const LONG nLimit = std::min(roi.nWidth, roi.nHeight) / 2;
-    LONG nBand =
-        std::min<LONG>(nThickness, nLimit + 1); // what is above the limit stays above it when rounded
-    if (!IsRGBFormat(fccType))
-        nBand = (nBand + 1) & ~1;
-    nBand = std::min(nBand, nLimit);
-
+    const PixelFormat& format = FormatOf(_pOutputProps->fccType);
     BYTE arrColor[4] = {static_cast<BYTE>(dwColor)};
     DWORD dwByteValid = 1;
-    if (PixelBytes(FormatOf(fccType)) != 1 || !IsRGBFormat(fccType)) // RGB8 has no colour of its own
+    if (GroupBytes(format) != 0) // RGB8 takes the low byte
     {
-        const bool bColor = GetFillColor(fccType, dwColor, arrColor, &dwByteValid);
+        const bool bColor = GetFillColor(format.fccType, dwColor, arrColor, &dwByteValid);
         DSASSERT_TEXT(bColor, "");
         if (!bColor)
             return E_UNEXPECTED;
     }
 
+    const LONG nBand = BandWidth(format, nThickness, roi);
     if (blocks.dst.bMirror)
         dwSides = SwapLeftRight(dwSides);
-    const PixelFormat& format = FormatOf(fccType);
     if (!IsPlanar(format))
     {
         DrawPlane({blocks.dst.Pixels(0), blocks.dst.arrStep[0], PixelBytes(format), roi, nBand},

@@ -118,7 +118,7 @@ void MixByPlane(const BlockPair& blocks, const PixelFormat& format, const AlphaR
     const MixKernels& kernels = Kernels<MixKernels>();
     const bool bPre = nOpacity >= 0;
     const PFNMIXROW pfnRow = kernels.arrRows[MixRowOf(format, bPre)];
-    const bool bTrace = bPre && format.eModel == eCM_YUV && IsChromaFirst(format);
+    const bool bTrace = bPre && IsChromaFirst(format);
     const auto nOpacity16 = static_cast<SHORT>(nOpacity);
     const PackedWeights weights = {{nOpacity16, nOpacity16, nOpacity16, nOpacity16}, {128, 16, 128, 16}};
     ForEachRow(blocks, 0, blocks.roi,
