@@ -70,12 +70,12 @@ class SharedLifePin final : public SinkPin
 public:
     using SinkPin::SinkPin;
 
-    STDMETHODIMP QueryInterface(REFIID riid, void** object) override
+    STDMETHODIMP QueryInterface(REFIID riid, void** object) noexcept override
     {
         return _InternalQueryInterface(riid, object);
     }
-    STDMETHODIMP_(ULONG) AddRef() override;
-    STDMETHODIMP_(ULONG) Release() override;
+    STDMETHODIMP_(ULONG) AddRef() noexcept override;
+    STDMETHODIMP_(ULONG) Release() noexcept override;
 };
 
 class FrameSink : public IBaseFilter, public IAMFilterMiscFlags, public CComObjectRootEx<CComMultiThreadModel>
@@ -157,12 +157,12 @@ public:
 
 // --- The pin
 
-STDMETHODIMP_(ULONG) SharedLifePin::AddRef()
+STDMETHODIMP_(ULONG) SharedLifePin::AddRef() noexcept
 {
     return m_filter.AddRef();
 }
 
-STDMETHODIMP_(ULONG) SharedLifePin::Release()
+STDMETHODIMP_(ULONG) SharedLifePin::Release() noexcept
 {
     return m_filter.Release();
 }

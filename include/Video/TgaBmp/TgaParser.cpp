@@ -21,8 +21,6 @@ constexpr DWORD cbMaxPixel = 4;
 constexpr BYTE fDescRightToLeft = 0x10;
 constexpr BYTE fDescInterleave = 0xC0;
 
-constexpr DWORD cbSlack = 4;
-
 WORD GetU16(const BYTE* pb) noexcept
 {
     return static_cast<WORD>(pb[0] | pb[1] << 8);
