@@ -32,9 +32,10 @@ constexpr ResourceByHeight arrResources[] = {
 
 bool FindFourccName(const wchar_t* pszName, PFNCOMPARENAMES pfnCompare, DWORD* pfcc) noexcept
 {
-    for (const PixelFormat& format : arrPixelFormats)
+    for (BYTE nRank = 1; IsKnown(FormatOfNameRank(nRank)); nRank++)
     {
-        if (format.bNamed && pfnCompare(pszName, format.pszName) == 0)
+        const PixelFormat& format = FormatOfNameRank(nRank);
+        if (pfnCompare(pszName, format.pszName) == 0)
         {
             *pfcc = format.fccType;
             return true;

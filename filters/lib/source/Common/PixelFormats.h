@@ -103,7 +103,7 @@ struct PixelFormat
     bool bMediaType = false;    ///< offered as a video media type, in the order of the rows
     bool bPixels = false;       ///< the image library works on its pixels
     bool bPlainBitmap = false;  ///< meant by a bitmap header of nBits without a code
-    bool bNamed = false;        ///< accepted by its name in upper and in lower case
+    BYTE nNameRank = 0;         ///< names are compared in this order, without regard to case; 0: never
 };
 
 /// In the order in which media types are offered, then the others.
@@ -118,7 +118,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
                   {.nOffset = 3, .cbStep = 4, .nCentre = 128}},
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 7},
     {.fccType = FOURCC_UYVY,
      .pszName = L"UYVY",
      .guidSubtype = FourccSubtype(FOURCC_UYVY),
@@ -129,7 +129,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
                   {.nOffset = 2, .cbStep = 4, .nCentre = 128}},
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 9},
     {.fccType = FOURCC_YV12,
      .pszName = L"YV12",
      .guidSubtype = FourccSubtype(FOURCC_YV12),
@@ -143,7 +143,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .fccAlike = FOURCC_I420,
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 10},
     {.fccType = FOURCC_YVYU,
      .pszName = L"YVYU",
      .guidSubtype = FourccSubtype(FOURCC_YVYU),
@@ -154,7 +154,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
                   {.nOffset = 1, .cbStep = 4, .nCentre = 128}},
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 8},
     {.fccType = FOURCC_I420,
      .pszName = L"I420",
      .guidSubtype = FourccSubtype(FOURCC_I420),
@@ -167,7 +167,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
                   {.nPlane = 2, .cbStep = 1, .nCentre = 128}},
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 11},
     {.fccType = FOURCC_IYU2,
      .pszName = L"IYU2",
      .guidSubtype = FourccSubtype(FOURCC_IYU2),
@@ -185,7 +185,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .bMediaType = true,
      .bPixels = true,
      .bPlainBitmap = true,
-     .bNamed = true},
+     .nNameRank = 2},
     {.fccType = FOURCC_ARGB32,
      .pszName = L"ARGB32",
      .guidSubtype = {FOURCC_ARGB32, 0x3274, 0x11D0, {0xB7, 0x24, 0x00, 0xAA, 0x00, 0x6C, 0x1A, 0x01}},
@@ -195,7 +195,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .bAlpha = true,
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 1},
     {.fccType = FOURCC_RGB24,
      .pszName = L"RGB24",
      .guidSubtype = RgbSubtype(FOURCC_RGB24),
@@ -205,7 +205,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .bMediaType = true,
      .bPixels = true,
      .bPlainBitmap = true,
-     .bNamed = true},
+     .nNameRank = 3},
     {.fccType = FOURCC_RGB565,
      .pszName = L"RGB565",
      .guidSubtype = RgbSubtype(FOURCC_RGB565),
@@ -216,7 +216,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .bMediaType = true,
      .bPixels = true,
      .bPlainBitmap = true,
-     .bNamed = true},
+     .nNameRank = 4},
     {.fccType = FOURCC_RGB555,
      .pszName = L"RGB555",
      .guidSubtype = RgbSubtype(FOURCC_RGB555),
@@ -226,7 +226,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .nGreenBits = 5,
      .bMediaType = true,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 5},
     {.fccType = FOURCC_HDYC,
      .pszName = L"HDYC",
      .guidSubtype = FourccSubtype(FOURCC_HDYC),
@@ -276,7 +276,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .nBits = 8,
      .eModel = eCM_RGB,
      .bPixels = true,
-     .bNamed = true},
+     .nNameRank = 6},
     {.fccType = FOURCC_YVU9,
      .pszName = L"YVU9",
      .guidSubtype = FourccSubtype(FOURCC_YVU9),
@@ -284,7 +284,7 @@ inline constexpr PixelFormat arrPixelFormats[] = {
      .eDepth = eSD_NotListed,
      .nHorz = 4,
      .nVert = 4,
-     .bNamed = true},
+     .nNameRank = 12},
     {.fccType = FOURCC_Y422,
      .pszName = L"Y422",
      .guidSubtype = FourccSubtype(FOURCC_Y422),
@@ -326,6 +326,17 @@ constexpr const PixelFormat& PlainBitmapFormat(WORD nBits) noexcept
     for (const PixelFormat& format : arrPixelFormats)
     {
         if (format.bPlainBitmap && format.nBits == nBits)
+            return format;
+    }
+    return formatUnknown;
+}
+
+/// The format whose name is compared in this place, from 1 on, or formatUnknown behind the last.
+constexpr const PixelFormat& FormatOfNameRank(BYTE nRank) noexcept
+{
+    for (const PixelFormat& format : arrPixelFormats)
+    {
+        if (format.nNameRank == nRank)
             return format;
     }
     return formatUnknown;
