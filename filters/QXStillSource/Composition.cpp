@@ -53,16 +53,16 @@ bool IsWhollyWritten(const PicProps& picFrame, const RECT& rcPicture) noexcept
 
 /// Scales a picture into a rectangle of the frame. What is not written is zero, whatever the block held
 /// before.
-void ScaleIntoFrame(CBLOBHolder<CTaskMemory>& blobFrame, const PicProps& picFrame, const RECT& rcFrame,
+void ScaleIntoFrame(CBLOBHolder<CTaskMemory>& blobFrame, const PicProps& picFrame, const RECT& rcConvertOut,
                     const BYTE* pbPicture, const PicProps& picPicture, const RECT& rcPicture,
                     eImgResize eMode) noexcept
 {
     const bool bNewBlock = blobFrame.Resize(static_cast<DWORD>(SampleBytes(picFrame))) == S_OK;
     BYTE* const pbFrame = BlobData(blobFrame);
-    if (pbFrame != nullptr && (bNewBlock || !IsWhollyWritten(picFrame, rcFrame)))
+    if (pbFrame != nullptr && (bNewBlock || !IsWhollyWritten(picFrame, rcConvertOut)))
         blobFrame.Fill(0);
-    const HRESULT hr =
-        Img_ResizeFrame(pbPicture, pbFrame, &picPicture, &picFrame, &rcPicture, &rcFrame, eMode, nullptr, 0);
+    const HRESULT hr = Img_ResizeFrame(pbPicture, pbFrame, &picPicture, &picFrame, &rcPicture, &rcConvertOut,
+                                       eMode, nullptr, 0);
     if (hr != S_OK && pbFrame != nullptr)
         blobFrame.Fill(0);
 }
@@ -132,17 +132,17 @@ void ComposePicture(const PictureView& picture, const PicProps& picOutput, const
     if (picImage.fccType != picOutput.fccType)
         pbImage = Converted(pbImage, picture.pic, picOutput.fccType, blobConverted, picImage);
 
-    RECT rcImage = {0, 0, picImage.nWidth, AbsHeightLong(picImage)};
-    RECT rcFrame = {0, 0, picOutput.nWidth, AbsHeightLong(picOutput)};
+    RECT rcConvertIn = {0, 0, picImage.nWidth, AbsHeightLong(picImage)};
+    RECT rcConvertOut = {0, 0, picOutput.nWidth, AbsHeightLong(picOutput)};
     const int nPolicy = AspectPolicy(props);
     if (!IsStretched(nPolicy, picture.pic, picOutput))
     {
         const double dblPixelAspect =
-            PixelAspect(rcFrame.right, rcFrame.bottom, props.nAspectX, props.nAspectY);
-        CalcAspectRects(&picImage, &picOutput, nPolicy == eQGKA_Crop ? eAR_Crop : eAR_LetterBox, &rcImage,
-                        &rcFrame, 1.0, dblPixelAspect);
+            PixelAspect(rcConvertOut.right, rcConvertOut.bottom, props.nAspectX, props.nAspectY);
+        CalcAspectRects(&picImage, &picOutput, nPolicy == eQGKA_Crop ? eAR_Crop : eAR_LetterBox, &rcConvertIn,
+                        &rcConvertOut, 1.0, dblPixelAspect);
     }
-    ScaleIntoFrame(blobFrame, picOutput, rcFrame, pbImage, picImage, rcImage,
+    ScaleIntoFrame(blobFrame, picOutput, rcConvertOut, pbImage, picImage, rcConvertIn,
                    picture.bSmooth ? eIR_Cubic : eIR_Nearest);
-    FillMargins(BlobData(blobFrame), &picOutput, 0, MarginsOfRect(rcFrame));
+    FillMargins(BlobData(blobFrame), &picOutput, 0, MarginsOfRect(rcConvertOut));
 }

@@ -9,6 +9,7 @@
 
 #include "CoQXStillSource.h"
 #include "FrameRate.h"
+#include "dstl/dshowx/VideoBlock.h"
 #include "imgconverter/ImgConverter.h"
 
 namespace
@@ -29,14 +30,7 @@ void SetFrameAspect(VIDEOINFOHEADER2& header, LONG nWidth, LONGLONG nHeight) noe
     header.dwPictAspectRatioY = static_cast<DWORD>(nHeight / g);
 }
 
-/// The header of a type that MTCheckVideo has passed; null for another format type.
-const VIDEOINFOHEADER* Header1(const AM_MEDIA_TYPE& mt) noexcept
-{
-    return IsEqualGUID(mt.formattype, FORMAT_VideoInfo)
-               ? reinterpret_cast<const VIDEOINFOHEADER*>(mt.pbFormat)
-               : nullptr;
-}
-
+/// The longer header of a type that MTCheckVideo has passed; null for another format type.
 const VIDEOINFOHEADER2* Header2(const AM_MEDIA_TYPE& mt) noexcept
 {
     return IsEqualGUID(mt.formattype, FORMAT_VideoInfo2)
@@ -44,27 +38,8 @@ const VIDEOINFOHEADER2* Header2(const AM_MEDIA_TYPE& mt) noexcept
                : nullptr;
 }
 
-/// What ConvertVideoType takes from the base, whichever header it has.
-struct BaseHeader
-{
-    RECT rcSource;
-    RECT rcTarget;
-    DWORD dwBitRate;
-    DWORD dwBitErrorRate;
-    REFERENCE_TIME AvgTimePerFrame;
-    const BITMAPINFOHEADER* pbmi;
-    size_t cbHeader; ///< what lies behind it in the block is palette or extra data
-};
-
 template <class THeader>
-BaseHeader ReadBase(const THeader& header) noexcept
-{
-    return {header.rcSource,        header.rcTarget,   header.dwBitRate, header.dwBitErrorRate,
-            header.AvgTimePerFrame, &header.bmiHeader, sizeof(THeader)};
-}
-
-template <class THeader>
-void CopyTimesAndRects(THeader& header, const BaseHeader& base) noexcept
+void CopyTimesAndRects(THeader& header, const VIDEOINFOHEADER& base) noexcept
 {
     header.rcSource = base.rcSource;
     header.rcTarget = base.rcTarget;
@@ -73,23 +48,24 @@ void CopyTimesAndRects(THeader& header, const BaseHeader& base) noexcept
 
 /// Makes a FORMAT_VideoInfo type that keeps the palette or extra data behind the base's header. A base with
 /// the longer header gives a block that is shorter by the difference, 24 bytes.
-HRESULT CreateWithExtraData(CMType& mtNew, const AM_MEDIA_TYPE& mtBase, const BaseHeader& base, DWORD fcc,
-                            LONG nHeight) noexcept
+HRESULT CreateWithExtraData(CMType& mtNew, const AM_MEDIA_TYPE& mtBase, const VIDEOINFOHEADER& base,
+                            DWORD fcc, LONG nHeight) noexcept
 {
-    if (mtBase.cbFormat <= base.cbHeader)
+    const ULONG cbHeader = FindVideoBlock(mtBase.formattype)->HeaderBytes();
+    if (mtBase.cbFormat <= cbHeader)
         return E_INVALIDARG; // nothing to keep
-    if (!FitsSample({fcc, base.pbmi->biWidth, nHeight, 0}))
+    if (!FitsSample({fcc, base.bmiHeader.biWidth, nHeight, 0}))
         return E_INVALIDARG;
-    const size_t cbExtra = mtBase.cbFormat - base.cbHeader;
+    const size_t cbExtra = mtBase.cbFormat - cbHeader;
     const GUID guidSub = fcc == mtBase.subtype.Data1 ? mtBase.subtype : FourccSubtype(fcc);
     const HRESULT hr = MTCreate(&mtNew, MEDIATYPE_Video, guidSub, FORMAT_VideoInfo,
                                 static_cast<ULONG>(sizeof(VIDEOINFOHEADER) + cbExtra), nullptr);
     if (FAILED(hr))
         return hr;
     VIDEOINFOHEADER* const pVH_New = mtNew.VideoInfo();
-    pVH_New->bmiHeader = *base.pbmi;
+    pVH_New->bmiHeader = base.bmiHeader;
     pVH_New->bmiHeader.biHeight = nHeight;
-    memcpy(pVH_New + 1, mtBase.pbFormat + base.cbHeader, cbExtra);
+    memcpy(pVH_New + 1, mtBase.pbFormat + cbHeader, cbExtra);
     mtNew.lSampleSize = pVH_New->bmiHeader.biSizeImage;
     return S_OK;
 }
@@ -218,7 +194,7 @@ HRESULT ConvertVideoType(CMType& mtNew, const AM_MEDIA_TYPE* mtBase, const GUID&
         return hr;
 
     const VIDEOINFOHEADER2* const pVH2_Base = Header2(*mtBase);
-    const BaseHeader base = pVH2_Base != nullptr ? ReadBase(*pVH2_Base) : ReadBase(*Header1(*mtBase));
+    const VIDEOINFOHEADER base = CVideoBlockReader(*mtBase).Header();
     if (fcc == 0)
         fcc = picPropsBase.fccType;
     const LONG nHeight = IsRGBFormat(fcc) ? picPropsBase.nHeight : AbsHeightLong(picPropsBase.nHeight);

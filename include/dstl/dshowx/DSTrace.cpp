@@ -200,7 +200,7 @@ CLogLoader::CLogLoader() noexcept
         reinterpret_cast<void*>(GetProcAddress(module.Get(), szQXLogExport)));
     if (pfnGetLog == nullptr)
         return;
-    m_module = std::move(module);
+    m_hModule = std::move(module);
     // After a failure m_plog stays as the export left it, deliberately without being attached.
     if (pfnGetLog(&m_plog) == 0 && m_plog != nullptr)
         m_plog->Attach(&m_plog, 0, 0);
@@ -208,7 +208,7 @@ CLogLoader::CLogLoader() noexcept
 
 CLogLoader::~CLogLoader()
 {
-    if (!m_module)
+    if (!m_hModule)
         return;
     if (m_plog != nullptr)
         m_plog->Detach(&m_plog);

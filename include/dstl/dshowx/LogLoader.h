@@ -20,10 +20,10 @@ public:
     HRESULT GetLogObject(ILogObject** pplog) const noexcept;
 
     /// Whether a log DLL is loaded.
-    bool HasModule() const noexcept { return static_cast<bool>(m_module); }
+    bool HasModule() const noexcept { return static_cast<bool>(m_hModule); }
 
 private:
-    COwnedModule m_module;
+    COwnedModule m_hModule;
     ILogObject* m_plog = nullptr;
 };
 
