@@ -42,25 +42,6 @@ void CLogFold::Text::Begin(const wchar_t* pszMessage, DWORD dwOwner) noexcept
     wmemcpy(sz, pszMessage, cch + 1);
 }
 
-bool CLogFold::Count(const wchar_t* pszMessage) noexcept
-{
-    for (size_t n = 0; n < nTexts; n++)
-    {
-        if (m_known[n].load(std::memory_order_relaxed) != pszMessage)
-            continue;
-        Text& text = m_texts[n];
-        if (text.dwThread.load(std::memory_order_relaxed) != GetCurrentThreadId())
-            continue;
-        const ULONGLONG ullNow = GetTickCount64();
-        if (ullNow >= m_ullPutAt.load(std::memory_order_relaxed) ||
-            ullNow - text.ullLast.load(std::memory_order_relaxed) > msRun)
-            return false;
-        text.AddOne(ullNow);
-        return true;
-    }
-    return false;
-}
-
 bool CLogFold::Take(const wchar_t* pszMessage, ILogRepeats& repeats) noexcept
 {
     const ULONGLONG ullNow = GetTickCount64();

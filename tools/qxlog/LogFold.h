@@ -56,8 +56,8 @@ private:
     /// thread that loses its place to another one while it counts may spoil a count, and nothing else.
     struct Text
     {
-        bool IsOf(const wchar_t* pszMessage, DWORD dwThread) const noexcept;
-        void Begin(const wchar_t* pszMessage, DWORD dwThread) noexcept;
+        bool IsOf(const wchar_t* pszMessage, DWORD dwOwner) const noexcept;
+        void Begin(const wchar_t* pszMessage, DWORD dwOwner) noexcept;
         ULONGLONG Pending() const noexcept
         {
             const ULONGLONG n = nCounted.load(std::memory_order_relaxed);
@@ -86,3 +86,23 @@ private:
     size_t m_nNext = 0;                   ///< the text to be replaced
     std::atomic<ULONGLONG> m_ullPutAt{0}; ///< tick count from which on counts are put out
 };
+
+// In line, as a picture can have a hundred million messages for it.
+inline bool CLogFold::Count(const wchar_t* pszMessage) noexcept
+{
+    for (size_t n = 0; n < nTexts; n++)
+    {
+        if (m_known[n].load(std::memory_order_relaxed) != pszMessage)
+            continue;
+        Text& text = m_texts[n];
+        if (text.dwThread.load(std::memory_order_relaxed) != GetCurrentThreadId())
+            continue;
+        const ULONGLONG ullNow = GetTickCount64();
+        if (ullNow >= m_ullPutAt.load(std::memory_order_relaxed) ||
+            ullNow - text.ullLast.load(std::memory_order_relaxed) > msRun)
+            return false;
+        text.AddOne(ullNow);
+        return true;
+    }
+    return false;
+}

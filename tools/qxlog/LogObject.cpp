@@ -43,6 +43,22 @@ void Prepare() noexcept
     ReleaseSRWLockExclusive(&g_lockClients);
 }
 
+[[gnu::noinline]] void WriteToFile(const wchar_t* pszMessage) noexcept
+{
+    const CKeepLastError error;
+    AcquireSRWLockShared(&g_lockClients);
+    if (!TheFile().IsPrepared())
+    {
+        // A client that did not attach is served as well.
+        ReleaseSRWLockShared(&g_lockClients);
+        Prepare();
+        AcquireSRWLockShared(&g_lockClients);
+    }
+    if (TheFile().IsPrepared())
+        TheFile().Write(pszMessage);
+    ReleaseSRWLockShared(&g_lockClients);
+}
+
 class CFileLog final : public ILogObject
 {
 public:
@@ -106,20 +122,8 @@ public:
     {
         if (pszMessage == nullptr)
             return E_POINTER;
-        if (TheFile().Count(pszMessage))
-            return S_OK;
-        const CKeepLastError error;
-        AcquireSRWLockShared(&g_lockClients);
-        if (!TheFile().IsPrepared())
-        {
-            // A client that did not attach is served as well.
-            ReleaseSRWLockShared(&g_lockClients);
-            Prepare();
-            AcquireSRWLockShared(&g_lockClients);
-        }
-        if (TheFile().IsPrepared())
-            TheFile().Write(pszMessage);
-        ReleaseSRWLockShared(&g_lockClients);
+        if (!TheFile().Count(pszMessage))
+            WriteToFile(pszMessage);
         return S_OK;
     }
 };
