@@ -1,6 +1,6 @@
 // The filter's own allocator beside the platform's memory allocator, in one run: price of a buffer, and
 // memory held over a burst. See README.md.
-#include "dstl/dshowx/GreedAllocator.h"
+#include "dstl/dshowx/memory/GreedAllocator.h"
 
 #include <algorithm>
 #include <cstdio>

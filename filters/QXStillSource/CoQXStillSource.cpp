@@ -5,8 +5,8 @@
 
 #include "AlphaPolicy.h"
 #include "PictureNames.h"
+#include "dstl/dshowx/dumps/FourccText.h"
 #include "dstl/Old/GDIPlusHelpers.h"
-#include "dstl/dshowx/DSParsers.h"
 #include "dstl/dshowx/DSVideo.h"
 
 namespace

@@ -80,6 +80,54 @@ SHORT ClampToShort(LONGLONG n) noexcept
     return static_cast<SHORT>(std::clamp<LONGLONG>(n, SHRT_MIN, SHRT_MAX));
 }
 
+/// ConvertVideoType to a VIDEOINFOHEADER2 block.
+HRESULT ConvertToVideoInfo2(CMType& mtNew, const AM_MEDIA_TYPE& mtBase, const PicProps& picNew,
+                            LONG nInterlaceFlags, LONG nAspectX, LONG nAspectY) noexcept
+{
+    const HRESULT hr = MTCreateVideo(&mtNew, picNew.fccType, FORMAT_VideoInfo2, picNew.nWidth, picNew.nHeight,
+                                     picNew.nRowWidth);
+    if (FAILED(hr))
+        return hr;
+    VIDEOINFOHEADER2& header = *mtNew.VideoInfo2();
+    CopyTimesAndRects(header, CVideoBlockReader(mtBase).Header());
+    if (const VIDEOINFOHEADER2* const pBase = Header2(mtBase))
+    {
+        header.dwInterlaceFlags = pBase->dwInterlaceFlags;
+        header.dwPictAspectRatioX = pBase->dwPictAspectRatioX;
+        header.dwPictAspectRatioY = pBase->dwPictAspectRatioY;
+    }
+    else
+    {
+        SetFrameAspect(header, picNew.nWidth, AbsHeight(picNew.nHeight));
+    }
+    if (nInterlaceFlags != nKeepInterlaceFlags)
+        header.dwInterlaceFlags = static_cast<DWORD>(nInterlaceFlags);
+    if (nAspectX != 0 && nAspectY != 0)
+    {
+        header.dwPictAspectRatioX = static_cast<DWORD>(nAspectX);
+        header.dwPictAspectRatioY = static_cast<DWORD>(nAspectY);
+    }
+    return S_OK;
+}
+
+/// ConvertVideoType to a VIDEOINFOHEADER block.
+HRESULT ConvertToVideoInfo(CMType& mtNew, const AM_MEDIA_TYPE& mtBase, const PicProps& picNew) noexcept
+{
+    const VIDEOINFOHEADER base = CVideoBlockReader(mtBase).Header();
+    HRESULT hr = MTCreateVideo(&mtNew, picNew.fccType, FORMAT_VideoInfo, picNew.nWidth, picNew.nHeight,
+                               picNew.nRowWidth);
+    if (FAILED(hr))
+        hr = CreateWithExtraData(mtNew, mtBase, base, picNew.fccType, picNew.nHeight);
+    VIDEOINFOHEADER* const pVH_New = SUCCEEDED(hr) ? mtNew.VideoInfo() : nullptr;
+    DSASSERT(pVH_New);
+    if (pVH_New == nullptr)
+        return E_INVALIDARG;
+    CopyTimesAndRects(*pVH_New, base);
+    pVH_New->dwBitRate = base.dwBitRate;
+    pVH_New->dwBitErrorRate = base.dwBitErrorRate;
+    return S_OK;
+}
+
 } // namespace
 
 HRESULT CCoQXStillSource::BuildOutputType(CMType& mt, const PicProps& picBase) noexcept
@@ -132,7 +180,7 @@ void CCoQXStillSource::RebuildSupportedTypes(const AM_MEDIA_TYPE* mt) noexcept
         const int nIndex = MTGetPicProps(mt, &picBase);
         DSASSERT(nIndex != -1);
         const DWORD fccWanted = static_cast<DWORD>(GetProps().fccType);
-        for (int i = 0; nIndex >= 0 && i < nVideoFormats; i++)
+        for (int i = 0; nIndex >= 0 && i < nMediaFormats; i++)
         {
             const DWORD fcc = rgFormat[i].Code();
             const PicProps picTest = {fcc, picBase.nWidth, picBase.nHeight, picBase.nWidth};
@@ -193,57 +241,17 @@ HRESULT ConvertVideoType(CMType& mtNew, const AM_MEDIA_TYPE* mtBase, const GUID&
     if (FAILED(hr))
         return hr;
 
-    const VIDEOINFOHEADER2* const pVH2_Base = Header2(*mtBase);
-    const VIDEOINFOHEADER base = CVideoBlockReader(*mtBase).Header();
-    if (fcc == 0)
-        fcc = picPropsBase.fccType;
-    const LONG nHeight = IsRGBFormat(fcc) ? picPropsBase.nHeight : AbsHeightLong(picPropsBase.nHeight);
+    PicProps picNew = picPropsBase;
+    if (fcc != 0)
+        picNew.fccType = fcc;
+    if (!IsRGBFormat(picNew.fccType))
+        picNew.nHeight = AbsHeightLong(picNew.nHeight);
     const GUID& guidFormat = IsEqualGUID(formatType, GUID_NULL) ? mtBase->formattype : formatType;
 
     if (IsEqualGUID(guidFormat, FORMAT_VideoInfo2))
-    {
-        hr = MTCreateVideo(&mtNew, fcc, FORMAT_VideoInfo2, picPropsBase.nWidth, nHeight,
-                           picPropsBase.nRowWidth);
-        if (FAILED(hr))
-            return hr;
-        VIDEOINFOHEADER2& header = *mtNew.VideoInfo2();
-        CopyTimesAndRects(header, base);
-        if (pVH2_Base != nullptr)
-        {
-            header.dwInterlaceFlags = pVH2_Base->dwInterlaceFlags;
-            header.dwPictAspectRatioX = pVH2_Base->dwPictAspectRatioX;
-            header.dwPictAspectRatioY = pVH2_Base->dwPictAspectRatioY;
-        }
-        else
-        {
-            SetFrameAspect(header, picPropsBase.nWidth, AbsHeight(picPropsBase.nHeight));
-        }
-        if (nInterlaceFlags != nKeepInterlaceFlags)
-            header.dwInterlaceFlags = static_cast<DWORD>(nInterlaceFlags);
-        if (nAspectX != 0 && nAspectY != 0)
-        {
-            header.dwPictAspectRatioX = static_cast<DWORD>(nAspectX);
-            header.dwPictAspectRatioY = static_cast<DWORD>(nAspectY);
-        }
-        return S_OK;
-    }
-
+        return ConvertToVideoInfo2(mtNew, *mtBase, picNew, nInterlaceFlags, nAspectX, nAspectY);
     if (IsEqualGUID(guidFormat, FORMAT_VideoInfo))
-    {
-        hr = MTCreateVideo(&mtNew, fcc, FORMAT_VideoInfo, picPropsBase.nWidth, nHeight,
-                           picPropsBase.nRowWidth);
-        if (FAILED(hr))
-            hr = CreateWithExtraData(mtNew, *mtBase, base, fcc, nHeight);
-        VIDEOINFOHEADER* const pVH_New = SUCCEEDED(hr) ? mtNew.VideoInfo() : nullptr;
-        DSASSERT(pVH_New);
-        if (pVH_New == nullptr)
-            return E_INVALIDARG;
-        CopyTimesAndRects(*pVH_New, base);
-        pVH_New->dwBitRate = base.dwBitRate;
-        pVH_New->dwBitErrorRate = base.dwBitErrorRate;
-        return S_OK;
-    }
-
+        return ConvertToVideoInfo(mtNew, *mtBase, picNew);
     return E_UNEXPECTED;
 }
 

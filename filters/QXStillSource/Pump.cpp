@@ -1,7 +1,8 @@
 // The worker: gets samples, fills and stamps them, and sends them. The downstream filter's blocking paces it.
 #include "CoQXStillSource.h"
 #include "FrameRate.h"
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 #include "dstl/dshowx/DSSample.h"
 
 DWORD CCoQXStillSourceOut::ThreadProc(void* pv) noexcept

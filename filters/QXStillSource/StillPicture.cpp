@@ -8,7 +8,7 @@
 #include "Composition.h"
 #include "dstl/Old/GDIPlusHelpers.h"
 #include "dstl/WinAPI/Atl.h"
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 #include "dstl/dshowx/DSVideo.h"
 #include "imgconverter/ImgConverter.h"
 

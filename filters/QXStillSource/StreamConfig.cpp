@@ -87,7 +87,7 @@ STDMETHODIMP IAMStreamConfigWrapper<T>::GetNumberOfCapabilities(int* piCount, in
     if (piCount == nullptr || piSize == nullptr)
         return E_POINTER;
     int nFormats = 0;
-    for (const VideoFormat& format : rgFormat)
+    for (const MediaFormat& format : rgFormat)
     {
         const PicProps picTest = {format.Code(), 720, 576, 720};
         nFormats += Img_CheckProps(&picTest, false) ? 1 : 0;
@@ -109,7 +109,7 @@ STDMETHODIMP IAMStreamConfigWrapper<T>::GetStreamCaps(int iIndex, AM_MEDIA_TYPE*
     // one gets through, with the last format of the table, supported or not.
     int nSelector = iIndex / nVariants;
     PicProps picOut = {0, nCapsWidth, nCapsHeight, nCapsWidth};
-    for (const VideoFormat& format : rgFormat)
+    for (const MediaFormat& format : rgFormat)
     {
         picOut.fccType = format.Code();
         if (!Img_CheckProps(&picOut, false))

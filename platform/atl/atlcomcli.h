@@ -331,10 +331,7 @@ public:
         Attach(bsNew);
         return S_OK;
     }
-    HRESULT Append(LPCOLESTR psz) noexcept
-    {
-        return psz != nullptr ? Append(psz, lstrlenW(psz)) : S_OK;
-    }
+    HRESULT Append(LPCOLESTR psz) noexcept { return psz != nullptr ? Append(psz, lstrlenW(psz)) : S_OK; }
     HRESULT Append(const CComBSTR& src) noexcept { return Append(src.m_str, static_cast<int>(src.Length())); }
     CComBSTR& operator+=(LPCOLESTR psz) noexcept
     {

@@ -34,7 +34,7 @@ bool IsRgb(DWORD fcc)
            fcc == FOURCC_RGB555;
 }
 
-Format FormatOf(DWORD fcc)
+Format ModelFormat(DWORD fcc)
 {
     return {"", fcc, IsRgb(fcc) ? PixelBytes(fcc) : 0};
 }
@@ -103,7 +103,7 @@ RowModel OneColour(const Rgba& colour)
     {
         if (rows.luma[0].empty())
         {
-            const Format format = FormatOf(layout.fcc);
+            const Format format = ModelFormat(layout.fcc);
             rows = Cut(layout, format.cbRgb != 0
                                    ? InMemory(Picture(layout.nWidth, 2, colour), format.cbRgb, false)
                                    : InMemory(Samples(layout.nWidth, 2, ColourYuv(colour)), layout.fcc));
@@ -122,7 +122,7 @@ RowModel FileShown(eKind eIs, std::function<Rgba(LONG x, LONG y)> fnColour)
             for (LONG x = 0; x < layout.nWidth; x++)
                 strip.At(x, row) = fnColour(x, y + row);
         }
-        return Cut(layout, ExpectedFrame(FormatOf(layout.fcc), eIs, strip, {layout.nWidth, 2},
+        return Cut(layout, ExpectedFrame(ModelFormat(layout.fcc), eIs, strip, {layout.nWidth, 2},
                                          {0, 0, layout.nWidth, 2}, {0, 0}, false));
     };
 }

@@ -25,7 +25,7 @@ inline constexpr FormatRow g_arrFormats[] = {
     {"NV12", 0x3231564E, 2, 2, false},
 };
 
-inline const FormatRow& FormatOf(DWORD fcc)
+inline const FormatRow& FormatRowOf(DWORD fcc)
 {
     for (const FormatRow& row : g_arrFormats)
     {

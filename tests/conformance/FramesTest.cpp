@@ -123,7 +123,7 @@ TEST_F(SmallFrames, FormatsThatNobodyPaints)
         ASSERT_EQ(SetFormat(row.pszFormat, 16, 8), S_OK);
         ASSERT_EQ(Connect(), S_OK);
         const CMType mt = Connected();
-        Bytes expected(UnpaintedSize(FormatOf(mt.subtype.Data1), Layout::Of(mt)), 0);
+        Bytes expected(UnpaintedSize(FormatRowOf(mt.subtype.Data1), Layout::Of(mt)), 0);
         for (size_t i = 0; i < expected.size(); i += 4)
             memcpy(&expected[i], &row.nWord, sizeof(row.nWord));
         const auto fnLook = [&](IMediaSample& sample) -> std::string
@@ -196,11 +196,11 @@ TEST_F(SmallFrames, FilesOfOddSizes)
     const auto fnOpaque = [](LONG x, LONG y) { return ChartColour(2 * x, 2 * y); };
     for (const SIZE& size : {SIZE{7, 5}, SIZE{1, 1}, SIZE{3, 8}, SIZE{8, 3}})
     {
-        const FormatRow& rgb = FormatOf(eQGFCC_RGB32);
+        const FormatRow& rgb = FormatRowOf(eQGFCC_RGB32);
         ASSERT_EQ(SetProps(rgb.fcc, size.cx, size.cy, false), S_OK);
         ASSERT_EQ(SetPicture(m_folder.Write("opaque.tga", TgaOf(size.cx, size.cy, 24, fnOpaque))), S_OK);
         ASSERT_NO_FATAL_FAILURE(ExpectEveryWay(rgb, size, FileShown(eK_Tga24, fnOpaque)));
-        const FormatRow& argb = FormatOf(eQGFCC_ARGB32);
+        const FormatRow& argb = FormatRowOf(eQGFCC_ARGB32);
         ASSERT_EQ(SetProps(argb.fcc, size.cx, size.cy, false), S_OK);
         ASSERT_EQ(SetPicture(m_folder.Write("clear.tga", TgaOf(size.cx, size.cy, 32, fnClear))), S_OK);
         ASSERT_NO_FATAL_FAILURE(ExpectEveryWay(argb, size, FileShown(eK_Tga32, fnClear)));

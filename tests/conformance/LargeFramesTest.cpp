@@ -79,7 +79,7 @@ TEST_F(LargeFrames, FilesOfUltraHighDefinition)
         ASSERT_EQ(SetProps(fcc, size.cx, size.cy, false), S_OK);
         ASSERT_EQ(SetPicture(sFile), S_OK);
         ASSERT_NO_FATAL_FAILURE(
-            ExpectFromPeer(FormatOf(fcc), size, nVariant++, FileShown(eK_Tga24, ChartColour), 1));
+            ExpectFromPeer(FormatRowOf(fcc), size, nVariant++, FileShown(eK_Tga24, ChartColour), 1));
     }
 }
 

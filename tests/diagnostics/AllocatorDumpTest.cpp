@@ -1,7 +1,7 @@
 // Dumps of allocators.
 #include "diagnostics/FormatBlocks.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/SampleDump.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
 #include "support/FakeAllocator.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // The text of a whole graph, for every failure of every object in it.
 #include "diagnostics/FormatBlocks.h"
 #include "diagnostics/ScriptGraph.h"
-#include "dstl/dshowx/FilterChainParser.h"
-#include "dstl/dshowx/SampleDump.h"
+#include "dstl/dshowx/dumps/FilterChainParser.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // Dumps of raw memory and of the headers in format blocks.
 #include "diagnostics/FormatBlocks.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/FormatDump.h"
-#include "dstl/dshowx/MemoryDump.h"
+#include "dstl/dshowx/dumps/FormatDump.h"
+#include "dstl/dshowx/dumps/MemoryDump.h"
 
 #include <gtest/gtest.h>
 

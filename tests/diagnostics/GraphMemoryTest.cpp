@@ -2,7 +2,7 @@
 // nothing.
 #include "diagnostics/FormatBlocks.h"
 #include "diagnostics/ScriptGraph.h"
-#include "dstl/dshowx/FilterChainParser.h"
+#include "dstl/dshowx/dumps/FilterChainParser.h"
 #include "framework/TestFilter.h"
 
 namespace

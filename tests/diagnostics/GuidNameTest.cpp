@@ -1,6 +1,6 @@
 // Names of identifiers: the table, tags of sound, codes of four characters.
 #include "diagnostics/GuidRows.h"
-#include "dstl/dshowx/GuidNames.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>

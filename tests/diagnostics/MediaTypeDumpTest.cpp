@@ -1,8 +1,8 @@
 // Dumps of whole media types.
 #include "diagnostics/FormatBlocks.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/FormatDump.h"
-#include "dstl/dshowx/MediaTypeDump.h"
+#include "dstl/dshowx/dumps/FormatDump.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
 #include "support/FakeSample.h"
 
 #include <gtest/gtest.h>

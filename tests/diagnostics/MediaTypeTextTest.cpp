@@ -1,6 +1,6 @@
 // Media types in one line, and prefixes.
 #include "diagnostics/FormatBlocks.h"
-#include "dstl/dshowx/MediaTypeText.h"
+#include "dstl/dshowx/dumps/MediaTypeText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Dumps of samples.
 #include "diagnostics/FormatBlocks.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/SampleDump.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
 #include "support/FakeSample.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // Dumps of memory that nobody may read: each is reported, and nothing ends the host.
 #include "diagnostics/FormatBlocks.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/FormatDump.h"
-#include "dstl/dshowx/MediaTypeDump.h"
-#include "dstl/dshowx/MediaTypeText.h"
-#include "dstl/dshowx/MemoryDump.h"
+#include "dstl/dshowx/dumps/FormatDump.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
+#include "dstl/dshowx/dumps/MediaTypeText.h"
+#include "dstl/dshowx/dumps/MemoryDump.h"
 #include "support/GuardedPages.h"
 
 #include <gtest/gtest.h>

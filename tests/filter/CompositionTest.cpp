@@ -50,7 +50,8 @@ TEST_F(Composition, SameSizeAndFormatIsAnExactCopy)
         m_asserts.Clear();
         EXPECT_EQ(Fill(), pixels);
         EXPECT_EQ(m_asserts.Texts(), std::vector<std::string>{});
-        EXPECT_EQ(Bytes(Inside().m_blobFrame.GetPtr(), Inside().m_blobFrame.GetPtr() + Inside().m_blobFrame.GetSize()),
+        EXPECT_EQ(Bytes(Inside().m_blobFrame.GetPtr(),
+                        Inside().m_blobFrame.GetPtr() + Inside().m_blobFrame.GetSize()),
                   pixels);
     }
 }
@@ -297,7 +298,7 @@ TEST_F(Composition, FrameDependsOnNothingThatTheBlockHeld)
     constexpr LONG arrSides[] = {1, 2, 3, 4, 6, 7, 8, 10, 16, 22};
     for (int i = 0; i < 3000; i++)
     {
-        const VideoFormat& format = pick(rgFormat);
+        const MediaFormat& format = pick(rgFormat);
         const LONG nWidth = pick(arrSides) * format.nHorzYtoUV;
         const LONG nHeight = pick(arrSides) * format.nVertYtoUV * (random() % 3 == 0 ? -1 : 1);
         const LONG nRowWidth = nWidth + (random() % 4 == 0 ? 2 : 0);

@@ -47,7 +47,8 @@ class Handle : public FilterTest
 protected:
     Bytes Source()
     {
-        return Bytes(Inside().m_blobSource.GetPtr(), Inside().m_blobSource.GetPtr() + Inside().m_blobSource.GetSize());
+        return Bytes(Inside().m_blobSource.GetPtr(),
+                     Inside().m_blobSource.GetPtr() + Inside().m_blobSource.GetSize());
     }
 };
 
@@ -131,10 +132,11 @@ TEST_F(Handle, OtherDepthsAreRefused)
     {
         WORD nBits;
         const char* pszAssertion;
-    } rows[] = {{16, "MTHelp::MTCreateVideo() : Unsupported BMP::biCompression"}, // masks, as GDI reports them
-                {8, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"},
-                {4, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"},
-                {1, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"}};
+    } rows[] = {
+        {16, "MTHelp::MTCreateVideo() : Unsupported BMP::biCompression"}, // masks, as GDI reports them
+        {8, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"},
+        {4, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"},
+        {1, "MTHelp::MTCreateVideo() : Unsupported BMP::biBitCount"}};
     for (const auto& row : rows)
     {
         m_asserts.Clear();

@@ -456,7 +456,8 @@ TEST(PropsFromType, RoundTrip)
     {
         for (const double dblRate : {25.0, 50.0, 10.0})
         {
-            FilterProbe(*pFilter).m_VidProps = {720, 576, eQGFCC_YUY2, eInterlace, 16, 9, eQGKA_Crop, dblRate};
+            FilterProbe(*pFilter).m_VidProps = {720, 576, eQGFCC_YUY2, eInterlace,
+                                                16,  9,   eQGKA_Crop,  dblRate};
             CMType mt;
             ASSERT_EQ(pFilter->BuildOutputType(mt, PicProps{}), S_OK);
             QG_VID_PROPS props{};

@@ -104,7 +104,7 @@ TEST_F(OutputType, AnotherSizeOrFormatBreaksTheConnection)
         EXPECT_EQ(Control().SetOutputFormat(Text(row.pszFormat), row.nWidth, 0), VFW_E_TYPE_NOT_ACCEPTED);
         EXPECT_FALSE(Out().IsConnected());
         EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB32, 8, 4, 8})); // with its old type
-        EXPECT_EQ(Props().nWidth, row.nWidth);                           // what was asked for is kept
+        EXPECT_EQ(Props().nWidth, row.nWidth);                              // what was asked for is kept
         // On the pin that is not connected any more the next change takes effect.
         EXPECT_EQ(Control().SetOutputFormat(Text("RGB24"), 16, 2), S_OK);
         EXPECT_EQ(Inside().m_picOutput, (PicProps{FOURCC_RGB24, 16, 2, 16}));

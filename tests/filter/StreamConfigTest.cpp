@@ -104,7 +104,7 @@ TEST_F(StreamConfig, GetFormat)
         ASSERT_EQ(Config().GetFormat(&format.pmt), S_OK);
         EXPECT_TRUE(MTEqual(format.pmt, &Inside().m_theMediaType));
         EXPECT_NE(format.pmt->pbFormat, Inside().m_theMediaType.pbFormat); // a copy
-        EXPECT_EQ(Config().SetFormat(format.pmt), S_OK);                // which can be set again
+        EXPECT_EQ(Config().SetFormat(format.pmt), S_OK);                   // which can be set again
     }
     Show(FOURCC_RGB32, 8, 4, Bytes(128));
     ASSERT_EQ(Control().SetOutputFormat(Text("RGB32"), 8, 4), S_OK);
@@ -241,7 +241,7 @@ TEST_F(SetFormatAgain, ChangesNothingInAnyShape)
     } arrAspects[] = {{0, 0},  {4, 3},   {32, 18}, {1, 1},     {0, 9},       {16, 0},
                       {4, -3}, {-16, 9}, {-1, -1}, {-32, -18}, {32767, 1},   {1, 32767},
                       {1, -1}, {-1, 1},  {0, -9},  {-16, 0},   {-32768, -1}, {-32768, -32768}};
-    for (const VideoFormat& format : rgFormat)
+    for (const MediaFormat& format : rgFormat)
     {
         for (const int nWidth : {48, 64})
         {

@@ -1,7 +1,7 @@
 // The pictures that the module brings along: their files, and the frames that are made of them.
 #include "FilterSupport.h"
 
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 #include "resource.h"
 
 namespace

@@ -1,4 +1,4 @@
-#include "dstl/dshowx/AllocatorProps.h"
+#include "dstl/dshowx/memory/AllocatorProps.h"
 
 #include <gtest/gtest.h>
 

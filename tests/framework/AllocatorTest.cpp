@@ -1,6 +1,6 @@
 // Which allocator a connection gets.
 #include "TestFilter.h"
-#include "dstl/dshowx/GreedAllocator.h"
+#include "dstl/dshowx/memory/GreedAllocator.h"
 
 #include <algorithm>
 #include <tuple>

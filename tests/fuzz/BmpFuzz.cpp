@@ -5,7 +5,7 @@
 
 #include "Common/Common.h"
 #include "Video/TgaBmp/BmpFile.h"
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #pragma once
 /// The filter's own allocator, opened for tests.
 
-#include "dstl/dshowx/GreedAllocator.h"
+#include "dstl/dshowx/memory/GreedAllocator.h"
 #include "memory/MemoryCalls.h"
 #include "memory/TraceTap.h"
 #include "support/CountedNotify.h"

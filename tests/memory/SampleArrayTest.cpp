@@ -1,5 +1,5 @@
 // The pool of blocks in which samples are built.
-#include "dstl/dshowx/SampleArray.h"
+#include "dstl/dshowx/memory/SampleArray.h"
 #include "memory/MemoryCalls.h"
 #include "support/LogCapture.h"
 

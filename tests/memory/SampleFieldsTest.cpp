@@ -26,7 +26,7 @@ TEST_F(SampleTest, Fresh)
     EXPECT_EQ(sample.m_dwSampleFlags, 0u);
     EXPECT_EQ(sample.m_dwTypeFlags, 0u);
     EXPECT_EQ(sample.m_dwStreamId, 0u);
-    EXPECT_EQ(sample.m_pMediaType, nullptr);
+    EXPECT_FALSE(sample.m_pMediaType);
     sample.AttachBuffer(m_arrBuffer, 5);
     EXPECT_EQ(m_asserts.Texts(), Lines{});
     sample.m_cbBuffer = 0;
@@ -292,21 +292,21 @@ TEST_F(SampleTest, MediaType)
         mt.pUnk = &unknown; // takes the test's reference over
         EXPECT_EQ(m_sample.SetMediaType(&mt), S_OK);
         EXPECT_EQ(unknown.m_nRefs, 2);
-        EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.get(), &mt));
-        EXPECT_NE(m_sample.m_pMediaType->pbFormat, mt.pbFormat);
+        EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.Get(), &mt));
+        EXPECT_NE(m_sample.m_pMediaType.Get()->pbFormat, mt.pbFormat);
         EXPECT_EQ(m_sample.m_dwSampleFlags, static_cast<DWORD>(AM_SAMPLE_TYPECHANGED));
 
         AM_MEDIA_TYPE* pmt = nullptr;
         EXPECT_EQ(m_sample.GetMediaType(&pmt), S_OK);
         ASSERT_NE(pmt, nullptr);
-        EXPECT_NE(pmt, m_sample.m_pMediaType.get());
+        EXPECT_NE(pmt, m_sample.m_pMediaType.Get());
         EXPECT_TRUE(MTEqual(pmt, &mt));
         EXPECT_EQ(unknown.m_nRefs, 3);
         MTDelete(pmt);
 
         // Its own type, too, is copied before it goes.
-        EXPECT_EQ(m_sample.SetMediaType(m_sample.m_pMediaType.get()), S_OK);
-        EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.get(), &mt));
+        EXPECT_EQ(m_sample.SetMediaType(m_sample.m_pMediaType.Get()), S_OK);
+        EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.Get(), &mt));
         EXPECT_EQ(unknown.m_nRefs, 2);
     }
     EXPECT_EQ(unknown.m_nRefs, 1);
@@ -337,7 +337,7 @@ TEST_F(SampleTest, MediaTypeWithoutMemory)
         }
         const FailingMemory failing(eMC_TaskMem, nAfter);
         EXPECT_EQ(m_sample.SetMediaType(&mt), E_OUTOFMEMORY);
-        EXPECT_EQ(m_sample.m_pMediaType, nullptr);
+        EXPECT_FALSE(m_sample.m_pMediaType);
         EXPECT_EQ(m_sample.m_dwSampleFlags, 0u);
     }
 }
@@ -351,7 +351,7 @@ TEST_F(SampleTest, FlagAndTypeThatDisagree)
     EXPECT_EQ(m_sample.GetMediaType(&pmt), S_FALSE);
     EXPECT_EQ(m_asserts.Texts(), Lines{"m_pMediaType == NULL"});
     m_asserts.Clear();
-    m_sample.m_pMediaType.reset();
+    m_sample.m_pMediaType.Close();
     m_sample.m_dwSampleFlags = AM_SAMPLE_TYPECHANGED;
     EXPECT_EQ(m_sample.GetMediaType(&pmt), E_OUTOFMEMORY);
     EXPECT_EQ(m_asserts.Texts(), Lines{"m_pMediaType != NULL"});

@@ -42,7 +42,7 @@ Held WhatIsHeld(const SampleUnderTest& s)
             s.m_tStart,
             s.m_tEnd,
             s.m_dwStreamId,
-            s.m_pMediaType != nullptr ? static_cast<LONG>(s.m_pMediaType->lSampleSize) : -1};
+            s.m_pMediaType ? static_cast<LONG>(s.m_pMediaType.Get()->lSampleSize) : -1};
 }
 
 /// The rules in their order, over what is held before.
@@ -123,7 +123,7 @@ TEST_F(SamplePropsTest, GetForEverySize)
                           1000,
                           2000,
                           5,
-                          m_sample.m_pMediaType.get(),
+                          m_sample.m_pMediaType.Get(),
                           m_arrBuffer,
                           cbBuffer};
     for (DWORD cb = 0; cb <= cbBeyond; ++cb)
@@ -245,17 +245,17 @@ TEST_F(SamplePropsTest, TypeWithoutAndWithItsFlag)
                             "fix:true, compr:false\n");
     }
     EXPECT_EQ(m_sample.m_dwSampleFlags, static_cast<DWORD>(AM_SAMPLE_TYPECHANGED));
-    EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.get(), &m_mt));
+    EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.Get(), &m_mt));
     // The type that the sample shows, given back to it.
     Record rgOwn = {};
     EXPECT_EQ(m_sample.GetProperties(cbRecord, reinterpret_cast<BYTE*>(&rgOwn)), S_OK);
     EXPECT_EQ(m_sample.SetProperties(cbRecord, reinterpret_cast<const BYTE*>(&rgOwn)), S_OK);
-    EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.get(), &m_mt));
+    EXPECT_TRUE(MTEqual(m_sample.m_pMediaType.Get(), &m_mt));
     // No type, with the flag: dropped, and the flag stays clear.
     rg.pMediaType = nullptr;
     rg.dwSampleFlags = AM_SAMPLE_TYPECHANGED;
     EXPECT_EQ(m_sample.SetProperties(cbRecord, reinterpret_cast<const BYTE*>(&rg)), S_OK);
-    EXPECT_EQ(m_sample.m_pMediaType, nullptr);
+    EXPECT_FALSE(m_sample.m_pMediaType);
     EXPECT_EQ(m_sample.m_dwSampleFlags, 0u);
 }
 

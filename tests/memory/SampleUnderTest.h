@@ -1,7 +1,7 @@
 #pragma once
 /// The sample's properties as an object of the test's.
 
-#include "dstl/dshowx/SampleWrapper.h"
+#include "dstl/dshowx/memory/SampleWrapper.h"
 #include "memory/MemoryCalls.h"
 #include "memory/TraceTap.h"
 

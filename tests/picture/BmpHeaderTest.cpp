@@ -1,6 +1,6 @@
 #include "Common/Common.h"
 #include "BmpBuilder.h"
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>

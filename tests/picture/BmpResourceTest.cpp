@@ -2,7 +2,7 @@
 #include "BmpResourceNumbers.h"
 #include "TempFiles.h"
 #include "Video/TgaBmp/BmpFile.h"
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>

@@ -35,14 +35,8 @@ public:
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
-    std::string Path(const std::string& sName) const
-    {
-        return (m_path / sName).string();
-    }
-    std::string Path() const
-    {
-        return m_path.string();
-    }
+    std::string Path(const std::string& sName) const { return (m_path / sName).string(); }
+    std::string Path() const { return m_path.string(); }
 
     /// \return the path
     std::string Write(const std::string& sName, const Bytes& bytes) const
@@ -59,10 +53,7 @@ public:
         return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
 
-    bool Has(const std::string& sName) const
-    {
-        return std::filesystem::exists(m_path / sName);
-    }
+    bool Has(const std::string& sName) const { return std::filesystem::exists(m_path / sName); }
 
 private:
     std::filesystem::path m_path;

@@ -29,7 +29,7 @@ LONGLONG g_nPosition = 0;
 DWORD g_dwLongestRead = 0;
 bool g_bSeekFails = false;
 bool g_bSizeFails = false;
-DWORD g_dwFalseSize = 0; ///< 0: the true size
+DWORD g_dwFalseSize = 0;   ///< 0: the true size
 bool g_bOpenFails = false; ///< without an error code
 } // namespace
 
@@ -290,9 +290,9 @@ TEST_F(TgaFault, FalseSize)
             g_dwFalseSize = dwSize;
             EXPECT_EQ(Load(builder), S_OK);
             EXPECT_EQ(Bytes(tga.Image(), tga.Image() + tga.m_cbImage), TgaBuilder::TrueColour(24).image);
-            EXPECT_EQ(log.Texts(4), Texts{"WARNING. CTga::ReadFile(): Unknown " +
-                                          std::to_string(dwSize - cbFile - 26) +
-                                          " bytes between image data and TGA FILE FOOTER\n"});
+            EXPECT_EQ(log.Texts(4),
+                      Texts{"WARNING. CTga::ReadFile(): Unknown " + std::to_string(dwSize - cbFile - 26) +
+                            " bytes between image data and TGA FILE FOOTER\n"});
             EXPECT_TRUE(log.Texts(2).empty());
         }
     }

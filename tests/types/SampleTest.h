@@ -83,5 +83,6 @@ inline std::string Hex(HRESULT hr)
 }
 
 inline constexpr WORD wEverything = PM_TIMESTART | PM_TIMEEND | PM_MEDIATIME | PM_SYNCPOINT | PM_PREROLL |
-                         PM_DISCONTINUITY | PM_TYPEFLAGS | PM_MEDIATYPE | PM_BUFFER | PM_ACTLEN | PM_STREAMID;
+                                    PM_DISCONTINUITY | PM_TYPEFLAGS | PM_MEDIATYPE | PM_BUFFER | PM_ACTLEN |
+                                    PM_STREAMID;
 } // namespace sampletest

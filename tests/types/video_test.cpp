@@ -82,7 +82,7 @@ DWORD ExpectedImage(const Row& row, LONG nWidth, LONG nHeight)
     return cb;
 }
 
-const VideoFormat& Entry(DWORD dwCode)
+const MediaFormat& Entry(DWORD dwCode)
 {
     return rgFormat[FindFormat(dwCode)];
 }
@@ -134,11 +134,11 @@ static_assert(static_cast<ULONG>(VFW_E_INVALID_MEDIA_TYPE) == 0x80040248);
 
 TEST(FormatTable, EveryRow)
 {
-    ASSERT_EQ(nVideoFormats, 15);
+    ASSERT_EQ(nMediaFormats, 15);
     ASSERT_EQ(std::size(rgRows), 15u);
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
     {
-        const VideoFormat& entry = rgFormat[i];
+        const MediaFormat& entry = rgFormat[i];
         const Row& row = rgRows[i];
         EXPECT_TRUE(*entry.pSubtype == row.guid) << i;
         EXPECT_EQ(entry.Code(), row.dwCode) << i;
@@ -213,7 +213,7 @@ TEST(CheckSize, Values)
 
 TEST(CheckSize, EveryFormat)
 {
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
         for (LONG nWidth = 1; nWidth <= 4; ++nWidth)
             for (LONG nHeight = -3; nHeight <= 3; ++nHeight)
             {
@@ -228,7 +228,7 @@ TEST(CheckSize, EveryFormat)
 TEST(RowBytes, EveryFormat)
 {
     AssertCapture asserts;
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
         for (LONG nWidth = rgRows[i].nHorz; nWidth <= 400; nWidth += rgRows[i].nHorz)
             EXPECT_EQ(RowBytes(rgFormat[i], nWidth), ExpectedRow(rgRows[i], nWidth)) << i << ' ' << nWidth;
     EXPECT_EQ(RowBytes(Entry(FOURCC_v210), 1920), 5120u);
@@ -253,7 +253,7 @@ TEST(RowBytes, OddWidthIsReported)
 TEST(ImageSize, EveryFormat)
 {
     AssertCapture asserts;
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
         for (const LONG nWidth : {2, 4, 46, 720, 1920})
             for (const LONG nHeight : {2, -2, 576, -1080})
             {
@@ -282,7 +282,7 @@ TEST(ImageSize, OddPlanarSizeDividesInIntegers)
 TEST(ImageSize, ExtremesAreDefined)
 {
     AssertCapture asserts;
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
         for (const LONG nWidth : {nLowest, LONG(-720), LONG(-1), LONG(0), LONG(1), nHighest})
             for (const LONG nHeight : {nLowest, LONG(-1), LONG(0), nHighest})
                 ImageSize(rgFormat[i], nWidth, nHeight);

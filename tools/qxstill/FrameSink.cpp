@@ -262,7 +262,8 @@ STDMETHODIMP SinkPin::QueryAccept(const AM_MEDIA_TYPE* type)
 
 STDMETHODIMP SinkPin::EnumMediaTypes(IEnumMediaTypes** types)
 {
-    return types != nullptr ? CComDSEnum<NoTypesAccessor, IEnumMediaTypes>::Create(types, this, 0) : E_POINTER;
+    return types != nullptr ? CComDSEnum<NoTypesAccessor, IEnumMediaTypes>::Create(types, this, 0)
+                            : E_POINTER;
 }
 
 STDMETHODIMP SinkPin::EndOfStream()

@@ -1,7 +1,7 @@
 #include "Video/TgaBmp/BmpFile.h"
 
 #include "dstl/WinAPI/File.h"
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <cstring>

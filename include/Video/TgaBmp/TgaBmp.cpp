@@ -21,6 +21,36 @@ bool MakeTgaBmpHeader(DWORD nColumns, DWORD nRows, DWORD fccType, BITMAPINFOHEAD
     return cbImage <= MAXDWORD;
 }
 
+namespace
+{
+/// Converts a loaded picture, with its alpha plane if one is wanted.
+HRESULT MakeBitmap(const CTga& tga, DWORD fccType, bool bPlane, CTaskBytes& pBmp, CTaskBytes& pAlpha) noexcept
+{
+    if (!AllocTgaBitmap(tga.Columns(), tga.Rows(), fccType, &pBmp))
+        return E_OUTOFMEMORY;
+    if (bPlane)
+    {
+        // Not every depth writes the plane.
+        pAlpha.AllocZeroed(AlignTgaRow(tga.Columns()) * tga.Rows());
+        if (!pAlpha)
+            return E_OUTOFMEMORY;
+    }
+    const HRESULT hr = tga.ConvertToBmp(fccType, pBmp.Get(), pAlpha.Get());
+    if (FAILED(hr))
+        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.ConvertToBmp()=0x%X\n", hr);
+    return hr;
+}
+
+HRESULT SaveTraced(const wchar_t* pszFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
+{
+    const HRESULT hr = SaveBmpToFile(pszFile, bmi, pBmp);
+    if (FAILED(hr)) // the doubled bracket is deliberate: the text is known by it
+        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaToBmpFile(): SaveBmpToFile(( '%s' )=0x%X\n", pszFile,
+              hr);
+    return hr;
+}
+} // namespace
+
 HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi, BYTE** ppBmp,
                    BYTE** ppAlpha, bool bForceAlpha) noexcept
 {
@@ -60,21 +90,9 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
     CTaskBytes pAlpha;
     if (eBitmap == CTga::eBitmap_ToConvert)
     {
-        if (!AllocTgaBitmap(tga.Columns(), tga.Rows(), fccType, &pBmp))
-            return E_OUTOFMEMORY;
-        if (ppAlpha != nullptr && (tga.HasAlpha() || bForceAlpha))
-        {
-            // Not every depth writes the plane.
-            pAlpha.AllocZeroed(AlignTgaRow(tga.Columns()) * tga.Rows());
-            if (!pAlpha)
-                return E_OUTOFMEMORY;
-        }
-        hr = tga.ConvertToBmp(fccType, pBmp.Get(), pAlpha.Get());
+        hr = MakeBitmap(tga, fccType, ppAlpha != nullptr && (tga.HasAlpha() || bForceAlpha), pBmp, pAlpha);
         if (FAILED(hr))
-        {
-            trace(atlTraceGeneral, eTL_Error, L"###Err### TgaBmpConv(): tga.ConvertToBmp()=0x%X\n", hr);
             return hr;
-        }
     }
     *pbmi = bmi;
     *ppBmp = pBmp.Detach();
@@ -82,18 +100,6 @@ HRESULT TgaBmpConv(const wchar_t* pszFile, DWORD fccType, BITMAPINFOHEADER* pbmi
         *ppAlpha = pAlpha.Detach();
     return S_OK;
 }
-
-namespace
-{
-HRESULT SaveTraced(const wchar_t* pszFile, const BITMAPINFOHEADER& bmi, const BYTE* pBmp) noexcept
-{
-    const HRESULT hr = SaveBmpToFile(pszFile, bmi, pBmp);
-    if (FAILED(hr)) // the doubled bracket is deliberate: the text is known by it
-        trace(atlTraceGeneral, eTL_Error, L"###Err### TgaToBmpFile(): SaveBmpToFile(( '%s' )=0x%X\n", pszFile,
-              hr);
-    return hr;
-}
-} // namespace
 
 HRESULT TgaToBmpFile(const wchar_t* pszTgaFile, const wchar_t* pszBmpFile,
                      const wchar_t* pszAlphaFile) noexcept

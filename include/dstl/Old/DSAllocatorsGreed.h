@@ -7,7 +7,7 @@
 ///
 /// The store knows nothing of samples, states or locks: whoever owns it locks around every call.
 
-#include "dstl/dshowx/AllocatorProps.h"
+#include "dstl/dshowx/memory/AllocatorProps.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <memory>

@@ -4,7 +4,7 @@
 #include "dstl/WinAPI/Platform.h"
 #include "dstl/WinAPI/Blob.h"
 #include "dstl/WinAPI/Containers.h"
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 #include "Common/Common.h"
 
 /// Starts GDI+ version 1 for its caller, with no debug callback and nothing suppressed. Each start needs a

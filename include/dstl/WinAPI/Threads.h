@@ -19,8 +19,6 @@ public:
         DSASSERT(m_h != NULL);
         return m_h;
     }
-
-    using COwnedHandle::m_h;
 };
 
 /// An unnamed event.

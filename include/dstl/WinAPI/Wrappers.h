@@ -70,10 +70,7 @@ public:
     bool TryLock() noexcept { return TryEnterCriticalSection(&m_crs) != FALSE; }
     void Unlock() noexcept { LeaveCriticalSection(&m_crs); }
     /// Whether the calling thread has it.
-    bool IsMine() const noexcept
-    {
-        return HandleToULong(m_crs.OwningThread) == GetCurrentThreadId();
-    }
+    bool IsMine() const noexcept { return HandleToULong(m_crs.OwningThread) == GetCurrentThreadId(); }
 
 private:
     CRITICAL_SECTION m_crs;

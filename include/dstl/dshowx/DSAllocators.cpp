@@ -3,10 +3,10 @@
 #include <utility>
 
 #include "dstl/WinAPI/Wrappers.h"
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
 #include "dstl/dshowx/DSPins.h"
 #include "dstl/dshowx/DSVideo.h"
-#include "dstl/dshowx/GreedAllocator.h"
+#include "dstl/dshowx/memory/GreedAllocator.h"
 
 LPCWSTR AllocSrcName(eAllocSrc eSrc) noexcept
 {

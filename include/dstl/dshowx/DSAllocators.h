@@ -11,7 +11,7 @@
 #include <strmif.h>
 
 #include "Common/Common.h"
-#include "dstl/dshowx/AllocatorProps.h"
+#include "dstl/dshowx/memory/AllocatorProps.h"
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/DSTypes.h"
 

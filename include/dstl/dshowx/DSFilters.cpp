@@ -1,7 +1,6 @@
 #include "dstl/dshowx/DSFilters.h"
 
-#include "dstl/dshowx/DSParsers.h"
-#include "dstl/dshowx/FilterChainParser.h"
+#include "dstl/dshowx/dumps/FilterChainParser.h"
 #include "dstl/dshowx/LogLoader.h"
 
 namespace
@@ -113,8 +112,8 @@ void CFilterCore::ParseGraphToLogFile() noexcept
               L"###Err### %s CBaseFilter::ParseGraphToLogFile(): empty graph pointer\n", GetClassName());
         return;
     }
-    CTaskString strChain;
-    const HRESULT hr = CFilterChainParser().GetFiltersChain(spGraph, &strChain);
+    COwnedTask<WCHAR> strChain;
+    const HRESULT hr = CFilterChainParser().GetFiltersChain(spGraph, strChain.Out());
     if (FAILED(hr))
     {
         trace(atlTraceGeneral, eTL_Error,

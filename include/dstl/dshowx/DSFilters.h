@@ -24,7 +24,8 @@
 
 #include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSEnums.h"
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 #include "dstl/dshowx/DSPins.h"
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/DSWrappers.h"
@@ -383,8 +384,8 @@ public:
             hr = spEnum->Next(1, &spPin, nullptr);
             if (hr != S_OK)
                 return hr == S_FALSE ? VFW_E_NOT_FOUND : E_FAIL;
-            CTaskString strId;
-            if (SUCCEEDED(spPin->QueryId(&strId)) && wcscmp(strId.Get(), Id) == 0)
+            COwnedTask<WCHAR> strId;
+            if (SUCCEEDED(spPin->QueryId(strId.Out())) && wcscmp(strId.Get(), Id) == 0)
             {
                 *ppPin = spPin.Detach();
                 return S_OK;

@@ -30,7 +30,8 @@
 #include "dstl/WinAPI/Wrappers.h"
 #include "dstl/dshowx/DSAllocators.h"
 #include "dstl/dshowx/DSEnums.h"
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/DSTypes.h"
 #include "dstl/dshowx/DSWrappers.h"
@@ -267,13 +268,13 @@ public:
         DSASSERT(pSample != NULL);
         if (pSample == nullptr)
             return E_POINTER;
-        CMediaTypeHolder pmt;
-        HRESULT hr = pSample->GetMediaType(&pmt);
+        COwnedMediaType pmt;
+        HRESULT hr = pSample->GetMediaType(pmt.Out());
         if (hr != S_OK)
             return hr;
         trace(atlTraceGeneral, eTL_Main, L"%s SetMediaTypeFromSample(): new mediatype is received\n",
               this->GetClassName());
-        DSASSERT_TEXT(pmt.Get() != nullptr, "pmt != NULL");
+        DSASSERT_TEXT(pmt, "pmt != NULL");
         Debug_MediaType(atlTraceGeneral, eTL_Error, pmt.Get(), L"");
         if (!Pin().QueryAcceptMT(pmt.Get()))
         {
@@ -350,13 +351,13 @@ protected:
             return hr;
         for (int i = 0; i < nMaxTypesTried; ++i)
         {
-            CMediaTypeHolder pmt;
+            COwnedMediaType pmt;
             ULONG ulMediaCount = 0;
-            hr = pEnum->Next(1, &pmt, &ulMediaCount);
+            hr = pEnum->Next(1, pmt.Out(), &ulMediaCount);
             if (hr != S_OK)
                 return FAILED(hr) ? hr : VFW_E_NO_ACCEPTABLE_TYPES;
             DSASSERT(ulMediaCount == 1);
-            DSASSERT_TEXT(pmt.Get() != nullptr, "pmt != NULL");
+            DSASSERT_TEXT(pmt, "pmt != NULL");
             if (AttemptConnection(pReceivePin, pmt.Get()) == S_OK)
                 return S_OK;
         }

@@ -8,7 +8,7 @@
 
 #include <strmif.h>
 
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 #include "dstl/dshowx/DSTrace.h"
 
 /// Quality messages go on to the filter, and nowhere else. \tparam T the pin

@@ -1,7 +1,7 @@
 #include "dstl/dshowx/DSSample.h"
 
 #include "dstl/Old/dsnew.h"
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 #include "dstl/dshowx/DSTrace.h"
 
 #include <vfwmsgs.h>
@@ -434,6 +434,58 @@ HRESULT CSampleT::LoadBuffer(IMediaSample* pSrc, WORD wMask) noexcept
     return S_OK;
 }
 
+HRESULT CSampleT::SaveFields(IMediaSample* pDst, WORD wSave) const noexcept
+{
+    struct Step
+    {
+        WORD wProp;
+        HRESULT (*pfnSet)(const CSampleT& from, IMediaSample* pDst, WORD wSave);
+        const wchar_t* pszTrace;
+        const char* pszAssert;
+    };
+    static constexpr Step rgStep[] = {
+        {PM_TIMESTART,
+         [](const CSampleT& from, IMediaSample* pDst, WORD wSave)
+         {
+             REFERENCE_TIME tS = from.m_tS;
+             REFERENCE_TIME tE = from.m_tE;
+             return pDst->SetTime(&tS, wSave & PM_TIMEEND ? &tE : NULL);
+         },
+         L"###Err### CSampleT::Save(): SetTime()=0x%X\n", "CSampleT::Save(): SetTime() FAILED"},
+        {PM_MEDIATIME,
+         [](const CSampleT& from, IMediaSample* pDst, WORD)
+         {
+             LONGLONG llMS = from.m_llMS;
+             LONGLONG llME = from.m_llME;
+             return pDst->SetMediaTime(&llMS, &llME);
+         },
+         L"###Err### CSampleT::Save(): SetMediaTime()=0x%X\n", "CSampleT::Save(): SetMediaTime() FAILED"},
+        {PM_SYNCPOINT,
+         [](const CSampleT& from, IMediaSample* pDst, WORD) { return pDst->SetSyncPoint(from.m_bSync); },
+         L"###Err### CSampleT::Save(): SetSyncPoint()=0x%X\n", "CSampleT::Save(): SetSyncPoint() FAILED"},
+        {PM_PREROLL,
+         [](const CSampleT& from, IMediaSample* pDst, WORD) { return pDst->SetPreroll(from.m_bPreroll); },
+         L"###Err### CSampleT::Save(): SetPreroll()=0x%X\n", "CSampleT::Save(): SetPreroll() FAILED"},
+        {PM_DISCONTINUITY,
+         [](const CSampleT& from, IMediaSample* pDst, WORD)
+         { return pDst->SetDiscontinuity(from.m_bDiscont); },
+         L"###Err### CSampleT::Save(): SetDiscontinuity()=0x%X\n",
+         "CSampleT::Save(): SetDiscontinuity() FAILED"},
+        {PM_MEDIATYPE,
+         [](const CSampleT& from, IMediaSample* pDst, WORD) { return pDst->SetMediaType(from.m_pMT); },
+         L"###Err### CSampleT::Save(): SetMediaType()=0x%X\n", "CSampleT::Save(): SetMediaType() FAILED"},
+    };
+    for (const Step& step : rgStep)
+    {
+        if (!(wSave & step.wProp))
+            continue;
+        const HRESULT hr = step.pfnSet(*this, pDst, wSave);
+        if (hr != S_OK)
+            return ReportStep(hr, step.pszTrace, step.pszAssert);
+    }
+    return S_OK;
+}
+
 // IMediaSample2 comes first and the payload last, so that SetProperties can never overwrite a time or flag
 // just set.
 HRESULT CSampleT::Save(IMediaSample* pDst, WORD wMask) noexcept
@@ -462,48 +514,9 @@ HRESULT CSampleT::Save(IMediaSample* pDst, WORD wMask) noexcept
         if (FAILED(hr))
             return hr;
     }
-    if (wSave & PM_TIMESTART)
-    {
-        const HRESULT hr = pDst->SetTime(&m_tS, wSave & PM_TIMEEND ? &m_tE : NULL);
-        if (hr != S_OK)
-            return ReportStep(hr, L"###Err### CSampleT::Save(): SetTime()=0x%X\n",
-                              "CSampleT::Save(): SetTime() FAILED");
-    }
-    if (wSave & PM_MEDIATIME)
-    {
-        const HRESULT hr = pDst->SetMediaTime(&m_llMS, &m_llME);
-        if (hr != S_OK)
-            return ReportStep(hr, L"###Err### CSampleT::Save(): SetMediaTime()=0x%X\n",
-                              "CSampleT::Save(): SetMediaTime() FAILED");
-    }
-    if (wSave & PM_SYNCPOINT)
-    {
-        const HRESULT hr = pDst->SetSyncPoint(m_bSync);
-        if (hr != S_OK)
-            return ReportStep(hr, L"###Err### CSampleT::Save(): SetSyncPoint()=0x%X\n",
-                              "CSampleT::Save(): SetSyncPoint() FAILED");
-    }
-    if (wSave & PM_PREROLL)
-    {
-        const HRESULT hr = pDst->SetPreroll(m_bPreroll);
-        if (hr != S_OK)
-            return ReportStep(hr, L"###Err### CSampleT::Save(): SetPreroll()=0x%X\n",
-                              "CSampleT::Save(): SetPreroll() FAILED");
-    }
-    if (wSave & PM_DISCONTINUITY)
-    {
-        const HRESULT hr = pDst->SetDiscontinuity(m_bDiscont);
-        if (hr != S_OK)
-            return ReportStep(hr, L"###Err### CSampleT::Save(): SetDiscontinuity()=0x%X\n",
-                              "CSampleT::Save(): SetDiscontinuity() FAILED");
-    }
-    if (wSave & PM_MEDIATYPE)
-    {
-        const HRESULT hr = pDst->SetMediaType(m_pMT);
-        if (hr != S_OK)
-            return ReportStep(hr, L"###Err### CSampleT::Save(): SetMediaType()=0x%X\n",
-                              "CSampleT::Save(): SetMediaType() FAILED");
-    }
+    const HRESULT hr = SaveFields(pDst, wSave);
+    if (FAILED(hr))
+        return hr;
 
     if (wSave & (PM_BUFFER | PM_ACTLEN))
     {

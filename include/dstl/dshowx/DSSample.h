@@ -88,4 +88,5 @@ private:
     HRESULT LoadMediaType(IMediaSample* pSrc) noexcept;
     HRESULT LoadBuffer(IMediaSample* pSrc, WORD wMask) noexcept;
     HRESULT SaveProperties2(IMediaSample* pDst, WORD wSave) noexcept;
+    HRESULT SaveFields(IMediaSample* pDst, WORD wSave) const noexcept;
 };

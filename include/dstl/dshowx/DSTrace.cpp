@@ -196,13 +196,13 @@ CLogLoader::CLogLoader() noexcept
     if (!module)
         return;
     // By way of void*, as the types of the two functions have nothing in common.
-    const auto pfnGetLog = reinterpret_cast<PFNGETLOGOBJECT>(
+    m_pfnGetLog = reinterpret_cast<PFNGETLOGOBJECT>(
         reinterpret_cast<void*>(GetProcAddress(module.Get(), szQXLogExport)));
-    if (pfnGetLog == nullptr)
+    if (m_pfnGetLog == nullptr)
         return;
     m_hModule = std::move(module);
     // After a failure m_plog stays as the export left it, deliberately without being attached.
-    if (pfnGetLog(&m_plog) == 0 && m_plog != nullptr)
+    if (m_pfnGetLog(&m_plog) == 0 && m_plog != nullptr)
         m_plog->Attach(&m_plog, 0, 0);
 }
 

@@ -8,7 +8,7 @@
 
 namespace
 {
-constexpr VideoFormat Describe(const PixelFormat& format) noexcept
+constexpr MediaFormat Describe(const PixelFormat& format) noexcept
 {
     const Component(&parts)[3] = format.arrParts;
     return {.pSubtype = &format.guidSubtype,
@@ -21,21 +21,21 @@ constexpr VideoFormat Describe(const PixelFormat& format) noexcept
             .bYUV = format.eModel == eCM_YUV};
 }
 
-constexpr std::array<VideoFormat, nVideoFormats> DescribeAll() noexcept
+constexpr std::array<MediaFormat, nMediaFormats> DescribeAll() noexcept
 {
-    std::array<VideoFormat, nVideoFormats> formats{};
+    std::array<MediaFormat, nMediaFormats> formats{};
     for (size_t i = 0; i < formats.size(); ++i)
         formats[i] = Describe(arrPixelFormats[i]);
     return formats;
 }
-static_assert(std::ranges::all_of(arrPixelFormats, arrPixelFormats + nVideoFormats, &PixelFormat::bMediaType),
+static_assert(std::ranges::all_of(arrPixelFormats, arrPixelFormats + nMediaFormats, &PixelFormat::bMediaType),
               "formats that are offered come first");
 
 /// Aspect that a fresh VIDEOINFOHEADER2 gets, whatever the size: who needs another overwrites it.
 constexpr DWORD dwDefaultAspectX = 4;
 constexpr DWORD dwDefaultAspectY = 3;
 
-void CheckRowWidth(const VideoFormat& rgEntry, LONG nWidth) noexcept
+void CheckRowWidth(const MediaFormat& rgEntry, LONG nWidth) noexcept
 {
     DSASSERT_TEXT(nWidth % rgEntry.nHorzYtoUV == 0, "nWidth % rgFormat.nHorzYtoUV == 0");
 }
@@ -87,11 +87,11 @@ bool SettleWidth(const BlockSize& rgSize, LONG* pnWidth) noexcept
 }
 } // namespace
 
-constexpr std::array<VideoFormat, nVideoFormats> rgFormat = DescribeAll();
+constexpr std::array<MediaFormat, nMediaFormats> rgFormat = DescribeAll();
 
 int FindFormat(DWORD fccType) noexcept
 {
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
         if (rgFormat[i].Code() == fccType)
             return i;
     return -1;
@@ -99,7 +99,7 @@ int FindFormat(DWORD fccType) noexcept
 
 int FindSubtype(const GUID& guidSub) noexcept
 {
-    for (int i = 0; i < nVideoFormats; ++i)
+    for (int i = 0; i < nMediaFormats; ++i)
         if (*rgFormat[i].pSubtype == guidSub)
             return i;
     return -1;
@@ -115,14 +115,14 @@ int CheckSize(DWORD fccType, LONG nWidth, LONG nHeight, LONG nRowWidth) noexcept
     if (nIndex < 0)
         return -1;
 
-    const VideoFormat& rgEntry = rgFormat[nIndex];
+    const MediaFormat& rgEntry = rgFormat[nIndex];
     if (nWidth % rgEntry.nHorzYtoUV != 0 || nRowWidth % rgEntry.nHorzYtoUV != 0 ||
         nHeight % rgEntry.nVertYtoUV != 0)
         return -1;
     return nIndex;
 }
 
-DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept
+DWORD RowBytes(const MediaFormat& rgEntry, LONG nWidth) noexcept
 {
     CheckRowWidth(rgEntry, nWidth);
 
@@ -130,7 +130,7 @@ DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept
     return GetPicRowBytes(&pic);
 }
 
-ULONGLONG ImageBytes(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
+ULONGLONG ImageBytes(const MediaFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
 {
     DSASSERT_TEXT(nHeight % rgEntry.nVertYtoUV == 0, "nHeight % rgFormat.nVertYtoUV == 0");
     CheckRowWidth(rgEntry, nWidth);
@@ -144,7 +144,7 @@ ULONGLONG ImageBytes(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noex
     return nColumns * nRows + (nColumns / rgEntry.nHorzYtoUV) * (nRows / rgEntry.nVertYtoUV) * 2;
 }
 
-DWORD ImageSize(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
+DWORD ImageSize(const MediaFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept
 {
     return static_cast<DWORD>(ImageBytes(rgEntry, nWidth, nHeight));
 }
@@ -174,7 +174,7 @@ HRESULT MakeBmpHeader(DWORD fccType, LONG nWidth, LONG nHeight, BITMAPINFOHEADER
     if (nIndex < 0)
         return E_INVALIDARG;
 
-    const VideoFormat& rgEntry = rgFormat[nIndex];
+    const MediaFormat& rgEntry = rgFormat[nIndex];
     const ULONGLONG cbImage = ImageBytes(rgEntry, nWidth, nHeight);
     if (cbImage > MAXDWORD)
         return E_INVALIDARG;
@@ -321,7 +321,7 @@ int MTGetFormat(const AM_MEDIA_TYPE* pmt, LONG* pnWidth, LONG* pnHeight, LONG* p
     if (nIndex < 0)
         return -1;
 
-    const VideoFormat& rgEntry = rgFormat[nIndex];
+    const MediaFormat& rgEntry = rgFormat[nIndex];
     LONG nHeight = rgSize.nHeight;
     if (!FitsSample({rgEntry.Code(), nWidth, nHeight, rgSize.nRowWidth}))
         return -1;

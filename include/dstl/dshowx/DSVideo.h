@@ -12,7 +12,7 @@
 #include <array>
 
 /// A pixel format as media types describe it.
-struct VideoFormat
+struct MediaFormat
 {
     const GUID* pSubtype; ///< its first 32 bits are the format's code
     WORD nBitCount;       ///< bits a pixel
@@ -26,11 +26,11 @@ struct VideoFormat
     DWORD Code() const noexcept { return pSubtype->Data1; }
 };
 
-inline constexpr int nVideoFormats = static_cast<int>(
+inline constexpr int nMediaFormats = static_cast<int>(
     std::ranges::count_if(arrPixelFormats, [](const PixelFormat& format) { return format.bMediaType; }));
 
 /// The formats in the order in which they are offered: the first rows of arrPixelFormats.
-extern const std::array<VideoFormat, nVideoFormats> rgFormat;
+extern const std::array<MediaFormat, nMediaFormats> rgFormat;
 
 /// \return index in rgFormat, or -1
 int FindFormat(DWORD fccType) noexcept;
@@ -44,13 +44,13 @@ int FindSubtype(const GUID& guidSub) noexcept;
 int CheckSize(DWORD fccType, LONG nWidth, LONG nHeight, LONG nRowWidth) noexcept;
 
 /// \return bytes of a row of so many pixels
-DWORD RowBytes(const VideoFormat& rgEntry, LONG nWidth) noexcept;
+DWORD RowBytes(const MediaFormat& rgEntry, LONG nWidth) noexcept;
 
 /// \return bytes of a frame, exact; 0 for a negative width
-ULONGLONG ImageBytes(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept;
+ULONGLONG ImageBytes(const MediaFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept;
 
 /// \return the low 32 bits of ImageBytes
-DWORD ImageSize(const VideoFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept;
+DWORD ImageSize(const MediaFormat& rgEntry, LONG nWidth, LONG nHeight) noexcept;
 
 /// \return S_OK; E_POINTER; E_INVALIDARG for an unknown code, and for a size that 32 bits do not hold
 HRESULT ImageSizeOf(DWORD fccType, LONG nWidth, LONG nHeight, DWORD* pcbImageSize) noexcept;

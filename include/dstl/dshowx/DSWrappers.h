@@ -13,39 +13,6 @@ inline constexpr size_t cchDSName = 128;
 /// Copies a name into a field of 128 characters, cut to fit and always terminated; null counts as empty.
 void CopyDSName(wchar_t (&szDst)[cchDSName], LPCWSTR pszSrc) noexcept;
 
-/// A bare media type in task memory that a call has handed out, freed with its format block and pUnk.
-class CMediaTypeHolder
-{
-public:
-    CMediaTypeHolder() noexcept = default;
-    ~CMediaTypeHolder() { MTDelete(m_pmt); }
-    CMediaTypeHolder(const CMediaTypeHolder&) = delete;
-    CMediaTypeHolder& operator=(const CMediaTypeHolder&) = delete;
-
-    const AM_MEDIA_TYPE* Get() const noexcept { return m_pmt; }
-    /// For a call that fills it; only while empty.
-    AM_MEDIA_TYPE** operator&() noexcept { return &m_pmt; }
-
-private:
-    AM_MEDIA_TYPE* m_pmt = nullptr;
-};
-
-/// A string in task memory.
-class CTaskString
-{
-public:
-    CTaskString() noexcept = default;
-    ~CTaskString() { CoTaskMemFree(m_psz); }
-    CTaskString(const CTaskString&) = delete;
-    CTaskString& operator=(const CTaskString&) = delete;
-
-    LPWSTR* operator&() noexcept { return &m_psz; }
-    LPCWSTR Get() const noexcept { return m_psz; }
-
-private:
-    LPWSTR m_psz = nullptr;
-};
-
 /// A pin's direction as a number, for peers that may answer anything: PINDIR_INPUT, PINDIR_OUTPUT, or another
 /// value; -1 when the pin does not answer or there is none.
 int QueryPinDirection(IPin* pPin) noexcept;

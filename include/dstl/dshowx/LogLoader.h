@@ -23,6 +23,7 @@ public:
     bool HasModule() const noexcept { return static_cast<bool>(m_hModule); }
 
 private:
+    PFNGETLOGOBJECT m_pfnGetLog = nullptr;
     COwnedModule m_hModule;
     ILogObject* m_plog = nullptr;
 };

@@ -76,6 +76,22 @@ double TakeEnd(int64_t& nEnd, int64_t nLimit) noexcept
     return static_cast<double>(nBeyond);
 }
 
+/// Cuts both rectangles to their pictures: what one loses, the other loses too. The starts take the ratio of the
+/// other direction, the ends their own. The crossing is deliberate.
+/// \param rx, ry length in dst of a length in src
+void Clip(WideRect& src, const WideSize& sizeInput, WideRect& dst, const WideSize& sizeOutput, double rx,
+          double ry) noexcept
+{
+    dst.top -= Round(TakeStart(src.top) * rx);
+    src.top -= Round(TakeStart(dst.top) / rx);
+    dst.left -= Round(TakeStart(src.left) * ry);
+    src.left -= Round(TakeStart(dst.left) / ry);
+    dst.right -= Round(TakeEnd(src.right, sizeInput.nWidth) * rx);
+    src.right -= Round(TakeEnd(dst.right, sizeOutput.nWidth) / rx);
+    dst.bottom -= Round(TakeEnd(src.bottom, sizeInput.nHeight) * ry);
+    src.bottom -= Round(TakeEnd(dst.bottom, sizeOutput.nHeight) / ry);
+}
+
 /// Compares ends with 0 and not with the starts, so that an empty rectangle inside the picture passes:
 /// deliberate, whoever walks its rows finds none.
 bool IsOutside(const WideRect& rc, const WideSize& size) noexcept
@@ -139,17 +155,7 @@ HRESULT NormalizeRects(const PicProps* _pInputProps, const PicProps* _pOutputPro
         dst.bottom = dst.top + nHeight;
     }
 
-    // What one rectangle loses, the other loses too. The starts take the ratio of the other direction, the
-    // ends their own. The crossing is deliberate.
-    dst.top -= Round(TakeStart(src.top) * rx);
-    src.top -= Round(TakeStart(dst.top) / rx);
-    dst.left -= Round(TakeStart(src.left) * ry);
-    src.left -= Round(TakeStart(dst.left) / ry);
-    dst.right -= Round(TakeEnd(src.right, sizeInput.nWidth) * rx);
-    src.right -= Round(TakeEnd(dst.right, sizeOutput.nWidth) / rx);
-    dst.bottom -= Round(TakeEnd(src.bottom, sizeInput.nHeight) * ry);
-    src.bottom -= Round(TakeEnd(dst.bottom, sizeOutput.nHeight) / ry);
-
+    Clip(src, sizeInput, dst, sizeOutput, rx, ry);
     if (bEvenColumns)
     {
         RoundColumns(src);

@@ -30,7 +30,7 @@ struct FormatBranch
 {
     eBranch branch;
     int nChannels;
-    bool bChromaFirst; ///< packed as U, Y, V, Y
+    bool bChromaFirst; ///< packed with its luma in the odd bytes
     bool bLimitMode;   ///< nInterpolationEnd holds
 };
 
@@ -44,7 +44,7 @@ FormatBranch FindBranch(const PicProps& pic) noexcept
     if (bPlanar)
         return {eBranch::PlanarYUV, 1, false, false};
     if (bYUV)
-        return {eBranch::PackedYUV, 1, pic.fccType == FOURCC_UYVY || pic.fccType == FOURCC_HDYC, false};
+        return {eBranch::PackedYUV, 1, FormatOf(pic.fccType).arrParts[0].nOffset != 0, false};
     if (dwBitCount == 16)
         return {eBranch::None, 0, false, false};
     return {eBranch::Interleaved, static_cast<int>(dwBitCount / 8), false, dwBitCount != 8};

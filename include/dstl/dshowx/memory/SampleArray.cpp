@@ -1,4 +1,4 @@
-#include "dstl/dshowx/SampleArray.h"
+#include "dstl/dshowx/memory/SampleArray.h"
 
 #include "dstl/dshowx/DSTrace.h"
 

@@ -1,4 +1,4 @@
-#include "dstl/dshowx/BmpHeader.h"
+#include "Video/TgaBmp/BmpHeader.h"
 
 #include "Video/TgaBmp/BmpFile.h"
 #include "dstl/dshowx/DSTrace.h"

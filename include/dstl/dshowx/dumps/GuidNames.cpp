@@ -1,8 +1,8 @@
-#include "dstl/dshowx/GuidNames.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
 
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/FourccText.h"
-#include "dstl/dshowx/TextCopy.h"
+#include "dstl/dshowx/dumps/FourccText.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
 
 #include <cstdlib>
 #include <cstring>

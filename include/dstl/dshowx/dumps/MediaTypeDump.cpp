@@ -1,12 +1,12 @@
-#include "dstl/dshowx/MediaTypeDump.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
 
 #include "dstl/WinAPI/SehCopy.h"
-#include "dstl/dshowx/DumpGate.h"
-#include "dstl/dshowx/FormatDump.h"
-#include "dstl/dshowx/MediaTypeText.h"
-#include "dstl/dshowx/MemoryDump.h"
-#include "dstl/dshowx/TimeText.h"
-#include "dstl/dshowx/TitledPrefix.h"
+#include "dstl/dshowx/dumps/DumpGate.h"
+#include "dstl/dshowx/dumps/FormatDump.h"
+#include "dstl/dshowx/dumps/MediaTypeText.h"
+#include "dstl/dshowx/dumps/MemoryDump.h"
+#include "dstl/dshowx/dumps/TimeText.h"
+#include "dstl/dshowx/dumps/TitledPrefix.h"
 #include "dstl/dshowx/VideoBlock.h"
 
 #include <algorithm>

@@ -4,10 +4,10 @@
 
 #include <utility>
 
-#include "dstl/dshowx/DSParsers.h"
-#include "dstl/dshowx/MediaSample.h"
-#include "dstl/dshowx/MemAllocator.h"
-#include "dstl/dshowx/SampleArray.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
+#include "dstl/dshowx/memory/MediaSample.h"
+#include "dstl/dshowx/memory/MemAllocator.h"
+#include "dstl/dshowx/memory/SampleArray.h"
 
 /// \tparam T the final class \tparam TBuffers the buffer store \tparam TSample the class of its samples
 template <class T, class TBuffers, class TSample>

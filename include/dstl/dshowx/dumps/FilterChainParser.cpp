@@ -1,10 +1,10 @@
-#include "dstl/dshowx/FilterChainParser.h"
+#include "dstl/dshowx/dumps/FilterChainParser.h"
 
 #include "dstl/WinAPI/Atl.h"
 #include "dstl/dshowx/DSTrace.h"
 #include "dstl/dshowx/DSTypes.h"
-#include "dstl/dshowx/GuidNames.h"
-#include "dstl/dshowx/MediaTypeText.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
+#include "dstl/dshowx/dumps/MediaTypeText.h"
 
 #include <cstdarg>
 #include <cstdlib>

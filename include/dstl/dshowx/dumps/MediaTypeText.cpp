@@ -1,9 +1,9 @@
-#include "dstl/dshowx/MediaTypeText.h"
+#include "dstl/dshowx/dumps/MediaTypeText.h"
 
 #include "dstl/WinAPI/SehCopy.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/GuidNames.h"
-#include "dstl/dshowx/TextCopy.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
 #include "dstl/dshowx/VideoBlock.h"
 
 namespace

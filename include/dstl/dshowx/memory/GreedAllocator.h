@@ -3,7 +3,7 @@
 /// buffers (DSAllocatorsGreed.h), and makes its samples when they are asked for.
 
 #include "dstl/Old/DSAllocatorsGreed.h"
-#include "dstl/dshowx/MemAllocBase.h"
+#include "dstl/dshowx/memory/MemAllocBase.h"
 
 /// Not creatable through COM. Any thread may call any operation.
 class CGreedMemoryAllocator

@@ -1,8 +1,8 @@
-#include "dstl/dshowx/FourccText.h"
+#include "dstl/dshowx/dumps/FourccText.h"
 
 #include "Common/PixelFormats.h"
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/TextCopy.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
 
 namespace
 {

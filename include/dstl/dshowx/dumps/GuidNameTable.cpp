@@ -1,4 +1,4 @@
-#include "dstl/dshowx/GuidNames.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
 
 #include <array>
 #include <iterator>

@@ -1,8 +1,8 @@
-#include "dstl/dshowx/MemoryDump.h"
+#include "dstl/dshowx/dumps/MemoryDump.h"
 
 #include "dstl/WinAPI/SehCopy.h"
-#include "dstl/dshowx/DumpGate.h"
-#include "dstl/dshowx/TextCopy.h"
+#include "dstl/dshowx/dumps/DumpGate.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
 
 #include <algorithm>
 #include <climits>

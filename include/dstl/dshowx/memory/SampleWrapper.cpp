@@ -1,6 +1,7 @@
-#include "dstl/dshowx/SampleWrapper.h"
+#include "dstl/dshowx/memory/SampleWrapper.h"
 
-#include "dstl/dshowx/DSParsers.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -226,11 +227,11 @@ STDMETHODIMP IMediaSample2Wrapper::GetMediaType(AM_MEDIA_TYPE** ppMediaType) noe
     *ppMediaType = nullptr;
     if (!HasFlag(AM_SAMPLE_TYPECHANGED))
     {
-        DSASSERT(m_pMediaType == NULL);
+        DSASSERT_TEXT(!m_pMediaType, "m_pMediaType == NULL");
         return S_FALSE;
     }
-    DSASSERT(m_pMediaType != NULL);
-    *ppMediaType = MTDup(m_pMediaType.get());
+    DSASSERT_TEXT(m_pMediaType, "m_pMediaType != NULL");
+    *ppMediaType = MTDup(m_pMediaType.Get());
     return *ppMediaType != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
@@ -241,17 +242,17 @@ STDMETHODIMP IMediaSample2Wrapper::SetMediaType(AM_MEDIA_TYPE* pmt) noexcept
         trace(atlTraceGeneral, eTL_Main, L"%s: IMediaSample::SetMediaType()\n", GetClassName());
         Debug_MediaType(atlTraceGeneral, eTL_Main, pmt, L"");
     }
-    else if (m_pMediaType != nullptr)
+    else if (m_pMediaType)
         trace(atlTraceGeneral, eTL_Main, L"%s: IMediaSample::SetMediaType( NULL )\n", GetClassName());
 
-    auto pOld = std::move(m_pMediaType);
-    if (pOld.get() != pmt)
-        pOld.reset(); // the sample's own type is still to be copied
+    COwnedMediaType pOld = std::move(m_pMediaType);
+    if (pOld.Get() != pmt)
+        pOld.Close(); // the sample's own type is still to be copied
     m_dwSampleFlags &= ~AM_SAMPLE_TYPECHANGED;
     if (pmt == nullptr)
         return S_OK;
-    m_pMediaType.reset(MTDup(pmt));
-    if (m_pMediaType == nullptr)
+    m_pMediaType.Attach(MTDup(pmt));
+    if (!m_pMediaType)
         return E_OUTOFMEMORY;
     m_dwSampleFlags |= AM_SAMPLE_TYPECHANGED;
     return S_OK;
@@ -305,7 +306,7 @@ STDMETHODIMP IMediaSample2Wrapper::GetProperties(DWORD cbProperties, BYTE* pbPro
     rgProps.tStart = m_tStart;
     rgProps.tStop = m_tEnd;
     rgProps.dwStreamId = m_dwStreamId;
-    rgProps.pMediaType = HasFlag(AM_SAMPLE_TYPECHANGED) ? m_pMediaType.get() : nullptr; // not a copy
+    rgProps.pMediaType = HasFlag(AM_SAMPLE_TYPECHANGED) ? m_pMediaType.Get() : nullptr; // not a copy
     rgProps.pbBuffer = m_pBuffer;
     rgProps.cbBuffer = m_cbBuffer;
     memcpy(pbProperties, &rgProps, rgProps.cbData);
@@ -331,6 +332,23 @@ HRESULT IMediaSample2Wrapper::CheckProperties(DWORD cbProps,
     return S_OK;
 }
 
+void IMediaSample2Wrapper::StoreFields(DWORD cbProps, const AM_SAMPLE2_PROPERTIES& rgProps,
+                                       DWORD dwSampleFlags) noexcept
+{
+    if (cbProps >= ePE_TypeFlags)
+        m_dwTypeFlags = rgProps.dwTypeSpecificFlags;
+    if (cbProps >= ePE_SampleFlags)
+        m_dwSampleFlags = dwSampleFlags | (m_dwSampleFlags & SAMPLE_MEDIATIMEVALID);
+    if (cbProps >= ePE_Actual)
+        m_cbActual = rgProps.lActual;
+    if (cbProps >= ePE_Start)
+        m_tStart = rgProps.tStart;
+    if (cbProps >= ePE_Stop)
+        m_tEnd = rgProps.tStop;
+    if (cbProps >= ePE_StreamId)
+        m_dwStreamId = rgProps.dwStreamId;
+}
+
 STDMETHODIMP IMediaSample2Wrapper::SetProperties(DWORD cbProperties, const BYTE* pbProperties) noexcept
 {
     trace(atlTraceGeneral, eTL_Call, L"%s IMediaSample2::SetProperties( cbProps=%u, pbProps=0x%X )\n",
@@ -353,16 +371,16 @@ STDMETHODIMP IMediaSample2Wrapper::SetProperties(DWORD cbProperties, const BYTE*
         return hr;
 
     DWORD dwSampleFlags = rgProps.dwSampleFlags;
-    std::unique_ptr<AM_MEDIA_TYPE, CMTDeleter> pMediaType;
+    COwnedMediaType pMediaType;
     if (cbProps < ePE_MediaType)
     {
-        if (m_pMediaType == nullptr)
+        if (!m_pMediaType)
             dwSampleFlags &= ~AM_SAMPLE_TYPECHANGED;
     }
     else if (rgProps.pMediaType == nullptr)
     {
         dwSampleFlags &= ~AM_SAMPLE_TYPECHANGED;
-        m_pMediaType.reset();
+        m_pMediaType.Close();
     }
     else
     {
@@ -370,25 +388,14 @@ STDMETHODIMP IMediaSample2Wrapper::SetProperties(DWORD cbProperties, const BYTE*
         trace(atlTraceGeneral, eTL_Main,
               L"%s IMediaSample2::SetProperties - change media type (corrected for Mainconcept)\n",
               GetClassName());
-        pMediaType.reset(MTDup(rgProps.pMediaType));
-        if (pMediaType == nullptr)
+        pMediaType.Attach(MTDup(rgProps.pMediaType));
+        if (!pMediaType)
             return E_OUTOFMEMORY;
         dwSampleFlags |= AM_SAMPLE_TYPECHANGED;
     }
 
-    if (cbProps >= ePE_TypeFlags)
-        m_dwTypeFlags = rgProps.dwTypeSpecificFlags;
-    if (cbProps >= ePE_SampleFlags)
-        m_dwSampleFlags = dwSampleFlags | (m_dwSampleFlags & SAMPLE_MEDIATIMEVALID);
-    if (cbProps >= ePE_Actual)
-        m_cbActual = rgProps.lActual;
-    if (cbProps >= ePE_Start)
-        m_tStart = rgProps.tStart;
-    if (cbProps >= ePE_Stop)
-        m_tEnd = rgProps.tStop;
-    if (cbProps >= ePE_StreamId)
-        m_dwStreamId = rgProps.dwStreamId;
-    if (pMediaType != nullptr)
+    StoreFields(cbProps, rgProps, dwSampleFlags);
+    if (pMediaType)
         m_pMediaType = std::move(pMediaType);
     TraceProperties(cbProps);
     return S_OK;
@@ -411,6 +418,6 @@ void IMediaSample2Wrapper::TraceProperties(DWORD cbProps) const noexcept
     if (cbProps >= ePE_StreamId)
         wsprintfW(szText + nLength, L", StreamId=0x%X", static_cast<unsigned>(m_dwStreamId));
     trace(atlTraceGeneral, eTL_Call, L"Properties: %s\n", szText);
-    if (cbProps >= ePE_MediaType && m_pMediaType != nullptr)
-        Debug_MediaType(atlTraceGeneral, eTL_Call, m_pMediaType.get(), L"");
+    if (cbProps >= ePE_MediaType && m_pMediaType)
+        Debug_MediaType(atlTraceGeneral, eTL_Call, m_pMediaType.Get(), L"");
 }

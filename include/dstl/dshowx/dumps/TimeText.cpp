@@ -1,7 +1,7 @@
-#include "dstl/dshowx/TimeText.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 
 #include "dstl/dshowx/DSTrace.h"
-#include "dstl/dshowx/TextCopy.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
 
 #include <climits>
 

@@ -1,10 +1,10 @@
-#include "dstl/dshowx/FormatDump.h"
+#include "dstl/dshowx/dumps/FormatDump.h"
 
 #include "dstl/WinAPI/SehCopy.h"
-#include "dstl/dshowx/DumpGate.h"
-#include "dstl/dshowx/FourccText.h"
-#include "dstl/dshowx/MemoryDump.h"
-#include "dstl/dshowx/TitledPrefix.h"
+#include "dstl/dshowx/dumps/DumpGate.h"
+#include "dstl/dshowx/dumps/FourccText.h"
+#include "dstl/dshowx/dumps/MemoryDump.h"
+#include "dstl/dshowx/dumps/TitledPrefix.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 /// The prefix of a dump's first line.
 
-#include "dstl/dshowx/TextCopy.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
 
 /// A prefix (null: none) with the title of a dump or of a piece of memory behind it.
 struct TitledPrefix

@@ -10,7 +10,7 @@
 #include <strmif.h>
 
 #include "dstl/WinAPI/Wrappers.h"
-#include "dstl/dshowx/AllocatorState.h"
+#include "dstl/dshowx/memory/AllocatorState.h"
 #include "dstl/dshowx/DSTypes.h"
 
 /// An allocator that lets a media type ride on the next sample. An interface of this system's own; hosts have
@@ -128,7 +128,7 @@ public:
                 return VFW_E_TIMEOUT;
             m_nWaiters++;
             lock.Unlock();
-            if (WaitForSingleObject(m_hSem.m_h, INFINITE) != WAIT_OBJECT_0)
+            if (WaitForSingleObject(m_hSem.Get(), INFINITE) != WAIT_OBJECT_0)
                 return DSTLLastError(); // no semaphore: asking again would never end
             trace(atlTraceGeneral, eTL_Frame, L"[Allocator] Wait period ended\n");
         }
@@ -210,9 +210,9 @@ protected:
     {
         constexpr LONG nMaxWaiters = 0x7fffffff; // never limits
         DSASSERT(m_eState == AS_Create);
-        DSASSERT_TEXT(m_hSem.m_h == nullptr, "m_hSem == NULL");
+        DSASSERT_TEXT(!m_hSem, "m_hSem == NULL");
         m_hSem.Attach(CreateSemaphoreW(nullptr, 0, nMaxWaiters, nullptr));
-        if (m_hSem.m_h == nullptr)
+        if (!m_hSem)
             return E_OUTOFMEMORY;
         m_eState = AS_Init;
         return S_OK;
@@ -236,8 +236,8 @@ protected:
     {
         if (m_nWaiters == 0)
             return;
-        DSASSERT_TEXT(m_hSem.m_h != nullptr, "m_hSem != NULL");
-        ReleaseSemaphore(m_hSem.m_h, static_cast<LONG>(m_nWaiters), nullptr);
+        DSASSERT_TEXT(m_hSem, "m_hSem != NULL");
+        ReleaseSemaphore(m_hSem.Get(), static_cast<LONG>(m_nWaiters), nullptr);
         m_nWaiters = 0;
     }
 

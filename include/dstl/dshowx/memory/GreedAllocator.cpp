@@ -1,4 +1,4 @@
-#include "dstl/dshowx/GreedAllocator.h"
+#include "dstl/dshowx/memory/GreedAllocator.h"
 
 HRESULT CGreedMemoryAllocator::Create(IMemAllocator** ppAllocator) noexcept
 {

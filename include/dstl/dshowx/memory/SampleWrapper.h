@@ -2,16 +2,8 @@
 /// The properties of a media sample: IMediaSample and IMediaSample2 over a buffer that belongs to somebody
 /// else. Life and count of the object are not its business. No lock: one thread at a time has a sample.
 
-#include "dstl/Old/dsnew.h"
 #include "dstl/dshowx/DSTrace.h"
-
-#include <memory>
-
-/// Frees a media type that MTDup made.
-struct CMTDeleter
-{
-    void operator()(AM_MEDIA_TYPE* pmt) const noexcept { MTDelete(pmt); }
-};
+#include "dstl/dshowx/DSTypes.h"
 
 /// Media times are set: a bit of m_dwSampleFlags beside those of AM_SAMPLE_PROPERTY_FLAGS, and kept private.
 inline constexpr DWORD SAMPLE_MEDIATIMEVALID = 0x20;
@@ -51,7 +43,7 @@ public:
     LONG m_cbActual = 0;       ///< valid bytes
     DWORD m_dwSampleFlags = 0; ///< AM_SAMPLE_... and SAMPLE_MEDIATIMEVALID
     DWORD m_dwTypeFlags = 0;   ///< dwTypeSpecificFlags
-    std::unique_ptr<AM_MEDIA_TYPE, CMTDeleter> m_pMediaType;
+    COwnedMediaType m_pMediaType;
     REFERENCE_TIME m_tStart = 0; ///< 100 ns
     REFERENCE_TIME m_tEnd = 0;   ///< 100 ns
     LONGLONG m_llMediaStart = 0;
@@ -68,5 +60,7 @@ private:
     void TraceTimes(LPCWSTR pszFormat, const REFERENCE_TIME* pStart,
                     const REFERENCE_TIME* pEnd) const noexcept;
     HRESULT CheckProperties(DWORD cbProps, const AM_SAMPLE2_PROPERTIES& rgProps) const noexcept;
+    /// Takes over those fields that lie within cbProps bytes, but for the media type.
+    void StoreFields(DWORD cbProps, const AM_SAMPLE2_PROPERTIES& rgProps, DWORD dwSampleFlags) noexcept;
     void TraceProperties(DWORD cbProps) const noexcept;
 };

@@ -1,12 +1,12 @@
-#include "dstl/dshowx/SampleDump.h"
+#include "dstl/dshowx/dumps/SampleDump.h"
 
 #include "dstl/WinAPI/Atl.h"
 #include "dstl/dshowx/DSTypes.h"
-#include "dstl/dshowx/DumpGate.h"
-#include "dstl/dshowx/GuidNames.h"
-#include "dstl/dshowx/MediaTypeDump.h"
-#include "dstl/dshowx/TextCopy.h"
-#include "dstl/dshowx/TimeText.h"
+#include "dstl/dshowx/dumps/DumpGate.h"
+#include "dstl/dshowx/dumps/GuidNames.h"
+#include "dstl/dshowx/dumps/MediaTypeDump.h"
+#include "dstl/dshowx/dumps/TextCopy.h"
+#include "dstl/dshowx/dumps/TimeText.h"
 
 #include <cstddef>
 #include <iterator>

@@ -7,7 +7,7 @@
 #include <new>
 
 #include "dstl/WinAPI/Wrappers.h"
-#include "dstl/dshowx/SampleWrapper.h"
+#include "dstl/dshowx/memory/SampleWrapper.h"
 
 /// Its count is atomic. A lock of its own, which would use the heap at each GetBuffer, it does without.
 class CMediaSample : public CComObjectRootEx<CComMultiThreadModelNoCS>,
