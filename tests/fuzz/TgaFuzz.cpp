@@ -7,6 +7,7 @@
 
 #include "Video/TgaBmp/Tga.h"
 #include "Video/TgaBmp/TgaBmp.h"
+#include "Video/TgaBmp/TgaRows.h"
 #include "dstl/WinAPI/TaskBytes.h"
 
 #include <string>
