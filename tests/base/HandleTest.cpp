@@ -28,7 +28,7 @@ TEST(Handle, IsClosedByItsOwner)
     const HANDLE h = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     {
         const CHandle handle(h);
-        EXPECT_EQ(handle.m_h, h);
+        EXPECT_EQ(handle.Get(), h);
         EXPECT_TRUE(IsOpen(h));
     }
     EXPECT_FALSE(IsOpen(h));
@@ -38,7 +38,7 @@ TEST(Handle, IsClosedByWayOfTheBaseClass)
 {
     auto* pEvent = new CEvent;
     ASSERT_TRUE(pEvent->Create(true));
-    const HANDLE h = pEvent->m_h;
+    const HANDLE h = pEvent->Get();
     const CHandle* pHandle = pEvent;
     delete pHandle;
     EXPECT_FALSE(IsOpen(h));
@@ -47,9 +47,9 @@ TEST(Handle, IsClosedByWayOfTheBaseClass)
 TEST(Handle, CloseAttachDetach)
 {
     CHandle handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    const HANDLE hFirst = handle.m_h;
+    const HANDLE hFirst = handle.Get();
     handle.Close();
-    EXPECT_EQ(handle.m_h, nullptr);
+    EXPECT_EQ(handle.Get(), nullptr);
     EXPECT_FALSE(IsOpen(hFirst));
     handle.Close();
 
@@ -62,7 +62,7 @@ TEST(Handle, CloseAttachDetach)
 
     handle.Attach(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const HANDLE hThird = handle.Detach();
-    EXPECT_EQ(handle.m_h, nullptr);
+    EXPECT_EQ(handle.Get(), nullptr);
     EXPECT_TRUE(IsOpen(hThird));
     CloseHandle(hThird);
 }
@@ -81,7 +81,7 @@ TEST(Handle, UseWithoutAHandleIsAsserted)
 TEST(Event, StartsWithoutAHandle)
 {
     const CEvent ev;
-    EXPECT_EQ(ev.m_h, nullptr);
+    EXPECT_EQ(ev.Get(), nullptr);
 }
 
 TEST(Event, SetAndResetWithoutAHandle)
@@ -122,7 +122,7 @@ TEST(Event, CreateClosesAnEarlierOne)
     ASSERT_TRUE(ev.Create(true));
     ASSERT_TRUE(ev.Set());
     HANDLE hFirst = nullptr;
-    ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), ev.m_h, GetCurrentProcess(), &hFirst, 0, FALSE,
+    ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), ev.Get(), GetCurrentProcess(), &hFirst, 0, FALSE,
                                 DUPLICATE_SAME_ACCESS));
     DWORD nBefore = 0, nAfter = 0;
     GetProcessHandleCount(GetCurrentProcess(), &nBefore);

@@ -73,14 +73,14 @@ TEST_F(MessageWaitTest, ASignalledHandle)
 {
     m_ev.Set();
     for (const DWORD dwTimeout : {DWORD(0), DWORD(1000), DWORD(INFINITE)})
-        EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, dwTimeout, true), 0);
+        EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), dwTimeout, true), 0);
 }
 
 TEST_F(MessageWaitTest, TheTimeout)
 {
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, 0, false), 1);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), 0, false), 1);
     const DWORD dwStart = GetTickCount();
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, 50, false), 1);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), 50, false), 1);
     EXPECT_GE(GetTickCount() - dwStart, 45u);
 }
 
@@ -103,9 +103,9 @@ TEST_F(MessageWaitTest, AnAbandonedMutexIsAFailure)
         }
     };
     const CHandle hMutex(CreateMutexW(nullptr, FALSE, nullptr));
-    const CHandle hThread(CreateThread(nullptr, 0, &Abandon::Run, hMutex.m_h, 0, nullptr));
+    const CHandle hThread(CreateThread(nullptr, 0, &Abandon::Run, hMutex.Get(), 0, nullptr));
     ASSERT_EQ(WaitForSingleObject(hThread, 60000), WAIT_OBJECT_0);
-    EXPECT_EQ(DSWaitWithMessageLoop(hMutex.m_h, 0, false), E_FAIL);
+    EXPECT_EQ(DSWaitWithMessageLoop(hMutex.Get(), 0, false), E_FAIL);
     ReleaseMutex(hMutex);
 }
 
@@ -121,7 +121,7 @@ TEST_F(MessageWaitTest, MessagesAreDispatchedMeanwhile)
     for (const WPARAM wParam : {1, 2, 3, 4})
         PostMessageW(m_hWnd, WM_TEST, wParam, 0);
     // The handle is looked at after each message: the fourth one stays in the queue.
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, INFINITE, false), 0);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), INFINITE, false), 0);
     EXPECT_EQ(seen, (std::vector<WPARAM>{1, 2, 3}));
     EXPECT_EQ(Drain(), std::vector<UINT>{WM_TEST});
 }
@@ -142,7 +142,7 @@ TEST_F(MessageWaitTest, AMessageOfAnotherThreadIsAnswered)
         }
     } sender = {m_hWnd, &m_ev, 0};
     const CHandle hThread(CreateThread(nullptr, 0, &Sender::Run, &sender, 0, nullptr));
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, 60000, false), 0);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), 60000, false), 0);
     EXPECT_EQ(sender.nResult, 42);
     WaitForSingleObject(hThread, 60000);
 }
@@ -152,7 +152,7 @@ TEST_F(MessageWaitTest, AFloodOfMessagesDoesNotPutTheTimeoutOff)
     s_onMessage = [&](WPARAM wParam) { PostMessageW(m_hWnd, WM_TEST, wParam + 1, 0); };
     PostMessageW(m_hWnd, WM_TEST, 0, 0);
     const DWORD dwStart = GetTickCount();
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, 100, false), 1);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), 100, false), 1);
     EXPECT_GE(GetTickCount() - dwStart, 90u);
     s_onMessage = nullptr;
 }
@@ -163,7 +163,7 @@ TEST_F(MessageWaitTest, ATimeoutOfZeroHandlesOneMessage)
     s_onMessage = [&](WPARAM) { nSeen++; };
     PostMessageW(m_hWnd, WM_TEST, 0, 0);
     PostMessageW(m_hWnd, WM_TEST, 0, 0);
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, 0, false), 1);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), 0, false), 1);
     EXPECT_EQ(nSeen, 1);
 }
 
@@ -176,13 +176,13 @@ TEST_F(MessageWaitTest, AFloodWithoutATimeoutEndsWithTheHandle)
             m_ev.Set();
     };
     PostMessageW(m_hWnd, WM_TEST, 0, 0);
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, INFINITE, true), 0);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), INFINITE, true), 0);
 }
 
 TEST_F(MessageWaitTest, QuitEndsTheWaitAndIsReposted)
 {
     PostQuitMessage(77);
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, INFINITE, true), 1);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), INFINITE, true), 1);
     EXPECT_EQ(m_log.Texts(2), std::vector<std::string>{"### DSWaitWithMessageLoop(): WM_QUIT ###\n"});
     MSG msg = {};
     ASSERT_TRUE(PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE));
@@ -193,7 +193,7 @@ TEST_F(MessageWaitTest, QuitEndsTheWaitAndIsReposted)
 TEST_F(MessageWaitTest, QuitIsAMessageLikeAnyWhenTheFlagIsOff)
 {
     PostQuitMessage(77);
-    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.m_h, 50, false), 1);
+    EXPECT_EQ(DSWaitWithMessageLoop(m_ev.Get(), 50, false), 1);
     EXPECT_TRUE(m_log.Lines().empty());
     EXPECT_TRUE(Drain().empty());
 }

@@ -416,7 +416,7 @@ TEST(SimpleThread, AnEventThatCannotBeMade)
     ASSERT_TRUE(ev.Create(true));
     const FailingCall failing(g_callCreateEvent, ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_FALSE(ev.Create(true));
-    EXPECT_EQ(ev.m_h, nullptr);
+    EXPECT_EQ(ev.Get(), nullptr);
 }
 
 TEST(SimpleThread, AnUnexpectedSuspendCountIsAsserted)

@@ -165,7 +165,7 @@ private:
         if (!evDone.Create(true))
             return false;
         m_pevDone = &evDone;
-        const HANDLE hDone = evDone.m_h;
+        const HANDLE hDone = evDone.Get();
         m_pLast = new HardSource(m_source);
         m_source.Release(); // leaves the copy
         WaitForSingleObject(hDone, 20);
