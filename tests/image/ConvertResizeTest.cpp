@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <random>
 
 namespace
@@ -47,6 +48,30 @@ TEST(ConvertResize, ChecksItsArgumentsAndPassesResultsOn)
     EXPECT_EQ(
         Img_ConvertResize(arrInput, arrOutput, &picRgb, &picRgb, &rcOutside, nullptr, false, 1, nullptr, 0),
         S_FALSE);
+}
+
+// What one rectangle loses at the edge of its picture, the other loses multiplied.
+TEST(ConvertResize, RectanglesAtTheEndsOfTheNumbers)
+{
+    BYTE arrInput[256] = {};
+    BYTE arrOutput[256] = {};
+    const PicProps picRgb = {FOURCC_RGB32, 4, -4, 0};
+    constexpr LONG nLowest = std::numeric_limits<LONG>::min();
+    constexpr LONG nHighest = std::numeric_limits<LONG>::max();
+    const RECT arrRects[] = {{2, 2, 4, 4},
+                             {nHighest - 1, 0, nHighest, 4},
+                             {0, nHighest - 1, 4, nHighest},
+                             {nLowest, nLowest, nLowest + 2, nLowest + 2},
+                             {nLowest, 0, nHighest, 4}};
+    for (const RECT& rcInput : arrRects)
+    {
+        for (const RECT& rcOutput : arrRects)
+        {
+            const HRESULT hr = Img_ConvertResize(arrInput, arrOutput, &picRgb, &picRgb, &rcInput, &rcOutput,
+                                                 false, eIR_Linear, nullptr, 0);
+            EXPECT_TRUE(hr == S_OK || hr == S_FALSE) << hr;
+        }
+    }
 }
 
 constexpr int arrModes[] = {eIR_Nearest, eIR_Linear, eIR_Cubic, eIR_Super, eIR_RequestBest, 0x23};

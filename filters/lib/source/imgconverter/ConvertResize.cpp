@@ -58,9 +58,11 @@ HRESULT NeedsScaling(const PicProps& picInput, const PicProps& picOutput, const 
     RECT dstRect = {};
     const HRESULT hr =
         NormalizeRects(&picInput, &picOutput, &srcRect, &dstRect, true, scaling.prcInput, scaling.prcOutput);
+    if (hr != S_OK)
+        return hr; // rectangles outside the pictures, whose sizes may be none
     bResize = srcRect.right - srcRect.left != dstRect.right - dstRect.left ||
               srcRect.bottom - srcRect.top != dstRect.bottom - dstRect.top;
-    return hr;
+    return S_OK;
 }
 
 /// Both stages, with a whole picture in the output's format between them.
