@@ -28,17 +28,28 @@ HRESULT CPumpThread::Init(void* pObject, PFNTHREADPROC pfnThreadProc) noexcept
     return S_OK;
 }
 
+/// Waits for a wake. Where the next step is due at once, a wake that has come meanwhile is taken, lest it run a
+/// step of its own later; without one the event is not asked, which costs more than a small frame.
+/// \return false when the thread is to end, or the wait failed
+bool CPumpThread::AwaitStep(DWORD dwTimeout) noexcept
+{
+    if (dwTimeout == 0 && !m_bWoken)
+        return true;
+    m_bWoken = false;
+    const DWORD dwRet = WaitForSingleObject(m_Thread.m_hEvent, dwTimeout);
+    if (!m_Thread.m_bRun)
+        return false;
+    DSASSERT(dwRet == WAIT_OBJECT_0 || dwRet == WAIT_TIMEOUT);
+    return dwRet != WAIT_FAILED; // it would fail for ever; whoever waits for this thread sees its end
+}
+
 void CPumpThread::Loop(void* pObject, PFNSTEP pfnStep) noexcept
 {
     DWORD dwTimeout = INFINITE;
     while (m_Thread.m_bRun)
     {
-        const DWORD dwRet = WaitForSingleObject(m_Thread.m_hEvent, dwTimeout);
-        if (!m_Thread.m_bRun)
+        if (!AwaitStep(dwTimeout))
             break;
-        DSASSERT(dwRet == WAIT_OBJECT_0 || dwRet == WAIT_TIMEOUT);
-        if (dwRet == WAIT_FAILED)
-            break;           // it would fail for ever; whoever waits for this thread sees its end
         bool bSends = false; // decided with the lock held: a start behind it comes with a wake of its own
         {
             CStateLock lock(m_lockState);
@@ -63,6 +74,13 @@ void CPumpThread::Start() noexcept
             m_eState = ePump_Sending;
     }
     Wake();
+}
+
+bool CPumpThread::Wake() noexcept
+{
+    const bool bThread = m_Thread.Wake();
+    m_bWoken = true; // behind the event, so that whoever sees it finds the event set
+    return bThread;
 }
 
 void CPumpThread::Stop(bool bWait) noexcept

@@ -47,8 +47,9 @@ public:
     /// Ends the thread and waits for it, unless called on it.
     void End() noexcept { m_Thread.Stop(INFINITE, false, false); }
 
-    /// Ends the sleep of a worker that sends. \return false without a thread
-    bool Wake() noexcept { return m_Thread.Wake(); }
+    /// Ends the sleep of a worker that sends; between two steps the worker takes it and goes on. \return false
+    /// without a thread
+    bool Wake() noexcept;
 
     /// Whether the caller is the worker.
     bool IsCurrent() const noexcept { return m_Thread.IsCurrent(); }
@@ -76,6 +77,9 @@ public:
     CSimpleThread m_Thread; ///< the worker, with its wake event
 
 private:
+    bool AwaitStep(DWORD dwTimeout) noexcept;
+
+    std::atomic<bool> m_bWoken = false; ///< a wake has come that the worker may not have taken
     SRWLOCK m_lockState = SRWLOCK_INIT; ///< leaf; guards the two below
     std::atomic<ePumpState> m_eState = ePump_Idle;
     std::atomic<int> m_nHolds = 0;

@@ -20,7 +20,7 @@ DWORD FormatCode(const BITMAPINFOHEADER& bmi) noexcept
 bool TestAndCorrectBmpHeader(BITMAPINFOHEADER* pBmpHeader) noexcept
 {
     DSASSERT(pBmpHeader != NULL);
-    if (pBmpHeader == NULL)
+    if (pBmpHeader == nullptr)
         return false;
     if (pBmpHeader->biSize != sizeof(BITMAPINFOHEADER))
         return false;

@@ -24,16 +24,16 @@ struct BmpHeaders
 HRESULT FindBytes(HMODULE hModule, UINT nResource, const wchar_t* pszType, ResourceBytes& bytes) noexcept
 {
     const HRSRC hResource = FindResourceW(hModule, MAKEINTRESOURCEW(nResource), pszType);
-    if (hResource == NULL)
+    if (hResource == nullptr)
         return DSTLLastError();
     bytes.cb = SizeofResource(hModule, hResource);
     if (bytes.cb == 0)
         return DSTLLastError();
     const HGLOBAL hLoaded = LoadResource(hModule, hResource);
-    if (hLoaded == NULL)
+    if (hLoaded == nullptr)
         return DSTLLastError();
     bytes.pb = static_cast<const BYTE*>(LockResource(hLoaded));
-    return bytes.pb != NULL ? S_OK : E_FAIL;
+    return bytes.pb != nullptr ? S_OK : E_FAIL;
 }
 
 /// Reads the headers, mends the size of the pixels and sees that all of them are there.
@@ -57,16 +57,16 @@ HRESULT LoadBmpResource(HMODULE hModule, UINT nResource, const wchar_t* pszType,
                         BYTE** ppPicture) noexcept
 {
     DSASSERT(pBmpHeader != NULL);
-    if (pBmpHeader == NULL)
+    if (pBmpHeader == nullptr)
         return E_INVALIDARG;
     DSASSERT(ppPicture != NULL);
-    if (ppPicture == NULL)
+    if (ppPicture == nullptr)
         return E_POINTER;
     *pBmpHeader = BITMAPINFOHEADER{};
-    *ppPicture = NULL;
+    *ppPicture = nullptr;
     SetLastError(ERROR_SUCCESS);
-    if (hModule == NULL)
-        hModule = GetModuleHandleW(NULL);
+    if (hModule == nullptr)
+        hModule = GetModuleHandleW(nullptr);
 
     ResourceBytes bytes{};
     HRESULT hr = FindBytes(hModule, nResource, pszType, bytes);

@@ -449,7 +449,7 @@ HRESULT CSampleT::SaveFields(IMediaSample* pDst, WORD wSave) const noexcept
          {
              REFERENCE_TIME tS = from.m_tS;
              REFERENCE_TIME tE = from.m_tE;
-             return pDst->SetTime(&tS, wSave & PM_TIMEEND ? &tE : NULL);
+             return pDst->SetTime(&tS, wSave & PM_TIMEEND ? &tE : nullptr);
          },
          L"###Err### CSampleT::Save(): SetTime()=0x%X\n", "CSampleT::Save(): SetTime() FAILED"},
         {PM_MEDIATIME,

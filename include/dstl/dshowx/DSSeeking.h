@@ -149,7 +149,7 @@ public:
         DSASSERT(pCurrent != NULL);
         if (pCurrent == nullptr)
             return E_POINTER;
-        return this->GetPositions(pCurrent, NULL);
+        return this->GetPositions(pCurrent, nullptr);
     }
     STDMETHOD(ConvertTimeFormat)(LONGLONG* pTarget, const GUID*, LONGLONG, const GUID*) noexcept override
     {
