@@ -21,6 +21,8 @@ set(end_quiet "--end-no-unused-arguments")
 # GCC's standard library, which has them emulated.
 set(CMAKE_C_FLAGS_INIT "${quiet} -nostdlibinc -idirafter ${system_folder}/include ${end_quiet}")
 set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT} ${quiet} -nostdinc++ ${end_quiet} -femulated-tls")
+# The platform's STDMETHOD promises to throw nothing, which its STDMETHODIMP does not repeat.
+string(APPEND CMAKE_CXX_FLAGS_INIT " -Wno-missing-exception-spec")
 foreach(folder c++ c++/x86_64-w64-mingw32 c++/backward)
     string(APPEND CMAKE_CXX_FLAGS_INIT " -isystem ${gcc_folder}/include/${folder}")
 endforeach()
@@ -29,3 +31,9 @@ foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT
         "--ld-path=/usr/bin/x86_64-w64-mingw32-ld -B${gcc_folder} -B${system_folder}/lib -L${gcc_folder} -L${system_folder}/lib")
 endforeach()
+
+# The standard library and the emulation of thread-local variables stand on the thread library, which this compiler
+# does not link.
+set(CMAKE_CXX_STANDARD_LIBRARIES
+    "-Wl,--start-group -lstdc++ -lgcc_eh -lpthread -Wl,--end-group -lkernel32 -luser32 -lgdi32 -lwinspool -lshell32 -lole32 -loleaut32 -luuid -lcomdlg32 -ladvapi32"
+    CACHE STRING "Libraries behind all others")

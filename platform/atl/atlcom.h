@@ -302,7 +302,17 @@ public:
     {
         return QueryInterface(__uuidof(Q), reinterpret_cast<void**>(pp));
     }
-    IUnknown* GetControllingUnknown() noexcept { return this->m_pOuterUnknown; }
+#ifdef __clang__ // a class may declare it virtual, or not at all
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Winconsistent-missing-override"
+#endif
+    IUnknown* GetControllingUnknown() noexcept
+    {
+        return this->m_pOuterUnknown;
+    }
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 };
 
 /// An aggregated object: the IUnknown that only the outer object sees, with the object inside.
